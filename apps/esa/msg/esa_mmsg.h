@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+// The link to the message switch: header, sending, and framing of what arrives. Owns the state of
+// the link (up, down, a message half read); socketFdMSM is -1 while it is down.
+#pragma once
+
+#include "basetypes.h"
+#include "mmsg.h"
+
+// Connects to the switch at socketAddressMSM, which this fills from the parameter area's message
+// directory. False when the link stays down; reports the failed call as a critical fault.
+bool esaLinkOpen();
+
+// Takes the link down once: closes the descriptor and forgets a half-read message. Repeats do
+// nothing.
+void esaLinkDown();
+
+bool esaLinkIsUp();
+
+// Called once at the end of every loop pass: while the link is down tries to connect silently every
+// tenth pass; when it came back traces one line and sends what could not be delivered (the
+// notification that initialisation is complete, the composite-fault LED for the present state).
+void esaLinkPass();
+
+// Clears the message buffer `message` to the values every outgoing header starts with and fills
+// protocol, type, requestor 33 and length. No recipient yet.
+void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_t length);
+
+// ORs endpoint `endpoint` (0..63) into the recipient map of this blade.
+void esaMmsgRecipientAdd(MMCH_t* message, U32_t endpoint);
+
+// Sends esaWorkSpace (mmsg_length bytes) in one piece. Returns what send returned, -1 while the
+// link is down. A short send is a critical fault in the name of `function` ("esaTestMsg()"); while
+// the link is down it costs one trace line.
+S32_t esaMmsgSend(const char* function);
+
+// Tells the start-up process that initialisation is complete; sent again when a link that was down
+// at that time comes up.
+void esaInitCompleteSend();
+
+// Reads what select reported on the link. True when a whole message stands in esaInMsg and is to be
+// dispatched; false when it is not complete yet, or the link went down.
+bool esaMmsgReceive();

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// Chassis-independent rules for faults, fans and temperature. Hardware is reached through the
+// chassis table only.
+#pragma once
+
+#include "core/esa_control.h"
+
+// Records (`compositeFaultStatus` ESA_E_GENERR) or clears (ESA_E_OK) a fault (an ESA_K_FAULT_ bit);
+// drives the composite fault LED, e-mail requests and the alarm. May be entered again from an alarm
+// setter that fails on the bus: the nested call does all but call an alarm setter.
+void esaCompositeFaultManage(U32_t compositeFaultTypeBitMap, ESA_CODE_e compositeFaultStatus);
+
+// Reads all fan speeds and reports fans that failed or came back. ESA_E_OK: all at or above the
+// limit; ESA_E_GENERR: at least one below, or no fans known for this chassis;
+// ESA_E_GENERR_I2C_UNAVAILABLE: the sweep ended early on an unreachable bus.
+ESA_CODE_e esaFanFailStatusRead();
+
+// Averages the temperatures and moves each fan at most one step on the load ladder; every fan to
+// 100 percent while one has failed.
+void esaTemperatureFanPolicyFlexibleThreshold();
+
+// Reports each sensor's crossing of the bands at 35, 45 and 55 degrees.
+void esaTemperatureEventLog();
+
+// Above the overheat limit: records the fault, reports it and asks for an orderly shutdown.
+void esaTemperatureOverheatCheck();

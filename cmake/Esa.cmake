@@ -1,0 +1,72 @@
+# SPDX-License-Identifier: Apache-2.0
+# Build rules shared by all folders.
+
+option(ESA_TESTS "build the tests" ON)
+option(ESA_BENCH "build the benchmarks" OFF)
+set(ESA_SANITIZE "" CACHE STRING "value for -fsanitize=, empty for none")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+find_program(ESA_CCACHE ccache)
+if(ESA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${ESA_CCACHE})
+endif()
+
+find_package(Threads REQUIRED)
+
+# Everything of ours: warnings are errors, time and file offsets are 64 bits wide on both targets.
+add_library(esa_warnings INTERFACE)
+target_compile_options(esa_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wundef -Werror)
+target_compile_definitions(esa_warnings INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
+if(ESA_SANITIZE)
+    target_compile_options(esa_warnings INTERFACE -fsanitize=${ESA_SANITIZE} -fno-omit-frame-pointer
+        -fno-sanitize-recover=all)
+    target_link_options(esa_warnings INTERFACE -fsanitize=${ESA_SANITIZE})
+endif()
+
+# The daemon and its libraries: hardened, and volts are computed alike on both targets.
+add_library(esa_daemon_flags INTERFACE)
+target_link_libraries(esa_daemon_flags INTERFACE esa_warnings)
+target_compile_options(esa_daemon_flags INTERFACE
+    -ffp-contract=off -fstack-protector-strong -fno-exceptions -fno-rtti)
+target_link_options(esa_daemon_flags INTERFACE -Wl,-z,relro,-z,now)
+if(NOT ESA_SANITIZE)
+    target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()
+
+if(ESA_TESTS)
+    if(CMAKE_CROSSCOMPILING)
+        # Debian ships GoogleTest as source too; the cross build needs its own copy.
+        set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+        add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+        add_library(GTest::gmock_main ALIAS gmock_main)
+        add_library(GTest::gmock ALIAS gmock)
+    else()
+        find_package(GTest REQUIRED)
+    endif()
+    include(GoogleTest)
+endif()
+
+# esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [TIMEOUT s])
+# One unit test program. SOURCES are relative to the repository, and list exactly the product files
+# under test, so that a call against the layering does not link.
+function(esa_test NAME)
+    cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    list(TRANSFORM T_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
+    add_executable(${NAME} ${T_SOURCES})
+    target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include
+        ${PROJECT_SOURCE_DIR}/libs ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${NAME} PRIVATE ${T_LIBS} esa_warnings GTest::gmock_main Threads::Threads)
+    target_compile_options(${NAME} PRIVATE -ffp-contract=off)
+    if(NOT T_TIMEOUT)
+        set(T_TIMEOUT 60)
+    endif()
+    gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${T_TIMEOUT})
+endfunction()

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// The alternate event log: complete 4064-byte event records kept in `altevent.log` of the parameter
+// area's non-volatile directory. Safe in a signal handler; never blocks long, never aborts.
+#pragma once
+
+#include "basetypes.h"
+#include "mpu_gbl.h"
+#include "wire.h"
+
+constexpr U32_t ALT_EVENT_K_RECORD_SIZE = 4064;
+constexpr U32_t ALT_EVENT_K_SLOT_SIZE = 4096;
+constexpr U32_t ALT_EVENT_K_SLOTS = 256;  // then the oldest is overwritten
+constexpr U32_t ALT_EVENT_K_FORMAT_VERSION = 1;
+
+enum ALT_EVENT_CALL : U16_t {
+    ALT_EVENT_E_CALL_LOG = 1,    // altEventLog
+    ALT_EVENT_E_CALL_LOG_M = 2,  // altEventLogM
+};
+
+// In front of each record of the file. A slot whose magic, version or CRC is wrong is empty.
+struct AltEventSlotHdr_t {
+    char magic[4];        // "AEL1"
+    Be16 formatVersion;   // ALT_EVENT_K_FORMAT_VERSION
+    Be16 call;            // an ALT_EVENT_CALL
+    Be32 argument;        // altEventLog's third argument, signed; 0 for altEventLogM
+    Be32 recordCrc;       // CRC-32 (IEEE 802.3) of the record
+    Be64 sequenceNumber;  // from 1, one more than the newest slot's
+    Be64 time;            // seconds since 1970, UTC
+};
+WIRE_RECORD(AltEventSlotHdr_t, 32);
+
+// Append `record` (ALT_EVENT_K_RECORD_SIZE bytes). 0, or -1 when it could not be stored, which
+// costs one line on standard error. A null `mpuParams` has no directory.
+int altEventLog(const void* record, const MPU_PARAMS_t* mpuParams, int argument);
+int altEventLogM(const void* record, const MPU_PARAMS_t* mpuParams);
