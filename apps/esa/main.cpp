@@ -2,4 +2,6 @@
 // Process entry of the Enclosure Services Adapter.
 #include "esamain.h"
 
-int main(int argc, char** argv) { return esaMain(argc, argv); }
+int main(int argc, char** argv) {
+    return esaMain(argc, argv);
+}
