@@ -2,7 +2,6 @@
 # Build rules shared by all folders.
 
 option(ESA_TESTS "build the tests" ON)
-option(ESA_BENCH "build the benchmarks" OFF)
 set(ESA_SANITIZE "" CACHE STRING "value for -fsanitize=, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
