@@ -40,6 +40,20 @@ if(NOT ESA_SANITIZE)
     target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
 
+# Header-only libraries of the build machine (Asio, CLI11, fmt, nlohmann-json) for the lab and the
+# tools. They are reached through links of their own: the cross compiler must not see the rest of
+# /usr/include.
+set(ESA_HOST_HEADERS ${CMAKE_BINARY_DIR}/host-headers)
+file(MAKE_DIRECTORY ${ESA_HOST_HEADERS})
+foreach(header asio asio.hpp CLI fmt nlohmann)
+    file(CREATE_LINK /usr/include/${header} ${ESA_HOST_HEADERS}/${header} SYMBOLIC)
+endforeach()
+add_library(esa_host_headers INTERFACE)
+target_include_directories(esa_host_headers SYSTEM INTERFACE ${ESA_HOST_HEADERS})
+target_compile_definitions(esa_host_headers INTERFACE
+    ASIO_STANDALONE ASIO_NO_DEPRECATED FMT_HEADER_ONLY)
+target_link_libraries(esa_host_headers INTERFACE Threads::Threads)
+
 if(ESA_TESTS)
     if(CMAKE_CROSSCOMPILING)
         # Debian ships GoogleTest as source too; the cross build needs its own copy. It defines the
