@@ -68,7 +68,7 @@ struct EsaChassis_t {
     U8_t policyFans;
     // Control page: switch a fan (or the group that starts at `fan`) on or off.
     EsaEntry<void(U8_t fan, bool on)> fanSwitch;
-    // Fans switched together by the control page: 1, or the size of a group.
+    // Fans switched together by the control page: 1, or the size of a group; never 0.
     U8_t fanGroupSize;
 
     // Alarm state asked for by the composite fault manager.
@@ -76,7 +76,8 @@ struct EsaChassis_t {
     // Control page: silence, and sound with the given state.
     EsaEntry<void()> alarmSilence;
     EsaEntry<void(EsaAlarmState_e state)> alarmSound;
-    // State of an alarm that a peer sounds as unrecoverable or critical.
+    // State of an alarm that a peer sounds as unrecoverable or critical; FAULT_S1 where the chassis
+    // knows no other sound or has no alarm.
     EsaAlarmState_e alarmCriticalState;
     // Status page: the alarm's present state, 0 counts as muted. Not fitted: the page copies the
     // peer's last mute request.
@@ -87,17 +88,20 @@ struct EsaChassis_t {
     EsaEntry<ESA_CODE_e(int drive)> driveLedClear;
     EsaEntry<ESA_CODE_e(int drive)> drivePresent;
 
-    // Status page: reads supply `supply` and keeps the books; fills commonStatus, acFail and fail
-    // of `element`. Not fitted: OK, fail copies the peer's last fault request.
+    // Status page: reads supply `supply` (below SES_K_POWER_SUPPLIES_MAX) and keeps the books;
+    // fills commonStatus, acFail and fail of the zeroed `element`. The page sends the supply event
+    // and fills the rest. Not fitted: OK, fail copies the peer's last fault request.
     EsaEntry<void(int supply, PowerSupplyElementStat_t* element, EsaPageChange_t* change)>
         supplyPageStatus;
-    // Control page: fault indication on (ESA_E_GENERR) or off (ESA_E_OK).
+    // Control page: fault indication on (ESA_E_GENERR) or off (ESA_E_OK). The page keeps the books.
     EsaEntry<void(ESA_CODE_e status)> supplyFaultIndicate;
 
-    // Status page: marks and LED after fan `fan` was read at `rpm`; fills fail of `element`.
+    // Status page: marks and LED after fan `fan` (below SES_K_FANS_MAX) was read at `rpm`; fills
+    // fail of `element`. The page sends the fan event. Not fitted: no marks, fail stays 0.
     EsaEntry<void(int fan, U16_t rpm, CoolingElementStat_t* element, EsaPageChange_t* change)>
         fanPageStatus;
-    // Status page: reads all temperatures into temperatureSensor[].
+    // Status page: reads all temperatures into temperatureSensor[], as far as the array goes. Not
+    // fitted: the page answers what stands there.
     EsaEntry<void()> temperaturesPageRead;
 
     EsaI2cDevices_t i2cDevices;
@@ -107,3 +111,8 @@ struct EsaChassis_t {
 const EsaChassis_t* esaChassisOf(KORVO_E_CHASSIS_t enclosureType);
 // The row of esaControl.enclosureType.
 const EsaChassis_t* esaChassis();
+// The row the pages go by: a type outside the table has no back-end, like KORVO_E_CHASSIS_NONE.
+inline const EsaChassis_t& esaChassisOrNone() {
+    const EsaChassis_t* row = esaChassis();
+    return row != nullptr ? *row : *esaChassisOf(KORVO_E_CHASSIS_NONE);
+}
