@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: Apache-2.0
+// LM75 digital temperature sensor: register values and the bytes on the wire.
+#include "lab/chips/lm75.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace enclab {
+namespace {
+
+enum Pointer : std::uint8_t { kTemperature = 0, kConfiguration = 1, kHysteresis = 2, kLimit = 3 };
+
+constexpr std::uint8_t kPointerMask = 0x03;
+constexpr std::uint8_t kShutdown = 0x01;           // configuration D0
+constexpr std::uint8_t kConfigurationMask = 0x1F;  // D5 to D7 read 0
+constexpr std::uint16_t kNineBits = 0xFF80;
+
+//   125.0   0111 1101 0    0x7D00
+//    25.0   0001 1001 0    0x1900
+//     0.5   0000 0000 1    0x0080
+//     0.0   0000 0000 0    0x0000
+//    -0.5   1111 1111 1    0xFF80
+//   -25.0   1110 0111 0    0xE700
+//   -55.0   1100 1001 0    0xC900
+std::uint16_t encode(double degrees) {
+    const double halves = std::round(std::clamp(degrees, -55.0, 125.0) * 2);
+    return static_cast<std::uint16_t>(static_cast<int>(halves) * 0x80);
+}
+
+}  // namespace
+
+void Lm75::setTemperature(double degrees) {
+    degrees_ = degrees;
+    convert();
+}
+
+void Lm75::convert() {
+    if ((configuration_ & kShutdown) == 0) {
+        words_[kTemperature] = encode(degrees_);
+    }
+}
+
+bool Lm75::write(std::span<const std::uint8_t> bytes) {
+    if (bytes.empty()) {
+        return true;
+    }
+    pointer_ = bytes[0] & kPointerMask;
+    if (bytes.size() < 2 || pointer_ == kTemperature) {
+        return true;
+    }
+    if (pointer_ == kConfiguration) {
+        configuration_ = bytes[1] & kConfigurationMask;
+        convert();
+        return true;
+    }
+    const int low = bytes.size() > 2 ? bytes[2] : words_[pointer_] & 0xFF;
+    words_[pointer_] = static_cast<std::uint16_t>((bytes[1] << 8 | low) & kNineBits);
+    return true;
+}
+
+// A read of one byte gives the most significant byte; a longer one goes round in the register.
+void Lm75::read(std::span<std::uint8_t> bytes) {
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (pointer_ == kConfiguration) {
+            bytes[i] = configuration_;
+        } else {
+            bytes[i] = static_cast<std::uint8_t>(words_[pointer_] >> (i % 2 == 0 ? 8 : 0));
+        }
+    }
+}
+
+}  // namespace enclab

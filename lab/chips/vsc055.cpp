@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+// VSC055 enclosure management controller: register file, pins, duty codes and tachometer counts.
+#include "lab/chips/vsc055.h"
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace enclab {
+namespace {
+
+constexpr std::uint8_t VSC055_REG_GPD = 0x00;   // + port: general purpose data
+constexpr std::uint8_t VSC055_REG_DDP = 0x10;   // + port: data direction, 1 = input
+constexpr std::uint8_t VSC055_REG_FSC = 0x30;   // + 4 x fan: fan speed control
+constexpr std::uint8_t VSC055_REG_FAN = 0x32;   // + 4 x fan: fan speed, read only
+constexpr std::uint8_t VSC055_REG_PWMC = 0x98;  // + fan: PWM control
+
+constexpr std::uint8_t kNoPulses = 0xFF;
+constexpr double kCountsPerMinute = 1200000;
+constexpr std::uint8_t kPwmEnable =
+    0x20;  // PWMC: output on, with a duty of (low five bits + 1) / 32
+constexpr std::uint8_t kPwmDuty = 0x1F;
+constexpr std::uint8_t kPwmFull = kPwmEnable | kPwmDuty;
+
+struct Bank {
+    int base;
+    int stride;
+};
+constexpr Bank kData{VSC055_REG_GPD, 1};
+constexpr Bank kDirection{VSC055_REG_DDP, 1};
+constexpr Bank kFanControl{VSC055_REG_FSC, 4};
+constexpr Bank kFanSpeed{VSC055_REG_FAN, 4};
+constexpr Bank kPwm{VSC055_REG_PWMC, 1};
+constexpr int kBankSize = 8;
+
+constexpr std::size_t registerOf(const Bank& bank, int index) {
+    return static_cast<std::size_t>(bank.base + bank.stride * index);
+}
+
+bool contains(const Bank& bank, std::uint8_t number) {
+    const int distance = number - bank.base;
+    return distance >= 0 && distance % bank.stride == 0 && distance / bank.stride < kBankSize;
+}
+
+bool writable(std::uint8_t number) {
+    return contains(kData, number) || contains(kDirection, number) ||
+           contains(kFanControl, number) || contains(kPwm, number);
+}
+
+int checked(int index) {
+    if (index < 0 || index >= kBankSize) {
+        throw std::out_of_range("VSC055: port or fan outside 0 to 7");
+    }
+    return index;
+}
+
+}  // namespace
+
+Vsc055::Vsc055() {
+    driven_.fill(0xFF);
+    for (int n = 0; n < kBankSize; ++n) {
+        registers_[registerOf(kData, n)] = 0xFF;
+        registers_[registerOf(kDirection, n)] = 0xFF;
+        registers_[registerOf(kFanSpeed, n)] = kNoPulses;
+        registers_[registerOf(kPwm, n)] = kPwmFull;
+    }
+}
+
+std::uint8_t Vsc055::pins(int port) const {
+    const int input = registers_[registerOf(kDirection, checked(port))];
+    const int latch = registers_[registerOf(kData, port)];
+    const int driven = driven_[static_cast<std::size_t>(port)];
+    return static_cast<std::uint8_t>((driven & input) | (latch & ~input));
+}
+
+void Vsc055::drivePin(int port, int bit, bool level) {
+    const int mask = 1 << bit;
+    std::uint8_t& driven = driven_[static_cast<std::size_t>(checked(port))];
+    driven = static_cast<std::uint8_t>(level ? driven | mask : driven & ~mask);
+}
+
+bool Vsc055::drivenPin(int port, int bit) const {
+    return (driven_[static_cast<std::size_t>(checked(port))] >> bit & 1) != 0;
+}
+
+double Vsc055::dutyPercent(int fan) const {
+    const std::uint8_t code = registers_[registerOf(kPwm, checked(fan))];
+    return (code & kPwmEnable) == 0 ? 0 : ((code & kPwmDuty) + 1) * 100 / 32.0;
+}
+
+void Vsc055::setTachometer(int fan, double rpm, int divisor) {
+    std::uint8_t& count = registers_[registerOf(kFanSpeed, checked(fan))];
+    if (rpm <= 0) {
+        count = kNoPulses;
+        return;
+    }
+    const double periods = std::round(kCountsPerMinute / (rpm * divisor));
+    count = static_cast<std::uint8_t>(std::clamp(periods, 1.0, 254.0));
+}
+
+std::uint8_t Vsc055::valueOf(std::uint8_t number) const {
+    return contains(kData, number) ? pins(number - kData.base) : registers_[number];
+}
+
+bool Vsc055::write(std::span<const std::uint8_t> bytes) {
+    if (bytes.empty()) {
+        return true;
+    }
+    pointer_ = bytes[0];
+    for (std::uint8_t value : bytes.subspan(1)) {
+        if (writable(pointer_)) {
+            registers_[pointer_] = value;
+        }
+        ++pointer_;
+    }
+    if (bytes.size() > 1 && written_) {
+        written_();
+    }
+    return true;
+}
+
+void Vsc055::read(std::span<std::uint8_t> bytes) {
+    for (std::uint8_t& byte : bytes) {
+        byte = valueOf(pointer_++);
+    }
+}
+
+}  // namespace enclab
