@@ -150,6 +150,9 @@ WIRE_OFFSET(SenseData_t, commandSpecificInformation, 12);
 WIRE_OFFSET(SenseData_t, additionalSenseCode, 16);
 WIRE_OFFSET(SenseData_t, senseKeySpecific16Bits, 20);
 
+// Bytes at the head of every page that its pageLength does not count.
+constexpr U32_t SES_K_PAGE_LENGTH_EXCLUDES = 4;
+
 // ---- configuration page ----
 
 struct ConfDiagPageHdr_t {

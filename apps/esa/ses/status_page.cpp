@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+// Enclosure status page: per element type an overall word and one record per element. Counts are
+// answered as they stand; elements above the arrays read as unreadable.
+#include "ses/status_page.h"
+
+#include <cstddef>
+#include <cstring>
+
+#include "backend/chassis.h"
+#include "esa_trace.h"
+#include "msg/esa_element_event.h"
+
+constexpr U32_t ALARM_OVERALL_ECHO = 0x20;  // bit of the overall word a peer gets back
+constexpr U8_t ALARM_COMMON_ECHO = 0x20;    // bit of byte 0 of an alarm record a peer gets back
+constexpr U16_t RPM_PER_SPEED_UNIT = 10;
+constexpr S16_t TEMPERATURE_OFFSET = 20;  // page value of 0 degrees Celsius
+
+// Degrees Celsius: above / below these the flag is set.
+constexpr S16_t OVER_WARNING = 55;
+constexpr S16_t OVER_FAILURE = 60;
+constexpr S16_t UNDER_WARNING = 1;
+constexpr S16_t UNDER_FAILURE = 0;
+
+static void devicesRead(const EsaChassis_t& chassis, DeviceElementStat_t* devices) {
+    for (int slot = 0; slot < esaBounded(esaControl.deviceMaxNumber, SES_K_DEVICES_MAX); ++slot) {
+        const bool absent = chassis.drivePresent && chassis.drivePresent(slot) != ESA_E_OK;
+        devices[slot].commonStatus =
+            absent ? SES_E_ELEMENT_STATUS_CODE_NOT_INSTALLED : SES_E_ELEMENT_STATUS_CODE_OK;
+        devices[slot].slotAddress = static_cast<U8_t>(slot);
+        devices[slot].faultReqstd = esaControl.deviceElementControl[slot].rqstFault;
+    }
+}
+
+static void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* supplies) {
+    EsaPageChange_t change = {};
+    const int count = esaBounded(esaControl.powerSupplyMaxNumber, SES_K_POWER_SUPPLIES_MAX);
+    for (int supply = 0; supply < count; ++supply) {
+        const PowerSupplyElementCont_t& control = esaControl.powerSupplyElementControl[supply];
+        PowerSupplyElementStat_t* status = &supplies[supply];
+        if (chassis.supplyPageStatus) {
+            chassis.supplyPageStatus(supply, status, &change);
+        } else {
+            status->commonStatus = SES_E_ELEMENT_STATUS_CODE_OK;
+            status->fail = control.rqstFail;
+        }
+        status->rqstedOn = control.rqstOn;
+        status->rsvd2 = 1;  // peers expect the last bit set
+    }
+    if (change.powerSupply) {
+        esaPowerSupplyEventSend(EMP_E_TYPE_WARNING);
+    }
+}
+
+static void fanSpeedSet(CoolingElementStat_t* status, U16_t rpm) {
+    const U16_t speed = rpm / RPM_PER_SPEED_UNIT;
+    status->actualFanSpeedMsb = (speed >> 8) & 0x3;  // 10 bits travel; faster fans are cut
+    status->actualFanSpeed = static_cast<U8_t>(speed);
+    status->off = speed == 0;
+    status->actualSpeedCode = speed == 0 ? SES_E_FAN_ACTUAL_STOP : SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+}
+
+static void fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* status,
+                    EsaPageChange_t* change) {
+    U16_t rpm = 0;
+    if (!chassis.fanSpeedRead || chassis.fanSpeedRead(fan, &rpm) != ESA_E_OK) {
+        // Peers take an unreadable fan for a running one.
+        status->actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+        return;
+    }
+    ESA_TRACE("Fan [%d] has RPM [%d] divided by a factor of 10.", fan, rpm);
+    fanSpeedSet(status, rpm);
+    if (chassis.fanPageStatus) {
+        chassis.fanPageStatus(fan, rpm, status, change);
+    }
+}
+
+static void fansRead(const EsaChassis_t& chassis, CoolingElementStat_t* fans) {
+    EsaPageChange_t change = {};
+    for (int fan = 0; fan < esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX); ++fan) {
+        fanRead(chassis, fan, &fans[fan], &change);
+        fans[fan].rqstedOn = esaControl.coolingElementControl[fan].rqstOn;
+    }
+    if (change.fan) {
+        esaFanEventSend();
+    }
+}
+
+static void temperatureSet(TemperatureSensorElementStat_t* status, S16_t degrees) {
+    if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
+        return;
+    }
+    status->temperature = static_cast<U8_t>(degrees + TEMPERATURE_OFFSET);
+    status->otWarning = degrees > OVER_WARNING;
+    status->otFailure = degrees > OVER_FAILURE;
+    status->utWarning = degrees < UNDER_WARNING;
+    status->utFailure = degrees < UNDER_FAILURE;
+}
+
+static void temperaturesRead(const EsaChassis_t& chassis, TemperatureSensorElementStat_t* sensors) {
+    if (chassis.temperaturesPageRead) {
+        chassis.temperaturesPageRead();
+    }
+    const int count = esaBounded(esaControl.temperatureSensorMaxNumber, SES_K_SENSORS_MAX);
+    for (int sensor = 0; sensor < count; ++sensor) {
+        temperatureSet(&sensors[sensor], esaControl.temperatureSensor[sensor]);
+    }
+}
+
+static void alarmRead(const EsaChassis_t& chassis, const AudibleAlarmElementCont_t& control,
+                      AudibleAlarmElementStat_t* status) {
+    status->commonStatus = control.commonControl & ALARM_COMMON_ECHO;
+    status->unrecov = control.unrecov;
+    status->crit = control.crit;
+    status->nonCrit = control.nonCrit;
+    status->info = control.info;
+    status->remind = control.setRemind;
+    status->muted = chassis.alarmPageState ? chassis.alarmPageState() == ESA_E_ALARM_STATE_IDLE_S0
+                                           : control.setMute != 0;
+    status->rqstMute = control.setMute;
+}
+
+static void alarmsRead(const EsaChassis_t& chassis, StatusPageElements_t* elements) {
+    elements->alarmOverall = esaControl.audibleAlarmElementControlOverall & ALARM_OVERALL_ECHO;
+    for (int alarm = 0; alarm < esaBounded(esaControl.audibleAlarmMaxNumber, SES_K_ALARMS_MAX);
+         ++alarm) {
+        alarmRead(chassis, esaControl.audibleAlarmElementControl[alarm], &elements->alarms[alarm]);
+    }
+}
+
+void statusPageRead(StatusPageElements_t* elements) {
+    const EsaChassis_t& chassis = esaChassisOrNone();
+    devicesRead(chassis, elements->devices);
+    powerSuppliesRead(chassis, elements->powerSupplies);
+    fansRead(chassis, elements->fans);
+    temperaturesRead(chassis, elements->sensors);
+    alarmsRead(chassis, elements);
+}
+
+U32_t statusPageSize() {
+    const U32_t elements = U32_t{esaControl.deviceMaxNumber} + esaControl.powerSupplyMaxNumber +
+                           esaControl.coolingMaxNumber + esaControl.temperatureSensorMaxNumber +
+                           esaControl.audibleAlarmMaxNumber;
+    return static_cast<U32_t>(sizeof(EncStatDiagPageHdr_t)) +
+           SES_K_ELEMENT_SIZE * (SES_K_ELEMENT_TYPES + elements);
+}
+
+// Overall word, the records, and `beyond` for each element the array has no room for. Returns the
+// end of the section.
+template <typename Record, int N>
+static U8_t* sectionBuild(U8_t* at, U32_t overall, const Record (&records)[N], U8_t count,
+                          const Record& beyond = {}) {
+    static_assert(sizeof(Record) == SES_K_ELEMENT_SIZE);
+    *wireView<Be32>(at) = overall;
+    at += SES_K_ELEMENT_SIZE;
+    for (int n = 0; n < count; ++n) {
+        *wireView<Record>(at) = n < N ? records[n] : beyond;
+        at += SES_K_ELEMENT_SIZE;
+    }
+    return at;
+}
+
+void statusPageBuild(const StatusPageElements_t& elements, U8_t* page) {
+    EncStatDiagPageHdr_t header = {};
+    header.pageCode = SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE;
+    header.pageLength = static_cast<U16_t>(statusPageSize() - SES_K_PAGE_LENGTH_EXCLUDES);
+    *wireView<EncStatDiagPageHdr_t>(page) = header;
+
+    CoolingElementStat_t unreadableFan = {};
+    unreadableFan.actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+    U8_t* at = page + sizeof header;
+    at = sectionBuild(at, 0, elements.devices, esaControl.deviceMaxNumber);
+    at = sectionBuild(at, 0, elements.powerSupplies, esaControl.powerSupplyMaxNumber);
+    at = sectionBuild(at, 0, elements.fans, esaControl.coolingMaxNumber, unreadableFan);
+    at = sectionBuild(at, 0, elements.sensors, esaControl.temperatureSensorMaxNumber);
+    sectionBuild(at, elements.alarmOverall, elements.alarms, esaControl.audibleAlarmMaxNumber);
+}
