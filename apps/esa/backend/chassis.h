@@ -34,7 +34,7 @@ struct EsaI2cDevice_t {
     U8_t address;       // 7-bit
     U32_t faultBit;     // in i2cDeviceFaultStatus
     U32_t information;  // an EsaEventInfo_e
-    S32_t sensor;       // temperatureSensorPosition of the event; -1: not a sensor
+    U32_t sensor;       // temperatureSensorPosition of the event; 0 also for what is no sensor
 };
 
 struct EsaI2cDevices_t {

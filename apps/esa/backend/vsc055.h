@@ -3,6 +3,7 @@
 // shadow byte, so the shadow changes first.
 #pragma once
 
+#include "backend/chassis.h"
 #include "core/esa_control.h"
 
 // Registers, by the chip's names; n is the port or fan number 0..7.
@@ -22,15 +23,17 @@ constexpr U8_t VSC055_REG_PWMC(int n) {
     return static_cast<U8_t>(0x98 + n);
 }  // duty code
 
+constexpr int VSC055_PORTS = 8;
+
 // Probes and sets up the controller and its sensors. ESA_E_OK, ESA_E_GENERR_I2C_UNAVAILABLE when a
 // device does not answer, or the code of a failed read-back.
 ESA_CODE_e esaVsc055Init();
 void esaVsc055PollTimeoutProcess();
 
-// 0, 25, 50, 75 or 100 percent; anything else is traced only. 0 also takes the fan's power, which a
-// later load does not give back.
+// 0, 25, 50, 75 or 100 percent to fan 0..7; anything else is traced only. 0 also takes the fan's
+// power, which a later load does not give back.
 void esaVsc055FanPwmLoad(U8_t fanInx, U8_t pwmPercentage);
-// Speed in RPM; untouched when the result is not ESA_E_OK.
+// Speed of fan 0..7 in RPM; untouched when the result is not ESA_E_OK.
 ESA_CODE_e esaVsc055FanSpeedRead(int fanInx, U16_t* fanRpmSpeedPtr);
 
 // ESA_E_GENERR for a drive that has no LED.
@@ -45,3 +48,8 @@ EsaAlarmState_e esaVsc055AlarmStateRead();
 void esaVsc055AlarmStateBackplaneSet(EsaAlarmState_e alarmState);
 // Low pulse on the supplies' alarm clear line.
 void esaVsc055AlarmStatePowerSupplyClear();
+
+// Status page entries of the chassis row.
+void esaVsc055SupplyPageStatus(int supply, PowerSupplyElementStat_t* element,
+                               EsaPageChange_t* change);
+void esaVsc055TemperaturesRead();

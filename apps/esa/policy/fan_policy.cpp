@@ -1,1 +1,106 @@
 // SPDX-License-Identifier: Apache-2.0
+// Fan loads by temperature: a ladder of four loads with a hysteresis band between neighbours and a
+// floor. A fan's place on the ladder is its fanPwmLoad. A failed fan sends all fans to the top.
+#include <iterator>
+
+#include "backend/chassis.h"
+#include "esa_trace.h"
+#include "policy/esa_policy.h"
+
+constexpr U8_t LOAD_FULL = 100;  // percent
+
+struct LadderStep_t {
+    U8_t load;                      // percent
+    U32_t EsaControl_t::*stepUp;    // above this average one step up; null on the top
+    U32_t EsaControl_t::*stepDown;  // below this average one step down; null at the bottom
+};
+constexpr LadderStep_t LADDER[] = {
+    {25, &EsaControl_t::fanPwm25To50TemperatureThreshold, nullptr},
+    {50, &EsaControl_t::fanPwm50To75TemperatureThreshold,
+     &EsaControl_t::fanPwm50To25TemperatureThreshold},
+    {75, &EsaControl_t::fanPwm75To100TemperatureThreshold,
+     &EsaControl_t::fanPwm75To50TemperatureThreshold},
+    {LOAD_FULL, nullptr, &EsaControl_t::fanPwm100To75TemperatureThreshold},
+};
+
+static void fanLoad(const EsaChassis_t& chassis, U8_t fan, U8_t percent) {
+    chassis.fanLoad(fan, percent);
+    esaControl.fanPwmLoad[fan] = percent;
+}
+
+static void fansToFullLoad(const EsaChassis_t& chassis, int fans) {
+    for (U8_t fan = 0; fan < fans; ++fan) {
+        if (esaControl.fanPwmLoad[fan] != LOAD_FULL) {
+            ESA_TRACE("At least 1 Fan Fault, FanFaultStatus = [0x%x]", esaControl.fanFaultStatus);
+            ESA_TRACE("Fan [%d] sets to 100 percent PWM Load", fan);
+            fanLoad(chassis, fan, LOAD_FULL);
+        }
+    }
+}
+
+// False when no sensor is readable; the average then stays as it was.
+static bool temperatureAverage() {
+    S16_t sum = 0;  // 16 bits wide, and wraps
+    S32_t count = 0;
+    const int sensors = esaBounded(esaControl.temperatureSensorMaxNumber, SES_K_SENSORS_MAX);
+    for (int n = 0; n < sensors; ++n) {
+        if (esaControl.temperatureSensor[n] != ESA_K_TEMPERATURE_UNREADABLE) {
+            sum = static_cast<S16_t>(sum + esaControl.temperatureSensor[n]);
+            ++count;
+        }
+    }
+    if (count == 0) {
+        ESA_TRACE("No readable temperature sensor, temperatureSensorAverage stays [%d].",
+                  esaControl.temperatureSensorAverage);
+        return false;
+    }
+    esaControl.temperatureSensorAverage = static_cast<S16_t>(sum / count);
+    ESA_TRACE("temperatureSensorAverage = [%d] degrees Celsius.",
+              esaControl.temperatureSensorAverage);
+    return true;
+}
+
+static void ladderMove(const EsaChassis_t& chassis, U8_t fan, const LadderStep_t& step) {
+    fanLoad(chassis, fan, step.load);
+    ESA_TRACE("Temperature = [%d], Fan [%d] set to %d percent PWM",
+              esaControl.temperatureSensorAverage, fan, step.load);
+}
+
+// One step at most. `temperature` is unsigned: an average below zero counts as very hot.
+static void ladderStep(const EsaChassis_t& chassis, U8_t fan, U32_t temperature) {
+    for (std::size_t n = 0; n < std::size(LADDER); ++n) {
+        const LadderStep_t& step = LADDER[n];
+        if (step.load != esaControl.fanPwmLoad[fan]) {
+            continue;
+        }
+        if (step.stepUp != nullptr && temperature > esaControl.*step.stepUp) {
+            ladderMove(chassis, fan, LADDER[n + 1]);
+        } else if (step.stepDown != nullptr && temperature < esaControl.*step.stepDown &&
+                   esaControl.fanPwmLoadMinimum <= LADDER[n - 1].load) {
+            ladderMove(chassis, fan, LADDER[n - 1]);
+        }
+        return;
+    }
+    ESA_TRACE("ESA never set this PWM Load [%d] on Fan [%d]?", esaControl.fanPwmLoad[fan], fan);
+}
+
+void esaTemperatureFanPolicyFlexibleThreshold() {
+    const EsaChassis_t* chassis = esaChassis();
+    if (chassis == nullptr || !chassis->fanLoad) {
+        return;
+    }
+    const int fans = chassis->policyFans != 0
+                         ? chassis->policyFans
+                         : esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX);
+    if (esaControl.fanFaultStatus != 0) {
+        fansToFullLoad(*chassis, fans);
+        return;
+    }
+    if (!temperatureAverage()) {
+        return;
+    }
+    const S32_t average = esaControl.temperatureSensorAverage;
+    for (U8_t fan = 0; fan < fans; ++fan) {
+        ladderStep(*chassis, fan, static_cast<U32_t>(average));
+    }
+}
