@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+// Expected bytes as people type them, and bytes as people read them.
+#pragma once
+
+#include <cctype>
+#include <cstdint>
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Bytes of a text of hexadecimal digits; white space is free, '#' comments run to the line's end.
+inline std::vector<std::uint8_t> hexBytes(std::string_view text) {
+    std::string digits;
+    bool comment = false;
+    for (const char c : text) {
+        comment = c == '#' || (comment && c != '\n');
+        if (!comment && std::isspace(static_cast<unsigned char>(c)) == 0) {
+            digits += c;
+        }
+    }
+    if (digits.size() % 2 != 0 ||
+        digits.find_first_not_of("0123456789abcdefABCDEF") != digits.npos) {
+        throw std::invalid_argument("not a text of whole bytes");
+    }
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t at = 0; at < digits.size(); at += 2) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(at, 2), nullptr, 16)));
+    }
+    return bytes;
+}
+
+// "01 00 00 00\n02 ...": four bytes a line, so that a difference shows as lines.
+inline std::string hexText(const std::vector<std::uint8_t>& bytes) {
+    std::string text;
+    char digits[4];
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+        std::snprintf(digits, sizeof digits, "%02X%c", bytes[at],
+                      at % 4 == 3 || at + 1 == bytes.size() ? '\n' : ' ');
+        text += digits;
+    }
+    return text;
+}
+inline std::string hexText(std::string_view typed) {
+    return hexText(hexBytes(typed));
+}
