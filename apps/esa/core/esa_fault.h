@@ -5,6 +5,7 @@
 
 #include "alt_event_log.h"
 #include "basetypes.h"
+#include "esa_trace.h"
 
 extern char esaDebugMsg[1024];                              // text of the latest fault
 extern U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];  // record being stored
@@ -13,3 +14,6 @@ extern U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];  // record being stor
 // printf format.
 void esaFault(const char* fileName, int lineNo, const char* fnName, const char* msg, ...)
     __attribute__((format(printf, 4, 5)));
+
+// ESA_FAULT("main()", format, ...): the fault of this line, in the one file log readers know.
+#define ESA_FAULT(function, ...) esaFault(ESA_K_TRACE_FILE, __LINE__, (function), __VA_ARGS__)

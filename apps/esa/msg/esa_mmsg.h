@@ -5,24 +5,24 @@
 
 #include "basetypes.h"
 #include "mmsg.h"
+#include "startup.h"
 
 // Connects to the switch at socketAddressMSM, which this fills from the parameter area's message
 // directory. False when the link stays down; reports the failed call as a critical fault.
 bool esaLinkOpen();
 
-// Takes the link down once: closes the descriptor and forgets a half-read message. Repeats do
-// nothing.
+// Takes the link down: one trace line, the descriptor is closed and a half-read message forgotten.
+// Repeats do nothing.
 void esaLinkDown();
 
 bool esaLinkIsUp();
 
-// Called once at the end of every loop pass: while the link is down tries to connect silently every
-// tenth pass; when it came back traces one line and sends what could not be delivered (the
-// notification that initialisation is complete, the composite-fault LED for the present state).
-void esaLinkPass();
+// Called once at the end of every loop pass: while the link is down tries silently to connect,
+// every tenth pass. True when it came back in this pass, which costs one trace line.
+bool esaLinkPass();
 
-// Clears the message buffer `message` to the values every outgoing header starts with and fills
-// protocol, type, requestor 33 and length. No recipient yet.
+// Clears `length` bytes (at least a header) from `message` on to the values every outgoing header
+// starts with and fills protocol, type, requestor 33 and length. No recipient yet.
 void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_t length);
 
 // ORs endpoint `endpoint` (0..63) into the recipient map of this blade.
@@ -33,10 +33,10 @@ void esaMmsgRecipientAdd(MMCH_t* message, U32_t endpoint);
 // the link is down it costs one trace line.
 S32_t esaMmsgSend(const char* function);
 
-// Tells the start-up process that initialisation is complete; sent again when a link that was down
-// at that time comes up.
-void esaInitCompleteSend();
+// True when the latest request of this type to the start-up process could not be delivered.
+bool esaMmsgIsUndelivered(SUS_MMSG type);
 
 // Reads what select reported on the link. True when a whole message stands in esaInMsg and is to be
-// dispatched; false when it is not complete yet, or the link went down.
+// dispatched; false when it is not complete yet, or the link went down. Waits at most one
+// selectTimeout.
 bool esaMmsgReceive();
