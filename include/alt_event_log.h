@@ -17,7 +17,9 @@ enum ALT_EVENT_CALL : U16_t {
     ALT_EVENT_E_CALL_LOG_M = 2,  // altEventLogM
 };
 
-// In front of each record of the file. A slot whose magic, version or CRC is wrong is empty.
+constexpr char ALT_EVENT_K_FILE_NAME[] = "altevent.log";
+
+// In front of each record of the file.
 struct AltEventSlotHdr_t {
     char magic[4];        // "AEL1"
     Be16 formatVersion;   // ALT_EVENT_K_FORMAT_VERSION
@@ -28,8 +30,33 @@ struct AltEventSlotHdr_t {
     Be64 time;            // seconds since 1970, UTC
 };
 WIRE_RECORD(AltEventSlotHdr_t, 32);
+WIRE_OFFSET(AltEventSlotHdr_t, argument, 8);
+WIRE_OFFSET(AltEventSlotHdr_t, sequenceNumber, 16);
 
-// Append `record` (ALT_EVENT_K_RECORD_SIZE bytes). 0, or -1 when it could not be stored, which
-// costs one line on standard error. A null `mpuParams` has no directory.
+struct AltEventSlot_t {
+    AltEventSlotHdr_t header;
+    U8_t record[ALT_EVENT_K_RECORD_SIZE];
+};
+WIRE_RECORD(AltEventSlot_t, ALT_EVENT_K_SLOT_SIZE);
+
+// The number of a record's slot in the file follows from its sequence number, so that a slot that
+// was torn is the next to be written.
+constexpr U32_t altEventSlotIndex(U64_t sequenceNumber) {
+    return static_cast<U32_t>((sequenceNumber - 1) % ALT_EVENT_K_SLOTS);
+}
+
+enum ALT_EVENT_SLOT_e {
+    ALT_EVENT_E_SLOT_GOOD,
+    ALT_EVENT_E_SLOT_EMPTY,    // never written: all zero
+    ALT_EVENT_E_SLOT_FOREIGN,  // another magic or version, or a sequence number of another place
+    ALT_EVENT_E_SLOT_TORN,     // the record is not the one the header was written for, or has none
+};
+
+// What slot `index` of the file holds. All but good slots count as free.
+ALT_EVENT_SLOT_e altEventSlotCheck(const AltEventSlot_t& slot, U32_t index);
+
+// Append `record` (ALT_EVENT_K_RECORD_SIZE bytes) and wait until the medium has it. 0, or -1 when
+// it could not be stored, which costs one line on standard error. errno is left alone. A null
+// `mpuParams` has no directory.
 int altEventLog(const void* record, const MPU_PARAMS_t* mpuParams, int argument);
 int altEventLogM(const void* record, const MPU_PARAMS_t* mpuParams);
