@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The trace log: statement protocol, line prefixes, hexadecimal dump, rotation by size and the
 // bug check that ends a process with a record in the alternate event log. After TRACE__init
-// nothing here allocates: the stream has a buffer of its own and rotation reopens it.
+// nothing here allocates: the stream has a buffer of its own and rotation keeps it.
 #include "trace.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -18,9 +20,6 @@
 #include "osdep.h"
 
 TRACE_DATA_t traceData;
-
-// Until the alternate event log is there: tests of others link without it.
-#pragma weak altEventLogM
 
 namespace {
 
@@ -242,13 +241,34 @@ void closeLogFile() {
     }
 }
 
+// Points an open stream at another file. Closing and opening would allocate.
+bool switchFile(std::FILE* stream, const char* name) {
+    const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (file < 0) {
+        std::fclose(stream);
+        return false;
+    }
+    std::fflush(stream);
+    const bool switched = dup2(file, fileno(stream)) >= 0;
+    close(file);
+    return switched;
+}
+
+bool openStream(const char* name) {
+    if (traceData.fd != nullptr) {
+        return switchFile(traceData.fd, name);
+    }
+    traceData.fd = std::fopen(name, "w");
+    if (traceData.fd != nullptr) {
+        std::setvbuf(traceData.fd, streamBuffer, _IOFBF, sizeof streamBuffer);
+    }
+    return traceData.fd != nullptr;
+}
+
 void openLogFile() {
     char name[TRACE_K_NAME_SIZE];
     TRACE__getLogName(name);
-    traceData.fd =
-        traceData.fd != nullptr ? std::freopen(name, "w", traceData.fd) : std::fopen(name, "w");
-    if (traceData.fd != nullptr) {
-        std::setvbuf(traceData.fd, streamBuffer, _IOFBF, sizeof streamBuffer);
+    if (openStream(name)) {
         return;
     }
     std::fprintf(stderr, "%s: Failed to open logfile %s", "TRACE_openLog", name);
@@ -272,7 +292,7 @@ void TRACE__init(const MPU_PARAMS_t* params, const char* traceFileNameProto, int
     std::memset(&traceData, 0, sizeof traceData);
     mutexCheck(mutexInit(&traceData.lock), MPU_K_BUGCHECK_MUTEX_INIT,
                "mpuMutex_Init(): init failure.");
-    tzset();  // reads the time zone now rather than at the first statement
+    tzset();  // the time zone of every timestamp to come
     traceData.numModLevels = static_cast<U8_t>(numModules);
     traceData.modNames = copyNames(moduleNames, traceData.numModLevels);
     TRACE__redirect(params, traceFileNameProto);
@@ -365,14 +385,11 @@ int TRACE_getTimestamp(char* buf, int bufLen) {
         return 0;
     }
     const std::time_t now = std::time(nullptr);
-    const std::tm* const local = std::localtime(&now);
-    if (local == nullptr) {
-        buf[0] = '\0';
-        return 0;
-    }
+    std::tm local = {};
+    localtime_r(&now, &local);  // localtime would look for the zone, and allocate, every time
     const int length = std::snprintf(buf, static_cast<std::size_t>(bufLen), "%s %2d %02d:%02d:%02d",
-                                     months_list[local->tm_mon], local->tm_mday, local->tm_hour,
-                                     local->tm_min, local->tm_sec);
+                                     months_list[local.tm_mon], local.tm_mday, local.tm_hour,
+                                     local.tm_min, local.tm_sec);
     return length < bufLen ? length : bufLen - 1;
 }
 

@@ -139,6 +139,3 @@ S32_t mpuSpinLock_Get(volatile S32_t* lock) {
         }
     }
 }
-
-// Until the alternate event log is there: tests of others link without it.
-#pragma weak altEventLogM
