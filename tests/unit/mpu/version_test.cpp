@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <bit>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -113,8 +113,18 @@ TEST(SpinLock, WaitsUntilAUnitIsThere) {
     for (const S32_t start : {0, -3}) {
         S32_t lock = start;
         S32_t got = -1;
-        std::thread waiter([&] { got = mpuSpinLock_Get(&lock); });
-        std::atomic_ref<S32_t>(lock).store(1);
+        std::atomic<bool> running = false;
+        std::thread waiter([&] {
+            running = true;
+            got = mpuSpinLock_Get(&lock);
+        });
+        while (!running) {
+            std::this_thread::yield();
+        }
+        for (int turn = 0; turn < 1000; turn++) {
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(std::atomic_ref<S32_t>(lock).exchange(1), start);
         waiter.join();
         EXPECT_EQ(got, 0);
         EXPECT_EQ(lock, 0);
