@@ -18,10 +18,9 @@ constexpr unsigned long TRANSFER_RETRIES = 0;
 constexpr U32_t LENGTH_MAX = I2C_SMBUS_BLOCK_MAX;
 constexpr U8_t ADDRESS_MAX = 0x7F;
 
-// What is known of an open descriptor.
+// What is known of the file behind a descriptor.
 struct Adapter {
     bool known;
-    int fd;
     dev_t device;
     ino_t inode;
     unsigned long functions;  // I2C_FUNC_ bits
@@ -32,7 +31,7 @@ constexpr unsigned ADAPTERS = 8;
 Adapter adapters[ADAPTERS];
 
 bool askAdapter(Adapter& adapter, int fd, const struct stat& file) {
-    adapter = {false, fd, file.st_dev, file.st_ino, 0};
+    adapter = {false, file.st_dev, file.st_ino, 0};
     if (ioctl(fd, I2C_FUNCS, &adapter.functions) < 0) {
         return false;
     }
@@ -52,8 +51,8 @@ const Adapter* adapterOf(int fd) {
         return nullptr;
     }
     Adapter& adapter = adapters[static_cast<unsigned>(fd) % ADAPTERS];
-    const bool same = adapter.known && adapter.fd == fd && adapter.device == file.st_dev &&
-                      adapter.inode == file.st_ino;
+    const bool same =
+        adapter.known && adapter.device == file.st_dev && adapter.inode == file.st_ino;
     return same || askAdapter(adapter, fd, file) ? &adapter : nullptr;
 }
 
