@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 struct AltRecord {
@@ -13,3 +14,6 @@ struct AltRecord {
 
 // Records since the last call.
 std::vector<AltRecord> takeAltRecords();
+
+// The same, as critical faults: "main(): Linux select function fails", the text cut to 64 bytes.
+std::vector<std::string> takeFaults();

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/support/fake_system_calls.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+
+SystemCalls systemCalls;
+
+int select(int descriptors, fd_set* readable, fd_set* writable, fd_set* failed,
+           struct timeval* timeout) {
+    ++systemCalls.selects;
+    systemCalls.selectDescriptors = descriptors;
+    systemCalls.selectMicroseconds =
+        static_cast<long>(timeout->tv_sec) * 1000000 + static_cast<long>(timeout->tv_usec);
+    if (systemCalls.selectError != 0) {
+        errno = systemCalls.selectError;
+        systemCalls.selectError = 0;
+        return -1;
+    }
+    const struct timespec now = {};
+    return pselect(descriptors, readable, writable, failed, &now, nullptr);
+}
+
+int poll(struct pollfd* watched, nfds_t count, int) {
+    ++systemCalls.polls;
+    if (systemCalls.onPoll) {
+        systemCalls.onPoll();
+    }
+    const struct timespec now = {};
+    return ppoll(watched, count, &now, nullptr);
+}
+
+ssize_t recv(int fd, void* buffer, size_t size, int flags) {
+    ++systemCalls.receives;
+    if (!systemCalls.receiveErrors.empty()) {
+        const int error = systemCalls.receiveErrors.front();
+        systemCalls.receiveErrors.pop_front();
+        if (error != 0) {
+            errno = error;
+            return -1;
+        }
+    }
+    return recvfrom(fd, buffer, size, flags, nullptr, nullptr);
+}
+
+ssize_t send(int fd, const void* buffer, size_t size, int flags) {
+    ++systemCalls.sends;
+    return sendto(fd, buffer, size, flags, nullptr, 0);
+}
+
+int socket(int family, int type, int protocol) noexcept {
+    if (systemCalls.nextSocket == 0) {
+        return static_cast<int>(syscall(SYS_socket, family, type, protocol));
+    }
+    const int given = systemCalls.nextSocket;
+    systemCalls.nextSocket = 0;
+    errno = EMFILE;
+    return given;
+}
+
+int connect(int fd, const struct sockaddr* address, socklen_t length) {
+    ++systemCalls.connects;
+    return static_cast<int>(syscall(SYS_connect, fd, address, length));
+}
+
+int open(const char* path, int flags, ...) {
+    va_list values;
+    va_start(values, flags);
+    const auto mode = (flags & O_CREAT) != 0 ? va_arg(values, mode_t) : mode_t{};
+    va_end(values);
+    if (std::strcmp(path, "/dev/enc-0") != 0) {
+        return openat(AT_FDCWD, path, flags, mode);
+    }
+    return openat(AT_FDCWD, systemCalls.enclosureDevice.c_str(), flags);
+}
+
+unsigned sleep(unsigned seconds) {
+    systemCalls.sleptSec += seconds;
+    if (systemCalls.onSleep) {
+        systemCalls.onSleep();
+    }
+    return 0;
+}

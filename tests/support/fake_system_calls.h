@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// Takes the place of the system calls the service waits and talks with: nothing sleeps, failures
+// are scripted, calls are counted. What is not scripted goes to the system.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <string>
+
+struct SystemCalls {
+    int selects = 0;
+    int receives = 0;
+    int sends = 0;
+    int polls = 0;
+    int connects = 0;
+    unsigned sleptSec = 0;
+
+    int selectError = 0;            // the next select fails with this errno
+    int selectDescriptors = -1;     // first argument of the latest select
+    long selectMicroseconds = -1;   // its time-out
+    std::deque<int> receiveErrors;  // errno of the next receives, 0: to the system
+    int nextSocket = 0;             // what the next socket call gives, -1 with EMFILE; 0: a socket
+    std::string enclosureDevice;    // opened in place of /dev/enc-0; empty: no such device
+
+    // Run in every short wait and every sleep, before it ends.
+    std::function<void()> onPoll;
+    std::function<void()> onSleep;
+};
+
+extern SystemCalls systemCalls;
