@@ -18,8 +18,8 @@ S32_t esaEventMmsgToEmpSend(U16_t eventId, U8_t eventType, const void* eventData
     esaMmsgHeaderInit(header, MMSG_E_PROTOCOL_EVENTMGR, EMP_E_MSGS_LOG, EVENT_MESSAGE_SIZE);
     esaMmsgRecipientAdd(header, MMSG_E_EPID_EVENTLOGMP);
 
+    // The event manager fills the rest of the event's header.
     EsaEvent_t* event = wireView<EsaEvent_t>(esaControl.esaWorkSpace + MMSG_K_HEADER_SIZE);
-    event->header = {};  // the event manager fills the rest of it
     event->header.evType = eventType;
     event->header.evCategory = EMP_E_CATEGORY_ENVIRONMENTAL;
     event->header.evIdVersion = EVENT_ID_VERSION;

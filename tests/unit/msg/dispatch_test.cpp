@@ -11,6 +11,7 @@
 
 #include "core/esa_control.h"
 #include "esa_trace.h"
+#include "msg/esa_mmsg_read.h"
 #include "msg/esa_print.h"
 #include "ses/esa_control_page.h"
 #include "ses/esa_status.h"
@@ -223,6 +224,18 @@ TEST_F(Dispatch, BytesOfAnOlderMessageAreNoCommand) {
     };
     for (const ShortCase& c : receives) {
         EXPECT_EQ(dispatch({.length = c.length, .data = RCV_PAGE_1}).back(), c.outcome) << c.length;
+    }
+}
+
+TEST_F(Dispatch, RecordsBehindTheMessageReadAsZero) {
+    for (const std::uint32_t length : {0u, 64u, 72u, 73u, 75u, 4064u, 65535u}) {
+        InboundBuffer buffer({.length = length});
+        const int came = length < 72 ? 0 : length < 76 ? static_cast<int>(length) - 72 : 4;
+        std::uint32_t expected = 0;
+        for (int i = 0; i < 4; ++i) {
+            expected = (expected << 8) | (i < came ? 0xEEu : 0u);
+        }
+        EXPECT_EQ(esaMmsgRecord<Be32>(buffer.message(), 72), expected) << length;
     }
 }
 

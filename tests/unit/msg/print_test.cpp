@@ -28,6 +28,7 @@ class Printer : public testing::Test {
     Printer() {
         esaControl = {};
         countsSet(1);
+        esaControl.temperatureSensorMaxNumber = 2;
     }
     static void countsSet(std::uint8_t count) {
         esaControl.deviceMaxNumber = count;
@@ -72,7 +73,7 @@ TEST_F(Printer, HeaderAndReceiveDiagnosticRequest) {
 }
 
 TEST_F(Printer, SentControlPage) {
-    EXPECT_EQ(text({.length = 120, .type = 29, .data = SEND_DATA}), SEND_REQUEST);
+    EXPECT_EQ(text({.length = 124, .type = 29, .data = SEND_DATA}), SEND_REQUEST);
 }
 
 TEST_F(Printer, ConfigurationReply) {
@@ -81,7 +82,7 @@ TEST_F(Printer, ConfigurationReply) {
 }
 
 TEST_F(Printer, StatusReplyEndsWhereTheMessageEnds) {
-    EXPECT_EQ(text({.length = 112, .requestor = 33, .cont = 0x40, .data = STATUS_DATA}),
+    EXPECT_EQ(text({.length = 116, .requestor = 33, .cont = 0x40, .data = STATUS_DATA}),
               STATUS_REPLY);
 }
 
@@ -319,14 +320,14 @@ TEST_F(Printer, NothingBehindTheMessageIsPrinted) {
 TEST_F(Printer, EveryLineNamesThePrinter) {
     TRACE__setTraceLevel(0, TRACE_K_FUNCTION | 0x0010);
     for (const std::string& line :
-         print(InboundBuffer({.length = 120, .type = 29, .data = SEND_DATA}))) {
+         print(InboundBuffer({.length = 124, .type = 29, .data = SEND_DATA}))) {
         EXPECT_THAT(line, StartsWith("esaMmsgPrint:"));
     }
 }
 
 TEST_F(Printer, SilentWhenTheOrdinaryLevelIsOff) {
     TRACE__setTraceLevel(0, static_cast<U16_t>(0xFFFF & ~0x0010));
-    EXPECT_THAT(print(InboundBuffer({.length = 120, .type = 29, .data = SEND_DATA})), IsEmpty());
+    EXPECT_THAT(print(InboundBuffer({.length = 124, .type = 29, .data = SEND_DATA})), IsEmpty());
 }
 
 }  // namespace
