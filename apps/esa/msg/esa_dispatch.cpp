@@ -29,7 +29,7 @@ bool lengthIsGood(const MMCH_t& header) {
     return false;
 }
 
-// Messages of other types pass whatever their recipient maps say: their senders fill none.
+// Messages of other types deliberately pass whatever their recipient maps say.
 bool isForUs(const MMCH_t& header) {
     const U32_t recipients =
         header.recipient_loc_bm[RECIPIENT_WORD] | header.recipient_ob_bm[RECIPIENT_WORD];
