@@ -7,6 +7,11 @@
 #include "emp_mesgs.h"
 #include "mmsg.h"
 
+// Source and id of the events, numbers of the platform's.
+constexpr U8_t BUGCHECK_K_SOURCE = 23;
+constexpr U16_t BUGCHECK_K_EVENT_ID = 2000;
+constexpr U8_t SIGNAL_K_SOURCE = 18;
+constexpr U16_t SIGNAL_K_EVENT_ID = 4;
 constexpr U8_t BUGCHECK_K_CATEGORY = 1;
 
 struct BugCheckRecord_t {
@@ -16,6 +21,24 @@ struct BugCheckRecord_t {
 };
 WIRE_RECORD(BugCheckRecord_t, ALT_EVENT_K_RECORD_SIZE);
 WIRE_OFFSET(BugCheckRecord_t, payload, 216);
+
+// Payload of a bug check of the trace log.
+struct BugCheckPayload_t {
+    Be16 lineNumber;
+    char names[30];  // file name without its extension, zero, function name
+    char text[256];
+};
+WIRE_RECORD(BugCheckPayload_t, 288);
+
+// Payload of a fatal signal; siginfo_t and registers are the kernel's own bytes.
+struct SignalPayload_t {
+    Be32 processId;
+    char programName[20];  // at most 19 characters
+    U8_t signalInfo[128];
+    U8_t registers[176];
+    U8_t reserved[16];
+};
+WIRE_RECORD(SignalPayload_t, 344);
 
 // Zeroes `record` and fills its headers for event `evId` of the platform's source `evSource`.
 inline void bugCheckRecordBegin(BugCheckRecord_t& record, U8_t evSource, U16_t evId) {

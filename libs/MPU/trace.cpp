@@ -32,17 +32,7 @@ constexpr U32_t DUMP_GROUP_BYTES = 8;
 constexpr U32_t DUMP_FLUSH_LENGTH = 1008;  // leaves room for a row's address and a byte
 constexpr char STDERR_NAME[] = "<stderr>";
 
-constexpr U8_t BUGCHECK_SOURCE = 23;
-constexpr U16_t BUGCHECK_EVENT_ID = 2000;
 constexpr std::size_t BUGCHECK_FILE_NAME_MAX = 20;
-
-// Payload of the bug-check record.
-struct BugCheckPayload_t {
-    Be16 lineNumber;
-    char names[30];  // file name without its extension, zero, function name
-    char text[256];
-};
-WIRE_RECORD(BugCheckPayload_t, 288);
 
 const char* const months_list[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -195,7 +185,7 @@ void fillNames(char (&names)[30]) {
 }
 
 [[noreturn]] void TRACE__bugCheck() {
-    bugCheckRecordBegin(bugCheckRecord, BUGCHECK_SOURCE, BUGCHECK_EVENT_ID);
+    bugCheckRecordBegin(bugCheckRecord, BUGCHECK_K_SOURCE, BUGCHECK_K_EVENT_ID);
     auto* const payload = wireView<BugCheckPayload_t>(bugCheckRecord.payload);
     payload->lineNumber = static_cast<U16_t>(traceData.lineNumber);
     fillNames(payload->names);

@@ -17,20 +17,8 @@
 
 namespace {
 
-constexpr U8_t SIGNAL_SOURCE = 18;
-constexpr U16_t SIGNAL_EVENT_ID = 4;
 constexpr int COMMAND_LINE_READ = 50;
-constexpr std::size_t PROGRAM_NAME_MAX = 19;
 
-// Payload of the signal record; siginfo_t and registers are the kernel's own bytes.
-struct SignalPayload_t {
-    Be32 processId;
-    char programName[PROGRAM_NAME_MAX + 1];
-    U8_t signalInfo[128];
-    U8_t registers[176];
-    U8_t reserved[16];
-};
-WIRE_RECORD(SignalPayload_t, 344);
 static_assert(sizeof(siginfo_t) == sizeof(SignalPayload_t::signalInfo));
 
 struct FatalSignal {
@@ -49,7 +37,7 @@ const FatalSignal FATAL_SIGNALS[] = {
 
 // Kept ready for the handler.
 pid_t processId;
-char programName[PROGRAM_NAME_MAX + 1];
+char programName[sizeof SignalPayload_t::programName];
 BugCheckRecord_t signalRecord;
 
 void rememberProcess() {
@@ -112,7 +100,7 @@ void handleUnexpectedSignals() {
 }
 
 void catchEvent(int, siginfo_t* info, void* context) {
-    bugCheckRecordBegin(signalRecord, SIGNAL_SOURCE, SIGNAL_EVENT_ID);
+    bugCheckRecordBegin(signalRecord, SIGNAL_K_SOURCE, SIGNAL_K_EVENT_ID);
     signalRecord.header.evStructLength = sizeof(SignalPayload_t);
     auto* const payload = wireView<SignalPayload_t>(signalRecord.payload);
     payload->processId = static_cast<U32_t>(processId);
