@@ -2,7 +2,7 @@
 #include "backend/supply.h"
 
 #include "esa_trace.h"
-#include "msg/esa_event.h"
+#include "msg/esa_element_event.h"
 #include "policy/esa_policy.h"
 
 bool esaSupplyConditionUpdate(const EsaSupplyCondition_t& condition, bool ok) {
@@ -25,16 +25,8 @@ bool esaSupplyConditionUpdate(const EsaSupplyCondition_t& condition, bool ok) {
 
 void esaSupplyConditionPoll(const EsaSupplyCondition_t& condition, bool ok) {
     if (esaSupplyConditionUpdate(condition, ok)) {
-        esaSupplyEventSend(ok ? EMP_E_TYPE_INFORMATION : EMP_E_TYPE_WARNING);
+        esaPowerSupplyEventSend(ok ? EMP_E_TYPE_INFORMATION : EMP_E_TYPE_WARNING);
     }
-}
-
-void esaSupplyEventSend(U8_t eventType) {
-    EsaEventData_t event = {};
-    event.enclosureType = esaControl.enclosureType;
-    event.numberOfPowerSupply = esaControl.powerSupplyMaxNumber;
-    event.powerSupplyStatus = esaControl.powerSupplyStatus;
-    esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_POWER_SUPPLY_STATUS, eventType, &event);
 }
 
 bool esaSupplyPageFail(int supply, U32_t faultBit) {

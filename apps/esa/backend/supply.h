@@ -24,9 +24,6 @@ bool esaSupplyConditionUpdate(const EsaSupplyCondition_t& condition, bool ok);
 // As a poll does it: update and, on a change, the event.
 void esaSupplyConditionPoll(const EsaSupplyCondition_t& condition, bool ok);
 
-// Event 6 with powerSupplyStatus as it stands, of an EMP_TYPE.
-void esaSupplyEventSend(U8_t eventType);
-
 // Whether the status page shows supply `supply` as failed: a peer asked for it, or the fault is
 // recorded.
 bool esaSupplyPageFail(int supply, U32_t faultBit);

@@ -3,7 +3,7 @@
 // the arrays are not swept and never count as failed.
 #include "backend/chassis.h"
 #include "esa_trace.h"
-#include "msg/esa_event.h"
+#include "msg/esa_element_event.h"
 #include "policy/esa_policy.h"
 
 // Both marks return whether the mark changed.
@@ -28,15 +28,6 @@ static bool okMark(int fan) {
     ESA_TRACE("Now marking OK on Fan [%d].", fan);
     esaControl.fanFaultStatus &= ~bit;
     return true;
-}
-
-static void fanEventSend() {
-    EsaEventData_t event = {};
-    event.enclosureType = esaControl.enclosureType;
-    event.numberOfFan = esaControl.coolingMaxNumber;
-    event.fanFaultStatus = esaControl.fanFaultStatus;
-    // A warning even when fans came back.
-    esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_FAN_FAULT_STATUS, EMP_E_TYPE_WARNING, &event);
 }
 
 ESA_CODE_e esaFanFailStatusRead() {
@@ -65,7 +56,7 @@ ESA_CODE_e esaFanFailStatusRead() {
         }
     }
     if (changed) {
-        fanEventSend();
+        esaFanEventSend();
     }
     return result;
 }
