@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstddef>
-#include <utility>
 
 #include "core/esa_control.h"
 
@@ -15,15 +14,17 @@ inline constexpr EsaNotFitted ESA_NOT_FITTED;
 // A routine of a row, or ESA_NOT_FITTED. Has no default, so a row that forgets one does not
 // compile.
 template <typename Function>
-class EsaEntry {
+class EsaEntry;
+
+template <typename Result, typename... Arguments>
+class EsaEntry<Result(Arguments...)> {
   public:
+    using Function = Result(Arguments...);
+
     constexpr EsaEntry(Function* function) : function_(function) {}
     constexpr EsaEntry(EsaNotFitted) : function_(nullptr) {}
     constexpr explicit operator bool() const { return function_ != nullptr; }
-    template <typename... Arguments>
-    auto operator()(Arguments&&... arguments) const {
-        return function_(std::forward<Arguments>(arguments)...);
-    }
+    Result operator()(Arguments... arguments) const { return function_(arguments...); }
 
   private:
     Function* function_;
