@@ -19,10 +19,13 @@ endif()
 
 find_package(Threads REQUIRED)
 
+add_library(esa_warning_flags INTERFACE)
+target_compile_options(esa_warning_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wundef -Werror)
+
 # Everything of ours: warnings are errors, time and file offsets are 64 bits wide on both targets.
 add_library(esa_warnings INTERFACE)
-target_compile_options(esa_warnings INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wundef -Werror)
+target_link_libraries(esa_warnings INTERFACE esa_warning_flags)
 target_compile_definitions(esa_warnings INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 if(ESA_SANITIZE)
     target_compile_options(esa_warnings INTERFACE -fsanitize=${ESA_SANITIZE} -fno-omit-frame-pointer
