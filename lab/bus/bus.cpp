@@ -6,6 +6,7 @@
 #include <fmt/ranges.h>
 
 #include <cstring>
+#include <stdexcept>
 
 namespace enclab {
 namespace {
@@ -71,6 +72,13 @@ int Bus::transfer(std::vector<BusMessage>& messages) {
     const int error = fault != 0 ? fault : run(messages);
     record(messages, error);
     return error;
+}
+
+void Bus::add(const BusFault& fault) {
+    if (fault.n == 0) {
+        throw std::invalid_argument("the next transfer is number 1");
+    }
+    faults_.push_back(fault);
 }
 
 // Every fault that matches counts this transfer; the first that is due fails it.

@@ -38,7 +38,8 @@ std::string describe(const BusTransfer& transfer);
 // The n-th transfer from now (1 = the next) fails without effect, once.
 struct BusFault {
     std::uint32_t n = 1;
-    std::optional<std::uint8_t> address;  // counts transfers to this address only; empty: all
+    std::optional<std::uint8_t> address =
+        std::nullopt;  // counts transfers to this address only; empty: all
     int error = ENXIO;
 };
 
@@ -63,7 +64,8 @@ class Bus {
     void mend(std::uint8_t address) { cut_.erase(address); }
     bool isCut(std::uint8_t address) const { return cut_.contains(address); }
 
-    void add(const BusFault& fault) { faults_.push_back(fault); }
+    // Throws std::invalid_argument for n = 0.
+    void add(const BusFault& fault);
     void clearFaults() { faults_.clear(); }
 
     // The last transfers, oldest first, kLogLength at most.

@@ -18,7 +18,8 @@ constexpr int kSlotsPerPort = 8;
 // `index` as an array index, checked against what is fitted.
 std::size_t checked(const char* what, int index, int count) {
     if (index < 0 || index >= count) {
-        throw std::out_of_range(fmt::format("no {} {}: the chassis has {}", what, index, count));
+        throw std::out_of_range(
+            fmt::format("no {} {}: the chassis has {}, from 0", what, index, count));
     }
     return static_cast<std::size_t>(index);
 }
