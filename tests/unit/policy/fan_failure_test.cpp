@@ -35,12 +35,15 @@ TEST_F(FanFailure, FailedFanIsReportedOnceAndOnceWhenItComesBack) {
     EXPECT_EQ(trace.take().back(), "Now marking OK on Fan [2].");
 }
 
-TEST_F(FanFailure, SeveralChangesOfOneSweepMakeOneEvent) {
-    esaControl.fanFaultStatus = 0x4;
+TEST_F(FanFailure, ChangesOfOneSweepMakeOneEvent) {
     fans[0] = {ESA_E_OK, 0};
     fans[1] = {ESA_E_OK, 999};
     EXPECT_EQ(esaFanFailStatusRead(), ESA_E_GENERR);
     EXPECT_EQ(sentTake(), (Lines{"event 7/2 enclosureType=5 numberOfFan=3 fanFaultStatus=0x3"}));
+    // The last fans have nothing new to say.
+    fans[0] = {ESA_E_OK, 1000};
+    EXPECT_EQ(esaFanFailStatusRead(), ESA_E_GENERR);
+    EXPECT_EQ(sentTake(), (Lines{"event 7/2 enclosureType=5 numberOfFan=3 fanFaultStatus=0x2"}));
 }
 
 TEST_F(FanFailure, FanThatCannotBeReadCountsAsStandingStill) {
