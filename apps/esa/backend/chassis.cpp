@@ -270,6 +270,16 @@ constexpr bool rowsInOrder() {
 }
 static_assert(rowsInOrder(), "the row of type n stands at place n - 1");
 
+constexpr bool fanGroupsFit() {
+    for (const EsaChassis_t& row : CHASSIS) {
+        if (SES_K_FANS_MAX % row.fanGroupSize != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(fanGroupsFit(), "the control page books whole groups inside the arrays");
+
 const EsaChassis_t* esaChassisOf(KORVO_E_CHASSIS_t enclosureType) {
     const std::size_t n = static_cast<std::size_t>(enclosureType) - KORVO_E_CHASSIS_NONE;
     return n < std::size(CHASSIS) ? &CHASSIS[n] : nullptr;

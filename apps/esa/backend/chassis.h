@@ -69,7 +69,8 @@ struct EsaChassis_t {
     U8_t policyFans;
     // Control page: switch a fan (or the group that starts at `fan`) on or off.
     EsaEntry<void(U8_t fan, bool on)> fanSwitch;
-    // Fans switched together by the control page: 1, or the size of a group; never 0.
+    // Fans switched together by the control page: 1, or the size of a group, which divides
+    // SES_K_FANS_MAX.
     U8_t fanGroupSize;
 
     // Alarm state asked for by the composite fault manager.

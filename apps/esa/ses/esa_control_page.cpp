@@ -219,8 +219,8 @@ bool controlListProc(ControlWalk* walk) {
         return false;
     }
     // Fans are skipped by the number of sensors and sensors by the number of fans, deliberately:
-    // peers find the alarm in its place, and where the counts differ read the temperature records
-    // back as they were stored here, shifted.
+    // together the two steps find the alarm where peers put it. Where the counts differ the
+    // temperature records are stored from a shifted place, as readers of the dump know them.
     walk->offset = fanSection + sectionSize(esaControl.temperatureSensorMaxNumber);
     temperaturesProc(*walk);
     walk->offset += sectionSize(esaControl.coolingMaxNumber);
