@@ -220,7 +220,7 @@ bool controlListProc(ControlWalk* walk) {
     }
     // Fans are skipped by the number of sensors and sensors by the number of fans, deliberately:
     // together the two steps find the alarm where peers put it. Where the counts differ the
-    // temperature records are stored from a shifted place, as readers of the dump know them.
+    // temperature records are stored from a shifted place; nothing acts on them.
     walk->offset = fanSection + sectionSize(esaControl.temperatureSensorMaxNumber);
     temperaturesProc(*walk);
     walk->offset += sectionSize(esaControl.coolingMaxNumber);
