@@ -2,42 +2,16 @@
 // THE chassis table, and the two-line adapters between its entries and the chips' routines.
 #include "backend/chassis.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <iterator>
 
+#include "backend/chenbro.h"
+#include "backend/pca9539.h"
 #include "backend/vsc055.h"
-#include "esa_trace.h"
+#include "backend/w83782d.h"
+#include "backend/w83792ad.h"
+#include "backend/xyratex.h"
 #include "policy/esa_policy.h"
-
-// ---- chassis whose back-end is still to come ----
-
-struct ChassisName_t {
-    KORVO_E_CHASSIS_e type;
-    const char* name;
-};
-constexpr ChassisName_t NOT_BUILT[] = {
-    {KORVO_E_CHASSIS_XYRATEX_2U12ATX, "Xyratex 2U12ATX"},
-    {KORVO_E_CHASSIS_CHENBRO_3U16ATX, "Chenbro 3U16ATX"},
-    {KORVO_E_CHASSIS_KORVO_W83782D, "W83782D"},
-    {KORVO_E_CHASSIS_KORVO_W83792AD, "W83792AD"},
-};
-
-static void notBuiltSay() {
-    for (const ChassisName_t& chassis : NOT_BUILT) {
-        if (chassis.type == esaControl.enclosureType) {
-            ESA_TRACE("The back-end of the %s chassis is not built yet.", chassis.name);
-            std::fprintf(stderr, "The back-end of the %s chassis is not built yet.\n",
-                         chassis.name);
-        }
-    }
-}
-
-// Any entry: says so, and fails.
-template <typename Result, typename... Arguments>
-static Result notBuilt(Arguments...) {
-    notBuiltSay();
-    return static_cast<Result>(ESA_E_GENERR);
-}
 
 // ---- adapters ----
 
@@ -65,6 +39,83 @@ constexpr U8_t XYRATEX_FAN_GROUP = 4;
 
 static void xyratexFanSwitch(U8_t fan, bool on) {
     esaVsc055FanPwmLoad(fan / XYRATEX_FAN_GROUP, on ? 100 : 0);
+}
+
+static void xyratexAlarmSound(EsaAlarmState_e state) {
+    xyratexAlarmStateSet(static_cast<EsaXyratexAlarmState_e>(state));
+}
+
+static void xyratexAlarmSilence() {
+    xyratexAlarmStateSet(ESA_E_XYRATEX_ALARM_STATE_MUTE_S3);
+}
+
+static U32_t xyratexAlarmPageState() {
+    return xyratexAlarmStateRead();
+}
+
+static void xyratexSupplyFaultIndicate(ESA_CODE_e status) {
+    if (status == ESA_E_OK) {
+        xyratexPsuOkLEDSet();
+    } else {
+        xyratexPsuOkLEDClear();
+    }
+}
+
+static ESA_CODE_e chenbroFanSpeedRead(int fan, U16_t* rpm) {
+    return chenbroW83782dFanSpeedRead(static_cast<U8_t>(fan), rpm);
+}
+
+static void chenbroFanSwitch(U8_t fan, bool on) {
+    chenbroW83782dFanPwmLoad(fan, on ? 100 : 0);
+}
+
+static void chenbroAlarmSilence() {
+    chenbroAlarmStateSet(ESA_E_ALARM_STATE_MUTE_S3);
+}
+
+static ESA_CODE_e w83782dFanSpeedRead(int fan, U16_t* rpm) {
+    return esaW83782dFanSpeedRead(esaControl.i2cAddressW83782d, static_cast<U8_t>(fan), rpm);
+}
+
+// Duty of a quarter, of 255.
+static void w83782dFanLoad(U8_t fan, U8_t percent) {
+    constexpr U8_t dutyPerQuarter = 64;
+    const int duty = dutyPerQuarter * (percent / 25);
+    esaW83782dFanPwmLoad(fan, static_cast<U8_t>(std::min(duty, 255)));
+}
+
+// The control page hands its percentage on as a duty, deliberately: on is 100 of 255.
+static void w83782dFanSwitch(U8_t fan, bool on) {
+    esaW83782dFanPwmLoad(fan, on ? 100 : 0);
+}
+
+static void w83782dAlarmSet(EsaAlarmState_e state) {
+    esaW83782dAlarmStateSet(esaControl.i2cAddressW83782d, ESA_E_CHENBRO_WINBOND_BACKPLANE_INDEX_0,
+                            state);
+}
+
+static void w83782dAlarmSilence() {
+    w83782dAlarmSet(ESA_E_ALARM_STATE_MUTE_S3);
+}
+
+static ESA_CODE_e w83792adFanSpeedRead(int fan, U16_t* rpm) {
+    return esaW83792adFanSpeedRead(static_cast<U8_t>(fan), rpm);
+}
+
+constexpr U8_t W83792AD_DUTY_FULL = 15;  // of sixteenths
+
+static void w83792adFanLoad(U8_t fan, U8_t percent) {
+    constexpr U8_t dutyPerQuarter = 4;
+    const int duty = dutyPerQuarter * (percent / 25);
+    esaW83792adFanPwmLoad(fan, static_cast<U8_t>(std::min<int>(duty, W83792AD_DUTY_FULL)));
+}
+
+static void w83792adFanSwitch(U8_t fan, bool on) {
+    esaW83792adFanPwmLoad(fan, on ? W83792AD_DUTY_FULL : U8_t{0});
+}
+
+static void w83792adAlarmSilence() {
+    esaW83792adAlarmStateBackplaneSet(ESA_E_ALARM_STATE_MUTE_S3);
 }
 
 // ---- devices on the enclosure bus ----
@@ -154,10 +205,10 @@ constexpr EsaChassis_t CHASSIS[] = {
     },
     {
         .type = KORVO_E_CHASSIS_XYRATEX_2U12ATX,
-        .init = notBuilt,
+        .init = xyratexInit,
         .initSuccessText = "Finish initializing for the Xyratex Enclosure.",
         .initFailureText = "Initializing for the Xyratex Enclosure fails.",
-        .poll = notBuilt,
+        .poll = xyratexEsaPollTimeoutProcess,
         .fanSpeedRead = esaVsc055FanSpeedRead,
         .fanSweepEndsWhenUnavailable = true,
         .fanLoad = esaVsc055FanPwmLoad,
@@ -165,97 +216,97 @@ constexpr EsaChassis_t CHASSIS[] = {
         .fanSwitch = xyratexFanSwitch,
         .fanGroupSize = XYRATEX_FAN_GROUP,
         .alarmSet = ESA_NOT_FITTED,  // the chassis' own controller drives the alarm
-        .alarmSilence = notBuilt,
-        .alarmSound = notBuilt,
+        .alarmSilence = xyratexAlarmSilence,
+        .alarmSound = xyratexAlarmSound,
         .alarmCriticalState = ESA_E_ALARM_STATE_CRITICAL_S4,
-        .alarmPageState = notBuilt,
-        .driveLedSet = notBuilt,
-        .driveLedClear = notBuilt,
-        .drivePresent = notBuilt,
-        .supplyPageStatus = notBuilt,
-        .supplyFaultIndicate = notBuilt,
-        .fanPageStatus = notBuilt,
-        .temperaturesPageRead = notBuilt,
+        .alarmPageState = xyratexAlarmPageState,
+        .driveLedSet = xyratexDriveFaultLEDSet,
+        .driveLedClear = xyratexDriveFaultLEDClear,
+        .drivePresent = xyratexIsDrivePresent,
+        .supplyPageStatus = xyratexSupplyPageStatus,
+        .supplyFaultIndicate = xyratexSupplyFaultIndicate,
+        .fanPageStatus = xyratexFanPageStatus,
+        .temperaturesPageRead = xyratexTemperaturesRead,
         .i2cDevices = devices(XYRATEX_DEVICES),
     },
     vsc055Row(KORVO_E_CHASSIS_PELTO_TOLVEX),
     {
         .type = KORVO_E_CHASSIS_CHENBRO_3U16ATX,
-        .init = notBuilt,
+        .init = chenbroInit,
         .initSuccessText = "Finish initializing for the Chenbro Enclosure.",
         .initFailureText = "Initializing for the Chenbro Enclosure fails.",
-        .poll = notBuilt,
-        .fanSpeedRead = notBuilt,
+        .poll = chenbroEsaPollTimeoutProcess,
+        .fanSpeedRead = chenbroFanSpeedRead,
         .fanSweepEndsWhenUnavailable = false,
-        .fanLoad = notBuilt,
+        .fanLoad = chenbroW83782dFanPwmLoad,
         .policyFans = 0,
-        .fanSwitch = notBuilt,
+        .fanSwitch = chenbroFanSwitch,
         .fanGroupSize = 1,
-        .alarmSet = notBuilt,
-        .alarmSilence = notBuilt,
-        .alarmSound = notBuilt,
+        .alarmSet = chenbroAlarmStateSet,
+        .alarmSilence = chenbroAlarmSilence,
+        .alarmSound = chenbroAlarmStateSet,
         .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
         .alarmPageState = alarmStateKept,
         .driveLedSet = ESA_NOT_FITTED,
         .driveLedClear = ESA_NOT_FITTED,
         .drivePresent = ESA_NOT_FITTED,
-        .supplyPageStatus = notBuilt,
+        .supplyPageStatus = chenbroSupplyPageStatus,
         .supplyFaultIndicate = supplyVoltageFault,
         .fanPageStatus = ESA_NOT_FITTED,
-        .temperaturesPageRead = notBuilt,
+        .temperaturesPageRead = chenbroTemperaturesRead,
         .i2cDevices = NO_DEVICES,
     },
     vsc055Row(KORVO_E_CHASSIS_KORVO_VSC055),
     {
         .type = KORVO_E_CHASSIS_KORVO_W83782D,
-        .init = notBuilt,
+        .init = esaW83782dInit,
         .initSuccessText = "Finish initializing for the W83782d based Enclosure.",
         .initFailureText = "Initializing for the W83782d based Enclosure fails.",
-        .poll = notBuilt,
-        .fanSpeedRead = notBuilt,
+        .poll = esaW83782dPollTimeoutProcess,
+        .fanSpeedRead = w83782dFanSpeedRead,
         .fanSweepEndsWhenUnavailable = false,
-        .fanLoad = notBuilt,
+        .fanLoad = w83782dFanLoad,
         .policyFans = 0,
-        .fanSwitch = notBuilt,
+        .fanSwitch = w83782dFanSwitch,
         .fanGroupSize = 1,
-        .alarmSet = notBuilt,
-        .alarmSilence = notBuilt,
-        .alarmSound = notBuilt,
+        .alarmSet = w83782dAlarmSet,
+        .alarmSilence = w83782dAlarmSilence,
+        .alarmSound = w83782dAlarmSet,
         .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
         .alarmPageState = alarmStateKept,
         .driveLedSet = ESA_NOT_FITTED,
         .driveLedClear = ESA_NOT_FITTED,
         .drivePresent = ESA_NOT_FITTED,
-        .supplyPageStatus = notBuilt,
+        .supplyPageStatus = esaW83782dSupplyPageStatus,
         .supplyFaultIndicate = supplyVoltageFault,
         .fanPageStatus = ESA_NOT_FITTED,
-        .temperaturesPageRead = notBuilt,
+        .temperaturesPageRead = esaW83782dTemperaturesRead,
         .i2cDevices = NO_DEVICES,
     },
     {
         .type = KORVO_E_CHASSIS_KORVO_W83792AD,
-        .init = notBuilt,
+        .init = esaW83792adInit,
         .initSuccessText = "Finish initializing for the W83792AD based Enclosure.",
         .initFailureText = "Initializing for the W83792AD based Enclosure fails.",
-        .poll = notBuilt,
-        .fanSpeedRead = notBuilt,
+        .poll = esaW83792adPollTimeoutProcess,
+        .fanSpeedRead = w83792adFanSpeedRead,
         .fanSweepEndsWhenUnavailable = false,
-        .fanLoad = notBuilt,
+        .fanLoad = w83792adFanLoad,
         .policyFans = 0,
-        .fanSwitch = notBuilt,
+        .fanSwitch = w83792adFanSwitch,
         .fanGroupSize = 1,
-        .alarmSet = notBuilt,
-        .alarmSilence = notBuilt,
-        .alarmSound = notBuilt,
+        .alarmSet = esaW83792adAlarmStateBackplaneSet,
+        .alarmSilence = w83792adAlarmSilence,
+        .alarmSound = esaW83792adAlarmStateBackplaneSet,
         .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
         .alarmPageState = alarmStateKept,
-        .driveLedSet = notBuilt,
-        .driveLedClear = notBuilt,
+        .driveLedSet = esaPca9539DriveFaultLEDSet,
+        .driveLedClear = esaPca9539DriveFaultLEDClear,
         .drivePresent = ESA_NOT_FITTED,
-        .supplyPageStatus = notBuilt,
+        .supplyPageStatus = esaW83792adSupplyPageStatus,
         .supplyFaultIndicate = supplyRedundancyFault,
         .fanPageStatus = ESA_NOT_FITTED,
-        .temperaturesPageRead = notBuilt,
+        .temperaturesPageRead = esaW83792adTemperaturesRead,
         .i2cDevices = devices(W83792AD_DEVICES),
     },
 };

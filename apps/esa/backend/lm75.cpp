@@ -3,12 +3,11 @@
 // two bytes; the bus gives one byte a transfer.
 #include "backend/lm75.h"
 
+#include "backend/half_degrees.h"
+#include "esa_trace.h"
 #include "i2c/esa_i2c.h"
 
 constexpr U8_t LM75_REG_TEMP = 0x00;
-constexpr U16_t SIGN_BIT = 0x100;
-constexpr double DEGREES_PER_STEP = 0.5;
-constexpr double DEGREES_PER_TURN = 256.0;  // what a set sign bit takes away
 
 S16_t lm75TemperatureRead(U8_t i2cAddr) {
     U8_t first = 0;
@@ -18,10 +17,12 @@ S16_t lm75TemperatureRead(U8_t i2cAddr) {
         return ESA_K_TEMPERATURE_UNREADABLE;
     }
     // The second read gives the whole degrees, the first one the half: kept as boards expect it.
-    const int value = (second << 1) | (first >> 7);
-    double degrees = value * DEGREES_PER_STEP;
-    if ((value & SIGN_BIT) != 0) {
-        degrees -= DEGREES_PER_TURN;
-    }
-    return static_cast<S16_t>(degrees);
+    return esaHalfDegrees(second, first);
+}
+
+void lm75UnreadableTrace(U8_t i2cAddr) {
+    ESA_TRACE(
+        "Read I2C fails with LM75 Address [0x%x]. I2C cable is not connected or wrong enclosure "
+        "type.",
+        i2cAddr);
 }

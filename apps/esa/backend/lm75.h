@@ -6,3 +6,6 @@
 
 // Degrees Celsius, truncated toward zero, or ESA_K_TEMPERATURE_UNREADABLE.
 S16_t lm75TemperatureRead(U8_t i2cAddr);
+
+// Traces that the sensor did not answer.
+void lm75UnreadableTrace(U8_t i2cAddr);

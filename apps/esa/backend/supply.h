@@ -3,6 +3,7 @@
 // state, and what is said and sent when it changes. A chassis brings its texts as data.
 #pragma once
 
+#include "backend/chassis.h"
 #include "core/esa_control.h"
 
 // Trace lines; null: nothing is said.
@@ -24,6 +25,12 @@ bool esaSupplyConditionUpdate(const EsaSupplyCondition_t& condition, bool ok);
 // As a poll does it: update and, on a change, the event.
 void esaSupplyConditionPoll(const EsaSupplyCondition_t& condition, bool ok);
 
-// Whether the status page shows supply `supply` as failed: a peer asked for it, or the fault is
-// recorded.
-bool esaSupplyPageFail(int supply, U32_t faultBit);
+// As a status page does it: update; fills commonStatus and fail of `element` and notes a change.
+// fail: a peer asked for it on supply `supply`, or the fault is recorded.
+void esaSupplyPageUpdate(const EsaSupplyCondition_t& condition, bool ok, int supply,
+                         PowerSupplyElementStat_t* element, EsaPageChange_t* change);
+
+// Conditions that several chassis share.
+extern const EsaSupplyCondition_t ESA_SUPPLY_REDUNDANCY;    // polls and pages
+extern const EsaSupplyCondition_t ESA_SUPPLY_VOLTAGE;       // polls
+extern const EsaSupplyCondition_t ESA_SUPPLY_VOLTAGE_PAGE;  // status pages

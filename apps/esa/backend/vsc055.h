@@ -1,29 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Vitesse VSC055 enclosure management controller. Every access is one byte; a write sends the
-// shadow byte, so the shadow changes first.
+// Vitesse VSC055 enclosure management controller with LM75 sensors beside it, the prequalified
+// wiring.
 #pragma once
 
 #include "backend/chassis.h"
 #include "core/esa_control.h"
-
-// Registers, by the chip's names; n is the port or fan number 0..7.
-constexpr U8_t VSC055_REG_GPD(int n) {
-    return static_cast<U8_t>(n);
-}  // port data
-constexpr U8_t VSC055_REG_DDP(int n) {
-    return static_cast<U8_t>(0x10 + n);
-}  // direction
-constexpr U8_t VSC055_REG_FSC(int n) {
-    return static_cast<U8_t>(0x30 + 4 * n);
-}  // fan control
-constexpr U8_t VSC055_REG_FAN_SPEED(int n) {
-    return static_cast<U8_t>(0x32 + 4 * n);
-}
-constexpr U8_t VSC055_REG_PWMC(int n) {
-    return static_cast<U8_t>(0x98 + n);
-}  // duty code
-
-constexpr int VSC055_PORTS = 8;
 
 // Probes and sets up the controller and its sensors. ESA_E_OK, ESA_E_GENERR_I2C_UNAVAILABLE when a
 // device does not answer, or the code of a failed read-back.

@@ -15,6 +15,9 @@ void esaCompositeFaultManage(U32_t compositeFaultTypeBitMap, ESA_CODE_e composit
 // ESA_E_GENERR_I2C_UNAVAILABLE: the sweep ended early on an unreachable bus.
 ESA_CODE_e esaFanFailStatusRead();
 
+// Marks fan `fan` (0..7) as failed or good in fanFaultStatus. True when the mark changed.
+bool esaFanFaultMark(int fan, bool failed);
+
 // Averages the temperatures and moves each fan at most one step on the load ladder; every fan to
 // 100 percent while one has failed.
 void esaTemperatureFanPolicyFlexibleThreshold();

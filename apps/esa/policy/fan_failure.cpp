@@ -6,27 +6,15 @@
 #include "msg/esa_element_event.h"
 #include "policy/esa_policy.h"
 
-// Both marks return whether the mark changed.
-static bool faultMark(int fan) {
+bool esaFanFaultMark(int fan, bool failed) {
     const U32_t bit = U32_t{1} << fan;
-    ESA_TRACE("Return Fans Status [ERROR].");
-    if ((esaControl.fanFaultStatus & bit) != 0) {
-        ESA_TRACE("Already marked Fault on Fan [%d].", fan);
+    const char* state = failed ? "Fault" : "OK";
+    if (((esaControl.fanFaultStatus & bit) != 0) == failed) {
+        ESA_TRACE("Already marked %s on Fan [%d].", state, fan);
         return false;
     }
-    ESA_TRACE("Now marking Fault on Fan [%d].", fan);
-    esaControl.fanFaultStatus |= bit;
-    return true;
-}
-
-static bool okMark(int fan) {
-    const U32_t bit = U32_t{1} << fan;
-    if ((esaControl.fanFaultStatus & bit) == 0) {
-        ESA_TRACE("Already marked OK on Fan [%d].", fan);
-        return false;
-    }
-    ESA_TRACE("Now marking OK on Fan [%d].", fan);
-    esaControl.fanFaultStatus &= ~bit;
+    ESA_TRACE("Now marking %s on Fan [%d].", state, fan);
+    esaControl.fanFaultStatus ^= bit;
     return true;
 }
 
@@ -48,12 +36,12 @@ ESA_CODE_e esaFanFailStatusRead() {
         }
         ESA_TRACE("Fan [%d] has speed [%d] RPM.", fan, rpm);
         esaControl.fanRpmSpeed[fan] = rpm;
-        if (rpm < esaControl.fanFaultRpmLimit) {
+        const bool failed = rpm < esaControl.fanFaultRpmLimit;
+        if (failed) {
+            ESA_TRACE("Return Fans Status [ERROR].");
             result = ESA_E_GENERR;
-            changed = faultMark(fan) || changed;
-        } else {
-            changed = okMark(fan) || changed;
         }
+        changed = esaFanFaultMark(fan, failed) || changed;
     }
     if (changed) {
         esaFanEventSend();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The chassis table: what the rows say, and that a chassis without back-end says so.
+// The chassis table: what the rows say.
 #include "backend/chassis.h"
 
 #include "tests/support/enclosure_rig.h"
@@ -26,30 +26,6 @@ TEST_F(Chassis, TypeOneHasNoEnclosureServices) {
     EXPECT_FALSE(row.poll);
     EXPECT_FALSE(row.supplyPageStatus);
     EXPECT_FALSE(row.alarmPageState);
-}
-
-TEST_F(Chassis, BackEndThatIsNotBuiltYetFailsLoudly) {
-    const struct {
-        KORVO_E_CHASSIS_e type;
-        const char* line;
-    } cases[] = {
-        {KORVO_E_CHASSIS_XYRATEX_2U12ATX,
-         "The back-end of the Xyratex 2U12ATX chassis is not built yet."},
-        {KORVO_E_CHASSIS_CHENBRO_3U16ATX,
-         "The back-end of the Chenbro 3U16ATX chassis is not built yet."},
-        {KORVO_E_CHASSIS_KORVO_W83782D, "The back-end of the W83782D chassis is not built yet."},
-        {KORVO_E_CHASSIS_KORVO_W83792AD, "The back-end of the W83792AD chassis is not built yet."},
-    };
-    for (const auto& c : cases) {
-        esaControl.enclosureType = c.type;
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(esaChassis()->init(), ESA_E_GENERR);
-        esaChassis()->poll();
-        const std::string line = std::string(c.line) + "\n";
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
-        EXPECT_EQ(takeLines(), (Lines{c.line, c.line}));
-    }
-    EXPECT_EQ(bus.transfers(), 0);
 }
 
 TEST_F(Chassis, FanGroupsOfFourAreSwitchedTogether) {
