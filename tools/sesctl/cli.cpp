@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/sesctl/cli.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <numeric>
+#include <thread>
+
+#include "tools/sesctl/client.h"
+#include "tools/sesctl/control_page.h"
+#include "tools/sesctl/failure.h"
+#include "tools/sesctl/render.h"
+
+namespace sesctl {
+
+namespace {
+
+constexpr double TIMEOUT_DEFAULT_S = 5;
+const CLI::Range SECONDS(0.001, 3600.0);
+
+const char* const FOOTER = R"(
+Elements are numbered from 0. Replies leave out the last byte of a page; sesctl gives it as 0. It
+holds the flags of the last audible alarm, which are therefore shown as not told.
+
+The output of "status --hex" holds both pages; Debian's sg_ses decodes them:
+  sesctl status --hex | sg_ses --status --page=cf --inhex=-    configuration
+  sesctl status --hex | sg_ses --status --page=es --inhex=-    enclosure status
+It reads types, counts, slot addresses, status codes, temperatures and fan speeds below 2560 RPM
+alike. Other flags are numbered from the other end of the byte here, so it misnames them.
+
+Exit codes: 0 ok, 1 status shows a fault, 2 usage, 3 message switch not reachable,
+4 malformed reply, 5 CHECK CONDITION, 7 no reply in time.)";
+
+// The command line.
+struct Options {
+    std::string directory;
+    std::string name = "default";
+    double timeout = TIMEOUT_DEFAULT_S;
+    bool json = false;
+    bool hex = false;
+    double watch = 0;  // seconds between two looks; 0: one look
+    std::string action;
+    std::vector<unsigned> numbers;
+};
+
+// What every command works with.
+struct Session {
+    const Options& options;
+    Client& client;
+    std::ostream& out;
+};
+using Command = ExitCode (*)(Session&);
+
+// Both pages as they came, completed, and what they say.
+struct Enclosure {
+    Bytes configurationPage;
+    Bytes statusPage;
+    Configuration configuration;
+    Status status;
+};
+
+Reply callGood(Client& client, Bytes request) {
+    Reply reply = client.call(std::move(request));
+    if (reply.checkCondition) {
+        const Sense& sense = *reply.checkCondition;
+        throw Failure(
+            ExitCode::checkCondition,
+            fmt::format("CHECK CONDITION: sense key {}, additional sense 0x{:02X}/0x{:02X}",
+                        sense.key, sense.code, sense.qualifier));
+    }
+    return reply;
+}
+
+Bytes readPage(Client& client, std::uint8_t pageCode) {
+    return completePage(callGood(client, receiveDiagnostic(pageCode)).payload, pageCode);
+}
+
+Enclosure readEnclosure(Client& client) {
+    Enclosure enclosure;
+    enclosure.configurationPage = readPage(client, SES_K_CONFIGURATION_DIAGNOSTIC_PAGE);
+    enclosure.configuration = decodeConfiguration(enclosure.configurationPage);
+    enclosure.statusPage = readPage(client, SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE);
+    enclosure.status = decodeStatus(enclosure.statusPage, enclosure.configuration);
+    return enclosure;
+}
+
+// The service keeps no more elements than its arrays hold, whatever the counts say.
+void checkNumber(unsigned number, unsigned count, int arraySize, const char* what) {
+    const unsigned usable = std::min(count, static_cast<unsigned>(arraySize));
+    if (usable == 0) {
+        throw Failure(ExitCode::usage, fmt::format("this enclosure has no {}", what));
+    }
+    if (number >= usable) {
+        throw Failure(ExitCode::usage,
+                      fmt::format("no {} {}: they are numbered 0 to {}", what, number, usable - 1));
+    }
+}
+
+void checkSlots(const std::vector<unsigned>& slots, const Enclosure& enclosure) {
+    for (const unsigned slot : slots) {
+        checkNumber(slot, enclosure.configuration.counts[devices], SES_K_DEVICES_MAX, "slot");
+    }
+}
+
+ExitCode showConfiguration(Session& session) {
+    const Bytes page = readPage(session.client, SES_K_CONFIGURATION_DIAGNOSTIC_PAGE);
+    session.out << configurationTable(decodeConfiguration(page));
+    return ExitCode::ok;
+}
+
+std::string statusText(const Options& options, const Enclosure& enclosure) {
+    if (options.hex) {
+        return pageHex(enclosure.configurationPage,
+                       "configuration page, its last byte completed with 00") +
+               pageHex(enclosure.statusPage,
+                       "enclosure status page, its last byte completed with 00");
+    }
+    return options.json ? statusJson(enclosure.status) : statusTable(enclosure.status);
+}
+
+ExitCode showStatus(Session& session) {
+    for (;;) {
+        const Enclosure enclosure = readEnclosure(session.client);
+        session.out << statusText(session.options, enclosure) << std::flush;
+        if (session.options.watch == 0) {
+            return faultPresent(enclosure.status) ? ExitCode::faultPresent : ExitCode::ok;
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(session.options.watch));
+        session.out << '\n';
+    }
+}
+
+// Reads what is requested now, lets `change` alter it and sends it back.
+void control(Session& session, const std::function<void(ControlPage&, const Enclosure&)>& change) {
+    const Enclosure enclosure = readEnclosure(session.client);
+    ControlPage page(enclosure.configuration, enclosure.status);
+    change(page, enclosure);
+    callGood(session.client, sendDiagnostic(page.bytes()));
+}
+
+ExitCode showLeds(Session& session) {
+    const Enclosure enclosure = readEnclosure(session.client);
+    std::vector<unsigned> slots = session.options.numbers;
+    if (slots.empty()) {
+        slots.resize(enclosure.status.devices.size());
+        std::iota(slots.begin(), slots.end(), 0);
+    } else {
+        checkSlots(slots, enclosure);
+    }
+    session.out << driveLedTable(enclosure.status, slots);
+    return ExitCode::ok;
+}
+
+ExitCode led(Session& session) {
+    const Options& options = session.options;
+    if (options.action == "show") {
+        return showLeds(session);
+    }
+    control(session, [&options](ControlPage& page, const Enclosure& enclosure) {
+        checkSlots(options.numbers, enclosure);
+        for (const unsigned slot : options.numbers) {
+            page.driveFault(slot, options.action == "on");
+        }
+    });
+    return ExitCode::ok;
+}
+
+ExitCode fan(Session& session) {
+    const Options& options = session.options;
+    control(session, [&options](ControlPage& page, const Enclosure& enclosure) {
+        const unsigned number = options.numbers.front();
+        checkNumber(number, enclosure.configuration.counts[fans], SES_K_FANS_MAX, "fan");
+        page.fan(number, options.action == "on");
+    });
+    return ExitCode::ok;
+}
+
+ExitCode powerSupply(Session& session) {
+    const Options& options = session.options;
+    control(session, [&options](ControlPage& page, const Enclosure& enclosure) {
+        const unsigned number = options.numbers.front();
+        checkNumber(number, enclosure.configuration.counts[powerSupplies], SES_K_POWER_SUPPLIES_MAX,
+                    "power supply");
+        page.powerSupplyFault(number, options.action == "fault");
+    });
+    return ExitCode::ok;
+}
+
+ExitCode alarm(Session& session) {
+    const std::string& action = session.options.action;
+    const AlarmRequest request = action == "mute"   ? AlarmRequest::mute
+                                 : action == "info" ? AlarmRequest::information
+                                                    : AlarmRequest::critical;
+    control(session, [request](ControlPage& page, const Enclosure& enclosure) {
+        checkNumber(0, enclosure.configuration.counts[alarms], SES_K_ALARMS_MAX, "audible alarm");
+        page.alarm(0, request);
+    });
+    return ExitCode::ok;
+}
+
+void defineGeneral(CLI::App& app, Options& options) {
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return fmt::format("sesctl: {} (see --help)\n", error.what());
+    });
+    auto* const name = app.add_option("--name", options.name, "name of the lab")->type_name("NAME");
+    app.add_option("--dir", options.directory,
+                   "directory of the lab, /tmp/enclab-UID/NAME unless given; without both options "
+                   "the environment variable ESA_MMSG_DIR may name the directory of the sockets")
+        ->type_name("DIR")
+        ->excludes(name);
+    app.add_option("--timeout", options.timeout, "seconds to wait for each reply (default 5)")
+        ->type_name("S")
+        ->check(SECONDS);
+}
+
+void defineStatus(CLI::App& app, Options& options) {
+    auto* const status = app.add_subcommand("status", "state of every element");
+    auto* const json = status->add_flag("--json", options.json, "as one JSON object");
+    auto* const hex = status->add_flag("--hex", options.hex, "both pages as sg_ses reads them");
+    auto* const watch =
+        status->add_option("--watch", options.watch, "again every S seconds, until stopped")
+            ->type_name("S")
+            ->check(SECONDS);
+    json->excludes(hex);
+    watch->excludes(hex)->excludes(json);
+}
+
+CLI::App* defineAction(CLI::App& app, Options& options, const char* name, const char* description,
+                       const std::vector<std::string>& actions) {
+    auto* const command = app.add_subcommand(name, description);
+    command->add_option("ACTION", options.action, "what to do")
+        ->type_name("")
+        ->required()
+        ->check(CLI::IsMember(actions));
+    return command;
+}
+
+void defineNumber(CLI::App& command, Options& options) {
+    command.add_option("N", options.numbers, "which one")->type_name("")->required()->expected(1);
+}
+
+void defineCommands(CLI::App& app, Options& options) {
+    defineGeneral(app, options);
+    app.add_subcommand("config", "what the enclosure consists of");
+    defineStatus(app, options);
+    auto* const leds = defineAction(app, options, "led", "drive fault LEDs", {"on", "off", "show"});
+    leds->add_option("SLOT", options.numbers, "slots; show without any shows all")->type_name("");
+    leds->callback([&options] {
+        if (options.action != "show" && options.numbers.empty()) {
+            throw CLI::ValidationError("led", "name at least one slot");
+        }
+    });
+    defineNumber(*defineAction(app, options, "fan", "fans to full speed or off", {"on", "off"}),
+                 options);
+    defineAction(app, options, "alarm", "audible alarm", {"mute", "info", "critical"});
+    defineNumber(
+        *defineAction(app, options, "psu", "fault indication of a power supply", {"fault", "ok"}),
+        options);
+    app.footer(FOOTER);  // last, for subcommands would inherit it
+}
+
+const std::pair<const char*, Command> COMMANDS[] = {
+    {"config", showConfiguration},
+    {"status", showStatus},
+    {"led", led},
+    {"fan", fan},
+    {"alarm", alarm},
+    {"psu", powerSupply},
+};
+
+Command chosen(const CLI::App& app) {
+    const std::string name = app.get_subcommands().front()->get_name();
+    return std::find_if(std::begin(COMMANDS), std::end(COMMANDS),
+                        [&name](const auto& entry) { return entry.first == name; })
+        ->second;
+}
+
+std::string socketPath(const CLI::App& app, const Options& options) {
+    const char* const messages = std::getenv("ESA_MMSG_DIR");
+    if (messages != nullptr && app.count("--dir") == 0 && app.count("--name") == 0) {
+        return std::string(messages) + "/environ";
+    }
+    const std::string directory = options.directory.empty()
+                                      ? fmt::format("/tmp/enclab-{}/{}", getuid(), options.name)
+                                      : options.directory;
+    return directory + "/mmsg/environ";
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+    Options options;
+    CLI::App app("Shows and controls the enclosure through SES commands.", "sesctl");
+    defineCommands(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return static_cast<int>(app.exit(error, out, err) == 0 ? ExitCode::ok : ExitCode::usage);
+    }
+    try {
+        const std::chrono::duration<double> timeout(options.timeout);
+        Client client(socketPath(app, options),
+                      std::chrono::ceil<std::chrono::milliseconds>(timeout));
+        Session session{options, client, out};
+        return static_cast<int>(chosen(app)(session));
+    } catch (const Failure& failure) {
+        err << "sesctl: " << failure.what() << '\n';
+        return static_cast<int>(failure.code());
+    }
+}
+
+}  // namespace sesctl
