@@ -44,6 +44,19 @@ int connectTo(const std::string& path) {
     return fd;
 }
 
+// Bytes of the first message of a stream; of its header while that is not complete.
+std::size_t firstLength(View stream) {
+    if (stream.size() < MMSG_K_HEADER_SIZE) {
+        return MMSG_K_HEADER_SIZE;
+    }
+    const std::size_t length = wireView<MMCH_t>(stream.data())->mmsg_length;
+    if (length < MMSG_K_HEADER_SIZE || length > MMSG_K_MESSAGE_MAX) {
+        throw Failure(ExitCode::malformedReply,
+                      fmt::format("malformed reply: a message of {} bytes", length));
+    }
+    return length;
+}
+
 bool tryAgain(int error) {
     return error == EAGAIN || error == EINTR;
 }
@@ -86,18 +99,10 @@ void Client::send(View message, Deadline deadline) {
 }
 
 Bytes Client::nextMessage(Deadline deadline) {
-    std::size_t length = MMSG_K_HEADER_SIZE;
-    while (pending_.size() < length) {
+    while (pending_.size() < firstLength(pending_)) {
         receive(deadline);
-        if (pending_.size() >= MMSG_K_HEADER_SIZE) {
-            length = wireView<MMCH_t>(pending_.data())->mmsg_length;
-        }
-        if (length < MMSG_K_HEADER_SIZE || length > MMSG_K_MESSAGE_MAX) {
-            throw Failure(ExitCode::malformedReply,
-                          fmt::format("malformed reply: a message of {} bytes", length));
-        }
     }
-    const auto end = pending_.begin() + static_cast<std::ptrdiff_t>(length);
+    const auto end = pending_.begin() + static_cast<std::ptrdiff_t>(firstLength(pending_));
     Bytes message(pending_.begin(), end);
     pending_.erase(pending_.begin(), end);
     return message;

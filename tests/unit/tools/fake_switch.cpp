@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -69,8 +70,8 @@ void FakeSwitch::serve() {
 }
 
 Bytes serviceReply(const Bytes& request, std::uint8_t status, const Bytes& payload) {
-    Bytes reply(65);
-    const std::size_t length = reply.size() + payload.size();
+    const std::size_t length = 65 + payload.size();
+    Bytes reply(length);
     reply[8] = 14;
     reply[9] = 1;
     reply[10] = static_cast<std::uint8_t>(length >> 8);
@@ -83,6 +84,6 @@ Bytes serviceReply(const Bytes& request, std::uint8_t status, const Bytes& paylo
     reply[39] = status;                                        // return code
     std::copy_n(request.begin() + 40, 4, reply.begin() + 40);  // handle
     reply[64] = status;
-    reply.insert(reply.end(), payload.begin(), payload.end());
+    std::copy(payload.begin(), payload.end(), reply.begin() + 65);
     return reply;
 }

@@ -414,23 +414,24 @@ TEST(Sesctl, NoReplyInTimeExitsWithSeven) {
     }
 }
 
-TEST(Sesctl, FindsItsReplyAmongOtherMessagesAndInPieces) {
-    FakeSwitch messageSwitch([](const Bytes& request) {
-        Bytes foreign = serviceReply(request, 0, hexBytes(CONFIGURATION_PAYLOAD));
-        foreign[43] ^= 0xFF;
-        foreign[74] = 0xFF;
-        Bytes stream = foreign;
-        const Bytes reply = serviceReply(request, 0, hexBytes(CONFIGURATION_PAYLOAD));
-        stream.insert(stream.end(), reply.begin(), reply.end());
-        Answer answer;
-        for (std::size_t at = 0; at < stream.size(); at += 50) {
-            answer.pieces.emplace_back(
-                stream.begin() + static_cast<long>(at),
-                stream.begin() + static_cast<long>(std::min(at + 50, stream.size())));
-        }
-        return answer;
-    });
-    EXPECT_EQ(run(messageSwitch, {"config"}).code, 0);
+TEST(Sesctl, FindsItsReplyAmongOtherMessagesHoweverTheStreamIsCut) {
+    for (const std::size_t size : {std::size_t{50}, std::size_t{64}, std::size_t{1000}}) {
+        FakeSwitch messageSwitch([size](const Bytes& request) {
+            Bytes stream = serviceReply(request, 0, hexBytes("FF"));
+            stream[43] ^= 0xFF;  // somebody else's
+            const Bytes reply = serviceReply(request, 0, hexBytes(CONFIGURATION_PAYLOAD));
+            stream.insert(stream.end(), reply.begin(), reply.end());
+            Answer answer;
+            for (auto at = stream.begin(); at != stream.end();) {
+                const auto end = at + std::min<std::ptrdiff_t>(static_cast<std::ptrdiff_t>(size),
+                                                               stream.end() - at);
+                answer.pieces.emplace_back(at, end);
+                at = end;
+            }
+            return answer;
+        });
+        EXPECT_EQ(run(messageSwitch, {"config"}).code, 0) << size;
+    }
 }
 
 TEST(Sesctl, EachCommandHasItsOwnHandle) {
