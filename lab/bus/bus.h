@@ -35,11 +35,11 @@ struct BusTransfer {
 // messages as "W 4c 01" and "R 4c =19", joined by " + ".
 std::string describe(const BusTransfer& transfer);
 
-// The n-th transfer from now (1 = the next) fails without effect, once.
+// The n-th transfer from now (1 = the next) fails without effect, once. With an address, only
+// transfers to that address count.
 struct BusFault {
     std::uint32_t n = 1;
-    std::optional<std::uint8_t> address =
-        std::nullopt;  // counts transfers to this address only; empty: all
+    std::optional<std::uint8_t> address = std::nullopt;
     int error = ENXIO;
 };
 
