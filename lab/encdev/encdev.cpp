@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The enclosure device for a process that knows nothing of the lab: open, ioctl and close of
 // /dev/enc-0 as the Linux i2c-dev interface has them. Without ENCLAB_BUS in the environment, and
-// for every other file, the calls pass through.
+// for every other file, the calls pass through. A descriptor is followed from open to close only: a
+// copy made with dup() is an ordinary socket.
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
