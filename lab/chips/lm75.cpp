@@ -2,8 +2,7 @@
 // LM75 digital temperature sensor: register values and the bytes on the wire.
 #include "lab/chips/lm75.h"
 
-#include <algorithm>
-#include <cmath>
+#include "lab/chips/encoding.h"
 
 namespace enclab {
 namespace {
@@ -15,18 +14,6 @@ constexpr std::uint8_t kShutdown = 0x01;           // configuration D0
 constexpr std::uint8_t kConfigurationMask = 0x1F;  // D5 to D7 read 0
 constexpr std::uint16_t kNineBits = 0xFF80;
 
-//   125.0   0111 1101 0    0x7D00
-//    25.0   0001 1001 0    0x1900
-//     0.5   0000 0000 1    0x0080
-//     0.0   0000 0000 0    0x0000
-//    -0.5   1111 1111 1    0xFF80
-//   -25.0   1110 0111 0    0xE700
-//   -55.0   1100 1001 0    0xC900
-std::uint16_t encode(double degrees) {
-    const double halves = std::round(std::clamp(degrees, -55.0, 125.0) * 2);
-    return static_cast<std::uint16_t>(static_cast<int>(halves) * 0x80);
-}
-
 }  // namespace
 
 void Lm75::setTemperature(double degrees) {
@@ -36,7 +23,7 @@ void Lm75::setTemperature(double degrees) {
 
 void Lm75::convert() {
     if ((configuration_ & kShutdown) == 0) {
-        words_[kTemperature] = encode(degrees_);
+        words_[kTemperature] = halfDegrees(degrees_, -55, 125);
     }
 }
 

@@ -2,9 +2,9 @@
 // VSC055 enclosure management controller: register file, pins, duty codes and tachometer counts.
 #include "lab/chips/vsc055.h"
 
-#include <algorithm>
-#include <cmath>
 #include <stdexcept>
+
+#include "lab/chips/encoding.h"
 
 namespace enclab {
 namespace {
@@ -40,11 +40,6 @@ constexpr std::size_t registerOf(const Bank& bank, int index) {
 bool contains(const Bank& bank, std::uint8_t number) {
     const int distance = number - bank.base;
     return distance >= 0 && distance % bank.stride == 0 && distance / bank.stride < kBankSize;
-}
-
-bool writable(std::uint8_t number) {
-    return contains(kData, number) || contains(kDirection, number) ||
-           contains(kFanControl, number) || contains(kPwm, number);
 }
 
 int checked(int index) {
@@ -89,40 +84,17 @@ double Vsc055::dutyPercent(int fan) const {
 }
 
 void Vsc055::setTachometer(int fan, double rpm, int divisor) {
-    std::uint8_t& count = registers_[registerOf(kFanSpeed, checked(fan))];
-    if (rpm <= 0) {
-        count = kNoPulses;
-        return;
-    }
-    const double periods = std::round(kCountsPerMinute / (rpm * divisor));
-    count = static_cast<std::uint8_t>(std::clamp(periods, 1.0, 254.0));
+    registers_[registerOf(kFanSpeed, checked(fan))] =
+        tachometerCount(kCountsPerMinute, rpm, divisor);
+}
+
+bool Vsc055::writable(std::uint8_t number) const {
+    return contains(kData, number) || contains(kDirection, number) ||
+           contains(kFanControl, number) || contains(kPwm, number);
 }
 
 std::uint8_t Vsc055::valueOf(std::uint8_t number) const {
     return contains(kData, number) ? pins(number - kData.base) : registers_[number];
-}
-
-bool Vsc055::write(std::span<const std::uint8_t> bytes) {
-    if (bytes.empty()) {
-        return true;
-    }
-    pointer_ = bytes[0];
-    for (std::uint8_t value : bytes.subspan(1)) {
-        if (writable(pointer_)) {
-            registers_[pointer_] = value;
-        }
-        ++pointer_;
-    }
-    if (bytes.size() > 1 && written_) {
-        written_();
-    }
-    return true;
-}
-
-void Vsc055::read(std::span<std::uint8_t> bytes) {
-    for (std::uint8_t& byte : bytes) {
-        byte = valueOf(pointer_++);
-    }
 }
 
 }  // namespace enclab

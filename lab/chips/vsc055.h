@@ -6,23 +6,18 @@
 
 #include <array>
 #include <cstdint>
-#include <functional>
 
-#include "lab/chips/chip.h"
+#include "lab/chips/register_chip.h"
 
 namespace enclab {
 
-class Vsc055 : public Chip {
+class Vsc055 : public RegisterChip {
   public:
     static constexpr int kPorts = 8;
     static constexpr int kFans = 8;
 
     // Power-on state: all pins inputs and pulled up, PWM at full duty, no tachometer pulses.
     Vsc055();
-
-    // Called after each write message that reached a register, so that the wiring can follow pins
-    // and duty. At most one.
-    void onWrite(std::function<void()> callback) { written_ = std::move(callback); }
 
     // Levels on a port's eight pins: the output latch (GPD) where the direction bit (DDP) is 0, the
     // level driven from outside where it is 1.
@@ -38,16 +33,15 @@ class Vsc055 : public Chip {
     // (pulses per turn and prescaler). 0 RPM: no pulses.
     void setTachometer(int fan, double rpm, int divisor);
 
-    bool write(std::span<const std::uint8_t> bytes) override;
-    void read(std::span<std::uint8_t> bytes) override;
-
   private:
-    std::uint8_t valueOf(std::uint8_t number) const;
+    bool writable(std::uint8_t number) const override;
+    std::uint8_t valueOf(std::uint8_t number) const override;
+    std::uint8_t next(std::uint8_t number) const override {
+        return static_cast<std::uint8_t>(number + 1);
+    }
 
-    std::array<std::uint8_t, 256> registers_{};  // GPD: the output latch
-    std::array<std::uint8_t, kPorts> driven_;    // levels from outside
-    std::uint8_t pointer_ = 0;
-    std::function<void()> written_;
+    // Levels from outside; the GPD registers hold the output latches.
+    std::array<std::uint8_t, kPorts> driven_;
 };
 
 }  // namespace enclab
