@@ -2,9 +2,8 @@
 // VSC055 enclosure management controller: register file, pins, duty codes and tachometer counts.
 #include "lab/chips/vsc055.h"
 
-#include <stdexcept>
-
 #include "lab/chips/encoding.h"
+#include "lab/chips/lookup.h"
 
 namespace enclab {
 namespace {
@@ -33,8 +32,13 @@ constexpr Bank kFanSpeed{VSC055_REG_FAN, 4};
 constexpr Bank kPwm{VSC055_REG_PWMC, 1};
 constexpr int kBankSize = 8;
 
-constexpr std::size_t registerOf(const Bank& bank, int index) {
-    return static_cast<std::size_t>(bank.base + bank.stride * index);
+std::size_t checked(int index) {
+    return checkedIndex("VSC055: port or fan outside 0 to 7", index, kBankSize);
+}
+
+std::size_t registerOf(const Bank& bank, int index) {
+    return static_cast<std::size_t>(bank.base) +
+           static_cast<std::size_t>(bank.stride) * checked(index);
 }
 
 bool contains(const Bank& bank, std::uint8_t number) {
@@ -42,17 +46,9 @@ bool contains(const Bank& bank, std::uint8_t number) {
     return distance >= 0 && distance % bank.stride == 0 && distance / bank.stride < kBankSize;
 }
 
-int checked(int index) {
-    if (index < 0 || index >= kBankSize) {
-        throw std::out_of_range("VSC055: port or fan outside 0 to 7");
-    }
-    return index;
-}
-
 }  // namespace
 
 Vsc055::Vsc055() {
-    driven_.fill(0xFF);
     for (int n = 0; n < kBankSize; ++n) {
         registers_[registerOf(kData, n)] = 0xFF;
         registers_[registerOf(kDirection, n)] = 0xFF;
@@ -62,30 +58,25 @@ Vsc055::Vsc055() {
 }
 
 std::uint8_t Vsc055::pins(int port) const {
-    const int input = registers_[registerOf(kDirection, checked(port))];
-    const int latch = registers_[registerOf(kData, port)];
-    const int driven = driven_[static_cast<std::size_t>(port)];
-    return static_cast<std::uint8_t>((driven & input) | (latch & ~input));
+    return ports_[checked(port)].levels(registers_[registerOf(kData, port)],
+                                        registers_[registerOf(kDirection, port)]);
 }
 
 void Vsc055::drivePin(int port, int bit, bool level) {
-    const int mask = 1 << bit;
-    std::uint8_t& driven = driven_[static_cast<std::size_t>(checked(port))];
-    driven = static_cast<std::uint8_t>(level ? driven | mask : driven & ~mask);
+    ports_[checked(port)].drive(bit, level);
 }
 
 bool Vsc055::drivenPin(int port, int bit) const {
-    return (driven_[static_cast<std::size_t>(checked(port))] >> bit & 1) != 0;
+    return ports_[checked(port)].driven(bit);
 }
 
 double Vsc055::dutyPercent(int fan) const {
-    const std::uint8_t code = registers_[registerOf(kPwm, checked(fan))];
+    const std::uint8_t code = registers_[registerOf(kPwm, fan)];
     return (code & kPwmEnable) == 0 ? 0 : ((code & kPwmDuty) + 1) * 100 / 32.0;
 }
 
 void Vsc055::setTachometer(int fan, double rpm, int divisor) {
-    registers_[registerOf(kFanSpeed, checked(fan))] =
-        tachometerCount(kCountsPerMinute, rpm, divisor);
+    registers_[registerOf(kFanSpeed, fan)] = tachometerCount(kCountsPerMinute, rpm, divisor);
 }
 
 bool Vsc055::writable(std::uint8_t number) const {

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 
+#include "lab/chips/port_pins.h"
 #include "lab/chips/register_chip.h"
 
 namespace enclab {
@@ -40,8 +41,7 @@ class Vsc055 : public RegisterChip {
         return static_cast<std::uint8_t>(number + 1);
     }
 
-    // Levels from outside; the GPD registers hold the output latches.
-    std::array<std::uint8_t, kPorts> driven_;
+    std::array<PortPins, kPorts> ports_;
 };
 
 }  // namespace enclab

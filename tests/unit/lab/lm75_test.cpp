@@ -4,22 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
+#include "tests/unit/lab/chip_access.h"
 
 namespace enclab {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
-Bytes readBytes(Lm75& chip, std::size_t count) {
+// Without setting the pointer.
+Bytes readOn(Lm75& chip, std::size_t count) {
     Bytes bytes(count);
     chip.read(bytes);
     return bytes;
-}
-
-Bytes readAt(Lm75& chip, std::uint8_t pointer, std::size_t count) {
-    EXPECT_TRUE(chip.write(Bytes{pointer}));
-    return readBytes(chip, count);
 }
 
 TEST(Lm75Model, TemperatureIsNineBitsTwosComplementMsbFirst) {
@@ -35,7 +29,7 @@ TEST(Lm75Model, TemperatureIsNineBitsTwosComplementMsbFirst) {
     for (const auto& row : rows) {
         Lm75 chip;
         chip.setTemperature(row.degrees);
-        EXPECT_EQ(readAt(chip, 0, 2), row.bytes) << row.degrees << " degrees";
+        EXPECT_EQ(readBytes(chip, 0, 2), row.bytes) << row.degrees << " degrees";
         EXPECT_EQ(chip.temperature(), row.degrees);
     }
 }
@@ -43,27 +37,27 @@ TEST(Lm75Model, TemperatureIsNineBitsTwosComplementMsbFirst) {
 TEST(Lm75Model, ReadOfOneByteStartsWithTheMsbEachTime) {
     Lm75 chip;
     chip.setTemperature(-20.5);
-    EXPECT_EQ(readAt(chip, 0, 1), Bytes{0xEB});
-    EXPECT_EQ(readBytes(chip, 1), Bytes{0xEB});
-    EXPECT_EQ(readBytes(chip, 4), (Bytes{0xEB, 0x80, 0xEB, 0x80}));
+    EXPECT_EQ(readBytes(chip, 0, 1), Bytes{0xEB});
+    EXPECT_EQ(readOn(chip, 1), Bytes{0xEB});
+    EXPECT_EQ(readOn(chip, 4), (Bytes{0xEB, 0x80, 0xEB, 0x80}));
 }
 
 TEST(Lm75Model, RegistersAtPowerOn) {
     Lm75 chip;
-    EXPECT_EQ(readBytes(chip, 2), (Bytes{0x19, 0x00})) << "pointer 0, 25 degrees";
-    EXPECT_EQ(readAt(chip, 1, 2), (Bytes{0x00, 0x00}));
-    EXPECT_EQ(readAt(chip, 2, 2), (Bytes{0x4B, 0x00})) << "THYST 75 degrees";
-    EXPECT_EQ(readAt(chip, 3, 2), (Bytes{0x50, 0x00})) << "TOS 80 degrees";
+    EXPECT_EQ(readOn(chip, 2), (Bytes{0x19, 0x00})) << "pointer 0, 25 degrees";
+    EXPECT_EQ(readBytes(chip, 1, 2), (Bytes{0x00, 0x00}));
+    EXPECT_EQ(readBytes(chip, 2, 2), (Bytes{0x4B, 0x00})) << "THYST 75 degrees";
+    EXPECT_EQ(readBytes(chip, 3, 2), (Bytes{0x50, 0x00})) << "TOS 80 degrees";
 }
 
 TEST(Lm75Model, PointerStaysAndHasTwoBits) {
     Lm75 chip;
     chip.write(Bytes{0x03});
-    EXPECT_EQ(readBytes(chip, 1), Bytes{0x50});
-    EXPECT_EQ(readBytes(chip, 1), Bytes{0x50});
+    EXPECT_EQ(readOn(chip, 1), Bytes{0x50});
+    EXPECT_EQ(readOn(chip, 1), Bytes{0x50});
     EXPECT_TRUE(chip.write(Bytes{})) << "a bare address is acknowledged";
-    EXPECT_EQ(readBytes(chip, 1), Bytes{0x50}) << "and leaves the pointer";
-    EXPECT_EQ(readAt(chip, 0xFE, 1), Bytes{0x4B});
+    EXPECT_EQ(readOn(chip, 1), Bytes{0x50}) << "and leaves the pointer";
+    EXPECT_EQ(readBytes(chip, 0xFE, 1), Bytes{0x4B});
 }
 
 TEST(Lm75Model, LimitsTakeNineBitsAndTemperatureTakesNone) {
@@ -71,22 +65,22 @@ TEST(Lm75Model, LimitsTakeNineBitsAndTemperatureTakesNone) {
     chip.write(Bytes{2, 0xE7, 0xFF});
     chip.write(Bytes{3, 0x2D, 0x7F});
     chip.write(Bytes{0, 0x55, 0x55});
-    EXPECT_EQ(readAt(chip, 2, 2), (Bytes{0xE7, 0x80}));
-    EXPECT_EQ(readAt(chip, 3, 2), (Bytes{0x2D, 0x00}));
-    EXPECT_EQ(readAt(chip, 0, 2), (Bytes{0x19, 0x00}));
+    EXPECT_EQ(readBytes(chip, 2, 2), (Bytes{0xE7, 0x80}));
+    EXPECT_EQ(readBytes(chip, 3, 2), (Bytes{0x2D, 0x00}));
+    EXPECT_EQ(readBytes(chip, 0, 2), (Bytes{0x19, 0x00}));
     chip.write(Bytes{2, 0x10});
-    EXPECT_EQ(readAt(chip, 2, 2), (Bytes{0x10, 0x80})) << "one byte: the low byte stays";
+    EXPECT_EQ(readBytes(chip, 2, 2), (Bytes{0x10, 0x80})) << "one byte: the low byte stays";
 }
 
 TEST(Lm75Model, ShutdownHoldsTheTemperatureUntilWoken) {
     Lm75 chip;
     chip.setTemperature(40);
     chip.write(Bytes{1, 0xFF});
-    EXPECT_EQ(readAt(chip, 1, 1), Bytes{0x1F}) << "the upper three bits read 0";
+    EXPECT_EQ(readBytes(chip, 1, 1), Bytes{0x1F}) << "the upper three bits read 0";
     chip.setTemperature(50);
-    EXPECT_EQ(readAt(chip, 0, 1), Bytes{0x28});
+    EXPECT_EQ(readBytes(chip, 0, 1), Bytes{0x28});
     chip.write(Bytes{1, 0x00});
-    EXPECT_EQ(readAt(chip, 0, 1), Bytes{0x32});
+    EXPECT_EQ(readBytes(chip, 0, 1), Bytes{0x32});
 }
 
 }  // namespace

@@ -6,23 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <vector>
+
+#include "tests/unit/lab/chip_access.h"
 
 namespace enclab {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-int readAt(Vsc055& chip, std::uint8_t number) {
-    Bytes byte(1);
-    EXPECT_TRUE(chip.write(Bytes{number}));
-    chip.read(byte);
-    return byte[0];
-}
-
-void writeAt(Vsc055& chip, std::uint8_t number, std::uint8_t value) {
-    EXPECT_TRUE(chip.write(Bytes{number, value}));
-}
 
 TEST(Vsc055Model, PowerOnState) {
     Vsc055 chip;
