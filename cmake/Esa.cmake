@@ -2,6 +2,7 @@
 # Build rules shared by all folders.
 
 option(ESA_TESTS "build the tests" ON)
+option(ESA_FUZZ "build the service and its fuzz harness only" OFF)
 set(ESA_SANITIZE "" CACHE STRING "value for -fsanitize=, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -18,6 +19,8 @@ if(ESA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 find_package(Threads REQUIRED)
+include(CheckPIESupported)
+check_pie_supported()
 
 add_library(esa_warning_flags INTERFACE)
 target_compile_options(esa_warning_flags INTERFACE
