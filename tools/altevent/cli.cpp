@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/altevent/cli.h"
+
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+
+#include "tools/altevent/report.h"
+
+namespace altevent {
+
+namespace {
+
+enum ExitCode { OK = 0, DAMAGED = 1, USAGE = 2, UNREADABLE = 3 };
+
+struct Options {
+    std::string file = ALT_EVENT_K_FILE_NAME;
+    bool json = false;
+    bool hex = false;
+    std::size_t last = ALT_EVENT_K_SLOTS;
+};
+
+constexpr char DESCRIPTION[] =
+    "altevent - list and decode an alternate event log\n\n"
+    "Prints every record of FILE, oldest first: the four records of each critical fault of\n"
+    "the service (message, state, received message, last message built), bug checks of the\n"
+    "trace log and fatal signals. Slots that hold no whole record are named after them.\n";
+
+constexpr char FOOTER[] =
+    "Exit status:\n"
+    "  0  all slots are whole\n"
+    "  1  a slot is damaged: torn (its record was not written to the end) or foreign\n"
+    "  2  wrong usage\n"
+    "  3  FILE cannot be read or is not an alternate event log, or the output not written\n\n"
+    "Examples:\n"
+    "  altevent /var/lib/esa/altevent.log --last 4\n"
+    "  altevent altevent.log --json | jq '.records[].kind'";
+
+void addOptions(CLI::App& app, Options& options) {
+    app.add_option("FILE", options.file, "the log")->capture_default_str();
+    app.add_flag("--json", options.json, "print one JSON document instead of text");
+    app.add_flag("--hex", options.hex, "add the bytes of each record");
+    app.add_option("--last", options.last, "print the newest N records only")
+        ->type_name("N")
+        ->check(CLI::Range(1u, ALT_EVENT_K_SLOTS));
+    app.footer(FOOTER);
+}
+
+int list(const Options& options, std::FILE* out) {
+    Log log = readLog(options.file);
+    if (log.records.size() > options.last) {
+        log.records.erase(log.records.begin(),
+                          log.records.end() - static_cast<std::ptrdiff_t>(options.last));
+    }
+    const std::string report =
+        options.json ? jsonReport(log, options.hex) : textReport(log, options.hex);
+    if (std::fwrite(report.data(), 1, report.size(), out) != report.size() ||
+        std::fflush(out) != 0) {
+        throw std::runtime_error(std::string("cannot write: ") + std::strerror(errno));
+    }
+    return log.damaged.empty() ? OK : DAMAGED;
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv, std::FILE* out, std::FILE* err) {
+    CLI::App app(DESCRIPTION, "altevent");
+    Options options;
+    addOptions(app, options);
+    try {
+        app.parse(argc, argv);
+        return list(options, out);
+    } catch (const CLI::CallForHelp&) {
+        std::fputs(app.help().c_str(), out);
+        return OK;
+    } catch (const CLI::ParseError& error) {
+        std::fprintf(err, "altevent: %s (see altevent --help)\n", error.what());
+        return USAGE;
+    } catch (const std::exception& error) {
+        std::fprintf(err, "altevent: %s\n", error.what());
+        return UNREADABLE;
+    }
+}
+
+}  // namespace altevent
