@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
-// Any bytes as a message: the first byte picks the chassis and whether the bus answers, the rest is
-// what the switch sends. A loop pass must take it without touching memory it does not own.
+// Any bytes as a message: the first byte picks the chassis, whether the bus answers and whether the
+// rest is the raw stream or the user data behind a good SES header. A loop pass must take it
+// without touching memory it does not own.
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdint>
+#include <vector>
 
 #include "core/esa_control.h"
 #include "esamain.h"
 #include "msg/esa_mmsg.h"
+#include "sys_msg.h"
+#include "tests/support/fake_alt_event_log.h"
 #include "tests/support/fake_bus.h"
 
 namespace {
@@ -31,6 +35,26 @@ void enclosureSet(FakeBus* bus, std::uint8_t choice) {
     }
 }
 
+// What the switch sends.
+std::vector<std::uint8_t> streamOf(std::uint8_t choice, const std::uint8_t* data,
+                                   std::size_t size) {
+    std::vector<std::uint8_t> stream(data, data + size);
+    if ((choice & 0x80) != 0) {
+        return stream;
+    }
+    MMCH_t header = {};
+    header.message_type = MSG_E_TYPE_MMSG;
+    header.mmsg_length = static_cast<U16_t>(sizeof header + size);
+    header.opcode.request.protocol = MMSG_E_PROTOCOL_SES;
+    header.opcode.request.type = (choice & 0x40) != 0 ? SES_K_RECEIVE_DIAGNOSTIC_RESULTS_COMMAND
+                                                      : SES_K_SEND_DIAGNOSTIC_COMMAND;
+    header.requestor = MMSG_E_EPID_ENVIRONMP;
+    header.recipient_loc_bm[1] = 2;
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(&header);
+    stream.insert(stream.begin(), bytes, bytes + sizeof header);
+    return stream;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -44,7 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FakeBus bus;
     enclosureSet(&bus, data[0]);
     esaControl.socketFdMSM = pair[0];
-    if (send(pair[1], data + 1, size - 1, MSG_NOSIGNAL) >= 0) {
+    const auto stream = streamOf(data[0], data + 1, size - 1);
+    if (send(pair[1], stream.data(), stream.size(), MSG_NOSIGNAL) >= 0) {
         shutdown(pair[1], SHUT_WR);
         esaControl.selectTimeout = {0, 1000};
         for (int pass = 0; pass < 4 && esaLinkIsUp(); ++pass) {
@@ -53,5 +78,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     esaLinkDown();
     close(pair[1]);
+    takeAltRecords();
     return 0;
 }
