@@ -5,6 +5,7 @@
 #include <fmt/core.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 
@@ -62,6 +63,21 @@ std::string describe(const BusTransfer& transfer) {
 
 void Bus::attach(std::uint8_t address, Chip& chip) {
     chips_[address] = &chip;
+}
+
+bool Bus::sameChip(std::uint8_t one, std::uint8_t other) const {
+    const auto first = chips_.find(one);
+    const auto second = chips_.find(other);
+    return one == other ||
+           (first != chips_.end() && second != chips_.end() && first->second == second->second);
+}
+
+void Bus::mend(std::uint8_t address) {
+    std::erase_if(cut_, [&](std::uint8_t cut) { return sameChip(cut, address); });
+}
+
+bool Bus::isCut(std::uint8_t address) const {
+    return std::ranges::any_of(cut_, [&](std::uint8_t cut) { return sameChip(cut, address); });
 }
 
 int Bus::transfer(std::vector<BusMessage>& messages) {

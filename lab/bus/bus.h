@@ -48,7 +48,7 @@ class Bus {
     using Observer = std::function<void(const BusTransfer&)>;
     static constexpr std::size_t kLogLength = 10000;
 
-    // The chip must outlive the bus. One chip per address.
+    // The chip must outlive the bus. One chip per address; a chip may stand at several.
     void attach(std::uint8_t address, Chip& chip);
 
     // One transfer; fills the bytes of read messages. 0 or an errno value. A transfer belongs to
@@ -59,10 +59,10 @@ class Bus {
     std::optional<std::uint8_t> readRegister(std::uint8_t address, std::uint8_t number);
     bool writeRegister(std::uint8_t address, std::uint8_t number, std::uint8_t value);
 
-    // A cut chip does not acknowledge; its registers stay as they are.
+    // A cut chip does not acknowledge, at any address of its; its registers stay as they are.
     void cut(std::uint8_t address) { cut_.insert(address); }
-    void mend(std::uint8_t address) { cut_.erase(address); }
-    bool isCut(std::uint8_t address) const { return cut_.contains(address); }
+    void mend(std::uint8_t address);
+    bool isCut(std::uint8_t address) const;
 
     // Throws std::invalid_argument for n = 0.
     void add(const BusFault& fault);
@@ -78,6 +78,7 @@ class Bus {
     void unobserve(int number) { observers_.erase(number); }
 
   private:
+    bool sameChip(std::uint8_t one, std::uint8_t other) const;
     int run(std::vector<BusMessage>& messages);
     int runMessage(BusMessage& message);
     int takeFault(std::uint8_t address);

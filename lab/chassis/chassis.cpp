@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Device names of a chassis.
+// What all chassis share: the engineer's state, and devices by name.
 #include "lab/chassis/chassis.h"
 
 #include <fmt/core.h>
+#include <fmt/ranges.h>
 
 #include <charconv>
 #include <optional>
@@ -10,6 +11,26 @@
 
 namespace enclab {
 namespace {
+
+// `index` as an array index, checked against what is fitted.
+std::size_t checked(const char* what, int index, int count) {
+    if (index < 0 || index >= count) {
+        throw std::out_of_range(
+            fmt::format("no {} {}: the chassis has {}, from 0", what, index, count));
+    }
+    return static_cast<std::size_t>(index);
+}
+
+void require(bool fitted, const char* what) {
+    if (!fitted) {
+        throw std::out_of_range(fmt::format("the chassis has no {}", what));
+    }
+}
+
+// Whether a rail or device of this full name is meant by `name`: "5@2" by itself and by "5".
+bool meant(std::string_view full, std::string_view name) {
+    return full == name || full.substr(0, full.find('@')) == name;
+}
 
 // "0x41"; at most 0x7F.
 std::optional<std::uint8_t> parseAddress(std::string_view text) {
@@ -23,25 +44,136 @@ std::optional<std::uint8_t> parseAddress(std::string_view text) {
     return good ? std::optional(value) : std::nullopt;
 }
 
+template <typename Named>
+std::string names(const std::vector<Named>& things) {
+    std::vector<std::string_view> all;
+    for (const Named& thing : things) {
+        all.push_back(thing.name);
+    }
+    return fmt::format("{}", fmt::join(all, ", "));
+}
+
 }  // namespace
 
+Chassis::Chassis(ChassisParts parts)
+    : parts_(std::move(parts)),
+      fanPresent_(static_cast<std::size_t>(parts_.fans), true),
+      temperatures_(static_cast<std::size_t>(parts_.sensors), parts_.temperature),
+      rails_(parts_.rails),
+      drivePresent_(static_cast<std::size_t>(parts_.slots), true) {}
+
+void Chassis::addDevice(std::string name, std::uint8_t address, Chip& chip) {
+    devices_.push_back({std::move(name), address});
+    bus_.attach(address, chip);
+}
+
+void Chassis::start() {
+    spinFans();
+    for (int sensor = 0; sensor < sensors(); ++sensor) {
+        wireTemperature(sensor, temperature(sensor));
+    }
+    for (std::size_t rail = 0; rail < rails_.size(); ++rail) {
+        wireRail(rail, rails_[rail].volts);
+    }
+    wireRedundancy(redundancy_);
+    for (int slot = 0; slot < slots(); ++slot) {
+        wireDrive(slot, drivePresent_[static_cast<std::size_t>(slot)]);
+    }
+}
+
+void Chassis::spinFans() {
+    for (int fan = 0; fan < fans(); ++fan) {
+        wireFan(fan, fanRpm(fan));
+    }
+}
+
+void Chassis::setFanPresent(int fan, bool present) {
+    fanPresent_[checked("fan", fan, fans())] = present;
+    spinFans();
+}
+
+bool Chassis::fanPresent(int fan) const {
+    return fanPresent_[checked("fan", fan, fans())];
+}
+
+double Chassis::fanLoadPercent(int fan) const {
+    checked("fan", fan, fans());
+    return drivenPercent(fan);
+}
+
+double Chassis::fanRpm(int fan) const {
+    return fanPresent(fan) ? parts_.fullSpeedRpm * fanLoadPercent(fan) / 100 : 0;
+}
+
+void Chassis::setTemperature(int sensor, double degrees) {
+    temperatures_[checked("sensor", sensor, sensors())] = degrees;
+    wireTemperature(sensor, degrees);
+}
+
+double Chassis::temperature(int sensor) const {
+    return temperatures_[checked("sensor", sensor, sensors())];
+}
+
+void Chassis::setRail(std::string_view name, double volts) {
+    require(!rails_.empty(), "supply rails that anything measures");
+    bool found = false;
+    for (std::size_t rail = 0; rail < rails_.size(); ++rail) {
+        if (meant(rails_[rail].name, name)) {
+            found = true;
+            rails_[rail].volts = volts;
+            wireRail(rail, volts);
+        }
+    }
+    if (!found) {
+        throw std::out_of_range(
+            fmt::format("no rail \"{}\": the chassis has {}", name, names(rails_)));
+    }
+}
+
+void Chassis::setRedundancy(bool good) {
+    require(parts_.redundancy, "redundancy input");
+    redundancy_ = good;
+    wireRedundancy(good);
+}
+
+bool Chassis::redundancy() const {
+    require(parts_.redundancy, "redundancy input");
+    return redundancy_;
+}
+
+void Chassis::setDrivePresent(int slot, bool present) {
+    require(parts_.drivePresence, "drive presence inputs");
+    drivePresent_[checked("slot", slot, slots())] = present;
+    wireDrive(slot, present);
+}
+
+bool Chassis::drivePresent(int slot) const {
+    require(parts_.drivePresence, "drive presence inputs");
+    return drivePresent_[checked("slot", slot, slots())];
+}
+
+bool Chassis::driveFaultLed(int slot) const {
+    require(parts_.driveLeds, "drive fault LEDs");
+    checked("slot", slot, slots());
+    return driveLedLit(slot);
+}
+
 std::uint8_t Chassis::addressOf(std::string_view device) const {
-    std::string known;
-    for (const ChassisDevice& candidate : devices()) {
+    for (const ChassisDevice& candidate : devices_) {
         if (candidate.name == device) {
             return candidate.address;
         }
-        known += (known.empty() ? "" : ", ") + candidate.name;
     }
     if (const auto address = parseAddress(device)) {
         return *address;
     }
-    throw std::out_of_range(fmt::format(
-        "no device \"{}\": the chassis has {}, or give an address as 0x41", device, known));
+    throw std::out_of_range(
+        fmt::format("no device \"{}\": the chassis has {}, or give an address as 0x41", device,
+                    names(devices_)));
 }
 
 std::string Chassis::nameOf(std::uint8_t address) const {
-    for (const ChassisDevice& device : devices()) {
+    for (const ChassisDevice& device : devices_) {
         if (device.address == address) {
             return device.name;
         }

@@ -93,6 +93,28 @@ TEST_F(BusTest, CutChipDoesNotAnswerAndKeepsItsRegisters) {
     EXPECT_EQ(bus.readRegister(0x41, 4), 0x80);
 }
 
+TEST_F(BusTest, ChipAtTwoAddressesIsCutAndMendedAtBoth) {
+    bus.attach(0x42, first);
+    EXPECT_EQ(bus.readRegister(0x42, 4), 0x80);
+    for (const int cut : {0x41, 0x42}) {
+        bus.cut(static_cast<std::uint8_t>(cut));
+        EXPECT_EQ(bus.readRegister(0x41, 4), std::nullopt);
+        EXPECT_EQ(bus.readRegister(0x42, 4), std::nullopt);
+        EXPECT_EQ(bus.readRegister(0x4C, 0), 0x1E);
+        bus.mend(static_cast<std::uint8_t>(0x41 + 0x42 - cut));
+        EXPECT_EQ(bus.readRegister(0x41, 4), 0x80);
+        EXPECT_EQ(bus.readRegister(0x42, 4), 0x80);
+    }
+}
+
+TEST_F(BusTest, CutAddressWithoutAChipIsMendedAlone) {
+    bus.cut(0x50);
+    bus.cut(0x51);
+    bus.mend(0x50);
+    EXPECT_FALSE(bus.isCut(0x50));
+    EXPECT_TRUE(bus.isCut(0x51));
+}
+
 TEST_F(BusTest, MessagesBeforeOneThatFailsHaveHappened) {
     EXPECT_EQ(run({{0x41, false, {7, 0x11}}, {0x42, false, {0}}, {0x4C, false, {7, 0x22}}}), ENXIO);
     EXPECT_EQ(first.registers[7], 0x11);
