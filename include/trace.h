@@ -41,9 +41,9 @@ struct TRACE_DATA_t {
 
 extern TRACE_DATA_t traceData;
 
-// Opens the log of `numModules` modules, all silent: in the area's log directory under the printf
-// pattern `traceFileNameProto` (one integer conversion), or on standard error when `pMpuParams` is
-// null, the directory or the pattern empty.
+// Opens the log of `numModules` modules (0 to 255), all silent: in the area's log directory under
+// the printf pattern `traceFileNameProto` (one integer conversion), or on standard error when
+// `pMpuParams` is null, the directory or the pattern empty.
 void TRACE__init(const MPU_PARAMS_t* pMpuParams, const char* traceFileNameProto, int numModules,
                  const char* const* moduleNames);
 // Closes the log; output is left on standard error and every module is silent.

@@ -17,6 +17,8 @@ namespace sesctl {
 
 namespace {
 
+constexpr unsigned HANDLE_COUNT_BITS = 10;  // the other 22 hold any process id
+
 [[noreturn]] void hungUp() {
     throw Failure(ExitCode::unreachable, "the message switch closed the connection");
 }
@@ -66,8 +68,7 @@ bool tryAgain(int error) {
 Client::Client(const std::string& socketPath, std::chrono::milliseconds timeout)
     : timeout_(timeout),
       fd_(connectTo(socketPath)),
-      // Unlike any other client's of this machine.
-      handle_(static_cast<std::uint32_t>(getpid()) << 8) {}
+      handleBase_(static_cast<std::uint32_t>(getpid()) << HANDLE_COUNT_BITS) {}
 
 Client::~Client() {
     close(fd_);
@@ -75,7 +76,7 @@ Client::~Client() {
 
 Reply Client::call(Bytes request) {
     const Deadline deadline = std::chrono::steady_clock::now() + timeout_;
-    wireView<MMCH_t>(request.data())->handle = ++handle_;
+    wireView<MMCH_t>(request.data())->handle = nextHandle();
     send(request, deadline);
     for (;;) {
         const Bytes message = nextMessage(deadline);
@@ -83,6 +84,11 @@ Reply Client::call(Bytes request) {
             return decodeReply(message);
         }
     }
+}
+
+// Unlike the handles of other clients on this machine, and unlike the last one.
+std::uint32_t Client::nextHandle() {
+    return handleBase_ | (++calls_ & ((1U << HANDLE_COUNT_BITS) - 1));
 }
 
 void Client::send(View message, Deadline deadline) {

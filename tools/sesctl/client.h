@@ -25,6 +25,7 @@ class Client {
   private:
     using Deadline = std::chrono::steady_clock::time_point;
 
+    std::uint32_t nextHandle();
     void send(View message, Deadline deadline);
     Bytes nextMessage(Deadline deadline);
     void receive(Deadline deadline);
@@ -32,7 +33,8 @@ class Client {
 
     const std::chrono::milliseconds timeout_;
     int fd_;
-    std::uint32_t handle_;
+    const std::uint32_t handleBase_;
+    std::uint32_t calls_ = 0;
     Bytes pending_;  // received and not yet cut into messages
 };
 

@@ -42,8 +42,9 @@ std::string supplyRow(const PowerSupply& supply) {
 
 std::string fanRow(const Fan& fan) {
     const std::string speed = fan.rpm ? fmt::format("{} RPM", *fan.rpm) : "-";
-    return fmt::format("{:<15}{}", speed,
-                       words(fan, FAN_FLAGS, fan.rpm ? "running" : "no reading"));
+    const char* const state = fan.off ? "stopped" : fan.rpm ? "running" : "no reading";
+    const std::string more = words(fan, FAN_FLAGS, "", &Fan::off);
+    return fmt::format("{:<15}{}{}{}", speed, state, more.empty() ? "" : ", ", more);
 }
 
 std::string sensorRow(const Sensor& sensor) {

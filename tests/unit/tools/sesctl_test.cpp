@@ -123,6 +123,7 @@ TEST(Sesctl, StatusShowsFaultsAndExitsWithOne) {
                                       {FAN_0 + 2, 0},
                                       {FAN_0 + 3, 0x08},
                                       {FAN_0 + 6, 0},
+                                      {FAN_0 + 11, 0xE6},
                                       {SENSOR_0 + 2, 76},
                                       {SENSOR_0 + 3, 0x20},
                                       {SENSOR_0 + 6, 0},
