@@ -202,10 +202,10 @@ TEST_F(AlteventDecodeTest, ErrorMessage) {
 
 TEST_F(AlteventDecodeTest, EventHeaderFieldsInTheirOrder) {
     Json json = jsonOf({{0, hexOf("enclosure")},
-                              {64, hexOf("blade")},
-                              {128, "00 00 00 01 00 00 00 02 00 00 00 03 00 00 00 04"},
-                              {144, "00 02 06 02 08 09 0A 0B"},
-                              {152, "AB CD EF"}});
+                        {64, hexOf("blade")},
+                        {128, "00 00 00 01 00 00 00 02 00 00 00 03 00 00 00 04"},
+                        {144, "00 02 06 02 08 09 0A 0B"},
+                        {152, "AB CD EF"}});
     EXPECT_EQ(json["kind"], "unknown");
     EXPECT_EQ(json["header"], Json::parse(R"({
         "evEnclosureId": "enclosure", "evBladeId": "blade", "evSlotId": 1, "evInstanceNumber": 2,
@@ -307,10 +307,10 @@ TEST_F(AlteventDecodeTest, TraceBugCheckSplitsTheNames) {
                         {248, hexOf("BUG CHECK: lock \x1b[2J lost\n")}}),
                 HasSubstr("trace bug check"));
     Json json = jsonOf({LOG_REQUEST,
-                              BUG_CHECK,
-                              {216, "01 41"},
-                              {218, hexOf("esamain") + "00" + hexOf("esaVsc055PollingProces")},
-                              {248, hexOf("BUG CHECK: lock \x1b[2J lost\n")}});
+                        BUG_CHECK,
+                        {216, "01 41"},
+                        {218, hexOf("esamain") + "00" + hexOf("esaVsc055PollingProces")},
+                        {248, hexOf("BUG CHECK: lock \x1b[2J lost\n")}});
     EXPECT_EQ(json["payload"], Json::parse(R"({
         "text": "BUG CHECK: lock \\x1b[2J lost", "fileName": "esamain",
         "functionName": "esaVsc055PollingProces", "lineNumber": 321})"));
@@ -343,10 +343,10 @@ TEST_F(AlteventDecodeTest, FaultSignalOfTheController) {
 
 TEST_F(AlteventDecodeTest, SentSignalOfADevelopmentMachine) {
     Json json = jsonOf({LOG_REQUEST,
-                              SIGNAL,
-                              {240, "0F 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"},
-                              {256, "92 10 00 00  E8 03 00 00"},
-                              {368 + 16 * 8, "88 77 66 55 44 33 22 11"}})["payload"];
+                        SIGNAL,
+                        {240, "0F 00 00 00  00 00 00 00  00 00 00 00  00 00 00 00"},
+                        {256, "92 10 00 00  E8 03 00 00"},
+                        {368 + 16 * 8, "88 77 66 55 44 33 22 11"}})["payload"];
     EXPECT_EQ(json["signal"], Json::parse(R"({"value": 15, "name": "SIGTERM"})"));
     EXPECT_EQ(json["code"], 0);
     EXPECT_EQ(json["senderProcessId"], 4242);
@@ -357,9 +357,9 @@ TEST_F(AlteventDecodeTest, SentSignalOfADevelopmentMachine) {
 
 TEST_F(AlteventDecodeTest, FaultSignalThatWasSentNamesItsSender) {
     Json json = jsonOf({LOG_REQUEST,
-                              SIGNAL,
-                              {240, "00 00 00 0B  00 00 00 00  00 00 00 00"},
-                              {252, "00 00 10 92  00 00 03 E8"}})["payload"];
+                        SIGNAL,
+                        {240, "00 00 00 0B  00 00 00 00  00 00 00 00"},
+                        {252, "00 00 10 92  00 00 03 E8"}})["payload"];
     EXPECT_EQ(json["signal"]["name"], "SIGSEGV");
     EXPECT_EQ(json["senderProcessId"], 4242);
     EXPECT_EQ(json["senderUserId"], 1000);
