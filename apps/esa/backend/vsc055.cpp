@@ -35,7 +35,6 @@ constexpr unsigned LAMP_TEST_SEC = 3;
 
 constexpr U8_t SPEED_NO_PULSES = 0xFF;
 constexpr U8_t SPEED_STANDSTILL = 0;
-constexpr U32_t SPEED_CLOCK = 1200000;  // RPM at count 1 and divisor 1
 
 constexpr U8_t LM75_REG_PROBE = 0x00;
 constexpr U32_t FAULT_BIT_LM75(int sensor) {
@@ -190,7 +189,7 @@ ESA_CODE_e esaVsc055FanSpeedRead(int fanInx, U16_t* fanRpmSpeedPtr) {
         *fanRpmSpeedPtr = 0;
         return ESA_E_OK;
     }
-    *fanRpmSpeedPtr = esaTachometerRpm(fanInx, SPEED_CLOCK, value);
+    *fanRpmSpeedPtr = esaTachometerRpm(fanInx, ESA_K_TACHOMETER_CLOCK_VSC055, value);
     return ESA_E_OK;
 }
 

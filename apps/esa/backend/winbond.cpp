@@ -8,7 +8,6 @@
 #include "i2c/esa_i2c.h"
 #include "policy/esa_policy.h"
 
-constexpr U32_t COUNT_CLOCK = 1350000;  // RPM at count 1 and divisor 1
 constexpr U8_t COUNT_STOPPED = 255;
 
 ESA_CODE_e winbondProbe(U8_t i2cAddr, U8_t* serialBusAddress, U32_t information,
@@ -38,7 +37,7 @@ ESA_CODE_e winbondFanCountRead(U8_t i2cAddr, U8_t countRegister, int fan, const 
         *rpm = 0;
         return ESA_E_OK;
     }
-    *rpm = esaTachometerRpm(fan, COUNT_CLOCK, count);
+    *rpm = esaTachometerRpm(fan, ESA_K_TACHOMETER_CLOCK_WINBOND, count);
     ESA_TRACE("%s, fanSpeedReading Reg [0x%x] has RPM [%d].", device, countRegister, *rpm);
     return ESA_E_OK;
 }

@@ -8,12 +8,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "core/esa_control.h"
 #include "core/esa_number.h"
 #include "esa_trace.h"
 
@@ -21,41 +19,25 @@ char esPersonalityToolkitXmlFilePtr[ESA_K_PERSONALITY_SIZE + 1];
 
 namespace {
 
-struct Setup {
-    KORVO_E_CHASSIS_e type;
-    U8_t deviceMaxNumber;
-    U8_t powerSupplyMaxNumber;
-    U8_t addressVsc055 = 0;
-    U8_t addressLM75[ESA_K_LM75_MAX] = {};
-    U8_t addressW83792ad = 0;
-    U8_t addressPca9539 = 0;
-};
-
-constexpr Setup NONE = {
+constexpr EsaPersonalitySetup_t NONE = {
     .type = KORVO_E_CHASSIS_NONE, .deviceMaxNumber = 16, .powerSupplyMaxNumber = 3};
-constexpr Setup XYRATEX = {.type = KORVO_E_CHASSIS_XYRATEX_2U12ATX,
-                           .deviceMaxNumber = 12,
-                           .powerSupplyMaxNumber = 2,
-                           .addressVsc055 = 0x63};
-constexpr Setup VSC055 = {.type = KORVO_E_CHASSIS_KORVO_VSC055,
-                          .deviceMaxNumber = 16,
-                          .powerSupplyMaxNumber = 2,
-                          .addressVsc055 = 0x41,
-                          .addressLM75 = {0x4C, 0x4B, 0x4A, 0x4D, 0x4E, 0x4F}};
-constexpr Setup W83792AD = {.type = KORVO_E_CHASSIS_KORVO_W83792AD,
-                            .deviceMaxNumber = 16,
-                            .powerSupplyMaxNumber = 2,
-                            .addressW83792ad = 0x2C,
-                            .addressPca9539 = 0x74};
-
-struct Name {
-    const char* quoted;
-    const Setup& setup;
-    const char* traced;
-};
+constexpr EsaPersonalitySetup_t XYRATEX = {.type = KORVO_E_CHASSIS_XYRATEX_2U12ATX,
+                                           .deviceMaxNumber = 12,
+                                           .powerSupplyMaxNumber = 2,
+                                           .addressVsc055 = 0x63};
+constexpr EsaPersonalitySetup_t VSC055 = {.type = KORVO_E_CHASSIS_KORVO_VSC055,
+                                          .deviceMaxNumber = 16,
+                                          .powerSupplyMaxNumber = 2,
+                                          .addressVsc055 = 0x41,
+                                          .addressLM75 = {0x4C, 0x4B, 0x4A, 0x4D, 0x4E, 0x4F}};
+constexpr EsaPersonalitySetup_t W83792AD = {.type = KORVO_E_CHASSIS_KORVO_W83792AD,
+                                            .deviceMaxNumber = 16,
+                                            .powerSupplyMaxNumber = 2,
+                                            .addressW83792ad = 0x2C,
+                                            .addressPca9539 = 0x74};
 
 constexpr char PREQUALIFIED[] = "VSC055 Based Prequalified Enclosure";
-constexpr Name NAMES[] = {
+constexpr EsaPersonalityName_t NAMES[] = {
     {R"("Korvo Standard")", NONE, "ESA_K_NAME_STRING_KORVO_STANDARD"},
     {R"("Xyratex 2U12ATX")", XYRATEX, "ESA_K_NAME_STRING_XYRATEX_2U12ATX"},
     {R"("PeltoTolvex")", VSC055, PREQUALIFIED},
@@ -68,15 +50,7 @@ constexpr Name NAMES[] = {
     {R"("Winbond W83792AD Custom")", W83792AD, "ESA_K_NAME_STRING_WINBOND_W83792AD_CUSTOM"},
 };
 
-struct TuningKey {
-    const char* quoted;
-    U8_t EsaControl_t::*narrow;  // the field, by its width
-    U32_t EsaControl_t::*wide;
-    const char* traced;
-    int arraySize = INT_MAX;  // elements the service keeps, for a count of elements
-};
-
-constexpr TuningKey TUNING_KEYS[] = {
+constexpr EsaPersonalityKey_t KEYS[] = {
     {R"("fanSpeedDivisor")", &EsaControl_t::fanSpeedDivisor, nullptr, "Fan Speed Divisor"},
     {R"("coolingMaxNumber")", &EsaControl_t::coolingMaxNumber, nullptr, "Cooling Max Number",
      SES_K_FANS_MAX},
@@ -102,21 +76,29 @@ constexpr TuningKey TUNING_KEYS[] = {
 
 }  // namespace
 
+std::span<const EsaPersonalityName_t> esaPersonalityNames() {
+    return NAMES;
+}
+
+std::span<const EsaPersonalityKey_t> esaPersonalityKeys() {
+    return KEYS;
+}
+
 // ---- the file ----
 
-static int personalityOpen() {
+bool esaPersonalityRead() {
     // One byte more than the system takes, so that a path cut off here does not open another file.
     char path[PATH_MAX + 1];
     const char* startup = std::getenv("STARTUP");
-    std::snprintf(path, sizeof path, "%s/../web/OEM/EnvPersonalityParams.xml",
-                  startup != nullptr ? startup : "");
+    std::snprintf(path, sizeof path, "%s%s", startup != nullptr ? startup : "",
+                  ESA_K_PERSONALITY_FILE);
     ESA_TRACE("Personality Toolkit XML File Path = [%s].", path);
-    return open(path, O_RDONLY | O_NONBLOCK, 0400);
+    return esaPersonalityFileRead(path);
 }
 
-bool esaPersonalityRead() {
+bool esaPersonalityFileRead(const char* path) {
     std::memset(esPersonalityToolkitXmlFilePtr, 0, sizeof esPersonalityToolkitXmlFilePtr);
-    const int fd = personalityOpen();
+    const int fd = open(path, O_RDONLY | O_NONBLOCK, 0400);
     if (fd < 0) {
         return false;
     }
@@ -129,7 +111,7 @@ bool esaPersonalityRead() {
 
 // ---- the chassis ----
 
-static void setupApply(const Setup& setup) {
+static void setupApply(const EsaPersonalitySetup_t& setup) {
     esaControl.enclosureType = setup.type;
     esaControl.deviceMaxNumber = setup.deviceMaxNumber;
     esaControl.powerSupplyMaxNumber = setup.powerSupplyMaxNumber;
@@ -139,16 +121,24 @@ static void setupApply(const Setup& setup) {
     esaControl.i2cAddressPca9539 = setup.addressPca9539;
 }
 
-void esaPersonalityChassisChoose() {
-    for (const Name& name : NAMES) {
+const EsaPersonalityName_t* esaPersonalityNameFind() {
+    for (const EsaPersonalityName_t& name : NAMES) {
         if (std::strstr(esPersonalityToolkitXmlFilePtr, name.quoted) != nullptr) {
-            setupApply(name.setup);
-            ESA_TRACE("Enclosure Type in XML File = [%s]", name.traced);
-            return;
+            return &name;
         }
     }
-    setupApply(NONE);
-    ESA_TRACE("No Enclosure Type in XML File!");
+    return nullptr;
+}
+
+void esaPersonalityChassisChoose() {
+    const EsaPersonalityName_t* name = esaPersonalityNameFind();
+    if (name == nullptr) {
+        setupApply(NONE);
+        ESA_TRACE("No Enclosure Type in XML File!");
+        return;
+    }
+    setupApply(name->setup);
+    ESA_TRACE("Enclosure Type in XML File = [%s]", name->traced);
 }
 
 // ---- the tuning values ----
@@ -160,7 +150,12 @@ static const char* valueText(const char* key) {
     return value != nullptr && strnlen(value, numberAt) == numberAt ? value + numberAt : nullptr;
 }
 
-static int valueStore(const TuningKey& key, S32_t value) {
+EsaPersonalityPlace_t esaPersonalityKeyFind(const EsaPersonalityKey_t& key) {
+    const char* found = std::strstr(esPersonalityToolkitXmlFilePtr, key.quoted);
+    return {found, found != nullptr ? valueText(found) : nullptr};
+}
+
+static int valueStore(const EsaPersonalityKey_t& key, S32_t value) {
     if (key.narrow != nullptr) {
         return esaControl.*key.narrow = static_cast<U8_t>(value);
     }
@@ -168,17 +163,16 @@ static int valueStore(const TuningKey& key, S32_t value) {
     return value;
 }
 
-static void tuningRead(const TuningKey& key) {
-    const char* found = std::strstr(esPersonalityToolkitXmlFilePtr, key.quoted);
-    if (found == nullptr) {
+static void tuningRead(const EsaPersonalityKey_t& key) {
+    const EsaPersonalityPlace_t place = esaPersonalityKeyFind(key);
+    if (place.key == nullptr) {
         return;
     }
-    const char* text = valueText(found);
-    if (text == nullptr) {
+    if (place.value == nullptr) {
         ESA_TRACE("The key %s in the XML File has no value.", key.quoted);
         return;
     }
-    const int stored = valueStore(key, esaNumberOf(text, 10));
+    const int stored = valueStore(key, esaNumberOf(place.value, 10));
     ESA_TRACE("%s = [%d].", key.traced, stored);
     if (stored > key.arraySize) {
         ESA_TRACE("%s [%d] exceeds the %d elements handled.", key.traced, stored, key.arraySize);
@@ -186,7 +180,7 @@ static void tuningRead(const TuningKey& key) {
 }
 
 void esaPersonalityTuningRead() {
-    for (const TuningKey& key : TUNING_KEYS) {
+    for (const EsaPersonalityKey_t& key : KEYS) {
         tuningRead(key);
     }
 }

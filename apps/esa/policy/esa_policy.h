@@ -18,6 +18,21 @@ ESA_CODE_e esaFanFailStatusRead();
 // Marks fan `fan` (0..7) as failed or good in fanFaultStatus. True when the mark changed.
 bool esaFanFaultMark(int fan, bool failed);
 
+// The load ladder.
+struct EsaLadderStep_t {
+    U8_t load;                      // percent
+    U32_t EsaControl_t::*stepUp;    // above this average one step up; null on the top
+    U32_t EsaControl_t::*stepDown;  // below this average one step down; null at the bottom
+};
+constexpr EsaLadderStep_t ESA_K_LADDER[] = {
+    {25, &EsaControl_t::fanPwm25To50TemperatureThreshold, nullptr},
+    {50, &EsaControl_t::fanPwm50To75TemperatureThreshold,
+     &EsaControl_t::fanPwm50To25TemperatureThreshold},
+    {75, &EsaControl_t::fanPwm75To100TemperatureThreshold,
+     &EsaControl_t::fanPwm75To50TemperatureThreshold},
+    {100, nullptr, &EsaControl_t::fanPwm100To75TemperatureThreshold},
+};
+
 // Averages the temperatures and moves each fan at most one step on the load ladder; every fan to
 // 100 percent while one has failed.
 void esaTemperatureFanPolicyFlexibleThreshold();

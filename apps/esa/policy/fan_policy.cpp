@@ -7,21 +7,7 @@
 #include "esa_trace.h"
 #include "policy/esa_policy.h"
 
-constexpr U8_t LOAD_FULL = 100;  // percent
-
-struct LadderStep_t {
-    U8_t load;                      // percent
-    U32_t EsaControl_t::*stepUp;    // above this average one step up; null on the top
-    U32_t EsaControl_t::*stepDown;  // below this average one step down; null at the bottom
-};
-constexpr LadderStep_t LADDER[] = {
-    {25, &EsaControl_t::fanPwm25To50TemperatureThreshold, nullptr},
-    {50, &EsaControl_t::fanPwm50To75TemperatureThreshold,
-     &EsaControl_t::fanPwm50To25TemperatureThreshold},
-    {75, &EsaControl_t::fanPwm75To100TemperatureThreshold,
-     &EsaControl_t::fanPwm75To50TemperatureThreshold},
-    {LOAD_FULL, nullptr, &EsaControl_t::fanPwm100To75TemperatureThreshold},
-};
+constexpr U8_t LOAD_FULL = ESA_K_LADDER[std::size(ESA_K_LADDER) - 1].load;
 
 static void fanLoad(const EsaChassis_t& chassis, U8_t fan, U8_t percent) {
     chassis.fanLoad(fan, percent);
@@ -60,7 +46,7 @@ static bool temperatureAverage() {
     return true;
 }
 
-static void ladderMove(const EsaChassis_t& chassis, U8_t fan, const LadderStep_t& step) {
+static void ladderMove(const EsaChassis_t& chassis, U8_t fan, const EsaLadderStep_t& step) {
     fanLoad(chassis, fan, step.load);
     ESA_TRACE("Temperature = [%d], Fan [%d] set to %d percent PWM",
               esaControl.temperatureSensorAverage, fan, step.load);
@@ -68,16 +54,16 @@ static void ladderMove(const EsaChassis_t& chassis, U8_t fan, const LadderStep_t
 
 // One step at most. `temperature` is unsigned: an average below zero counts as very hot.
 static void ladderStep(const EsaChassis_t& chassis, U8_t fan, U32_t temperature) {
-    for (std::size_t n = 0; n < std::size(LADDER); ++n) {
-        const LadderStep_t& step = LADDER[n];
+    for (std::size_t n = 0; n < std::size(ESA_K_LADDER); ++n) {
+        const EsaLadderStep_t& step = ESA_K_LADDER[n];
         if (step.load != esaControl.fanPwmLoad[fan]) {
             continue;
         }
         if (step.stepUp != nullptr && temperature > esaControl.*step.stepUp) {
-            ladderMove(chassis, fan, LADDER[n + 1]);
+            ladderMove(chassis, fan, ESA_K_LADDER[n + 1]);
         } else if (step.stepDown != nullptr && temperature < esaControl.*step.stepDown &&
-                   esaControl.fanPwmLoadMinimum <= LADDER[n - 1].load) {
-            ladderMove(chassis, fan, LADDER[n - 1]);
+                   esaControl.fanPwmLoadMinimum <= ESA_K_LADDER[n - 1].load) {
+            ladderMove(chassis, fan, ESA_K_LADDER[n - 1]);
         }
         return;
     }
