@@ -20,6 +20,9 @@ int select(int descriptors, fd_set* readable, fd_set* writable, fd_set* failed,
     systemCalls.selectDescriptors = descriptors;
     systemCalls.selectMicroseconds =
         static_cast<long>(timeout->tv_sec) * 1000000 + static_cast<long>(timeout->tv_usec);
+    if (systemCalls.onSelect) {
+        systemCalls.onSelect();
+    }
     if (systemCalls.selectError != 0) {
         errno = systemCalls.selectError;
         systemCalls.selectError = 0;

@@ -44,6 +44,13 @@ bool SwitchListener::accept() {
     return connection_ >= 0;
 }
 
+void SwitchListener::send(const Bytes& bytes) {
+    if (sendto(connection_, bytes.data(), bytes.size(), MSG_NOSIGNAL, nullptr, 0) !=
+        static_cast<ssize_t>(bytes.size())) {
+        throw std::runtime_error("send to the service");
+    }
+}
+
 void SwitchListener::drop() {
     if (connection_ >= 0) {
         close(connection_);

@@ -4,6 +4,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "tests/support/switch_peer.h"
 
 class SwitchListener {
   public:
@@ -17,12 +20,15 @@ class SwitchListener {
     void open();
     // Takes a connection that has been made; false when there is none.
     bool accept();
+    // Messages that came over the accepted connection since the last call.
+    std::vector<Bytes> take() { return takeMessages(connection_, pending_); }
+    void send(const Bytes& bytes);
     // Closes the accepted connection.
     void drop();
-    int fd() const { return connection_; }
 
   private:
     std::string directory_;
     int listener_ = -1;
     int connection_ = -1;
+    Bytes pending_;
 };

@@ -34,26 +34,30 @@ void SwitchPeer::close() {
 }
 
 std::vector<Bytes> SwitchPeer::take() {
+    return takeMessages(fd_, pending_);
+}
+
+std::vector<Bytes> takeMessages(int fd, Bytes& pending) {
     std::uint8_t chunk[4096];
     ssize_t got;
-    while ((got = recv(fd_, chunk, sizeof chunk, MSG_DONTWAIT)) > 0) {
-        pending_.insert(pending_.end(), chunk, chunk + got);
+    while ((got = recvfrom(fd, chunk, sizeof chunk, MSG_DONTWAIT, nullptr, nullptr)) > 0) {
+        pending.insert(pending.end(), chunk, chunk + got);
     }
     std::vector<Bytes> messages;
-    while (pending_.size() >= 64) {
-        const std::size_t length = be16At(pending_, 10);
-        if (length < 64 || pending_.size() < length) {
+    while (pending.size() >= 64) {
+        const std::size_t length = be16At(pending, 10);
+        if (length < 64 || pending.size() < length) {
             throw std::runtime_error("the service sent a broken message");
         }
-        const auto end = pending_.begin() + static_cast<std::ptrdiff_t>(length);
-        messages.emplace_back(pending_.begin(), end);
-        pending_.erase(pending_.begin(), end);
+        const auto end = pending.begin() + static_cast<std::ptrdiff_t>(length);
+        messages.emplace_back(pending.begin(), end);
+        pending.erase(pending.begin(), end);
     }
     return messages;
 }
 
 void SwitchPeer::send(const Bytes& bytes) {
-    if (::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) !=
+    if (sendto(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL, nullptr, 0) !=
         static_cast<ssize_t>(bytes.size())) {
         throw std::runtime_error("send to the service");
     }

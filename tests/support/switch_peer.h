@@ -30,6 +30,9 @@ class SwitchPeer {
     Bytes pending_;
 };
 
+// Whole messages that arrived at `fd`; a half one stays in `pending`.
+std::vector<Bytes> takeMessages(int fd, Bytes& pending);
+
 // Big-endian fields of a message.
 std::uint16_t be16At(const Bytes& bytes, std::size_t offset);
 std::uint32_t be32At(const Bytes& bytes, std::size_t offset);
