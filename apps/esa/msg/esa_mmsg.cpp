@@ -294,7 +294,6 @@ bool esaMmsgReceive() {
         }
         // A length below the header's is the dispatcher's to reject; the header is taken.
         incoming.length = std::max<U32_t>(incoming.header.mmsg_length, MMSG_K_HEADER_SIZE);
-        incoming.taken = 0;
     }
     if (!bodyRead(&budget)) {
         return false;

@@ -14,6 +14,7 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "backend/chassis.h"
@@ -142,12 +143,13 @@ class StartTest : public testing::Test {
         TRACE__done();
     }
     int run(std::vector<std::string> arguments) {
+        arguments_ = std::move(arguments);
         std::vector<char*> argv;
-        for (std::string& argument : arguments) {
+        for (std::string& argument : arguments_) {
             argv.push_back(argument.data());
         }
         argv.push_back(nullptr);
-        return esaMain(static_cast<int>(arguments.size()), argv.data());
+        return esaMain(static_cast<int>(arguments_.size()), argv.data());
     }
     // Start-up as far as the first wait of the loop.
     void runToTheLoop() {
@@ -169,6 +171,7 @@ class StartTest : public testing::Test {
 
     SwitchListener listener_;
     PersonalityDir dir_;
+    std::vector<std::string> arguments_;  // ProgName points into them
 };
 
 // A running loop with a chassis of type 5 and a connected switch.
