@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// Divides what a process waits by ENCLAB_SPEED: sleeps, and the time-outs of select and poll. Waits
-// until an absolute time are left alone, and so are invalid ones, which the C library rejects. On
-// 32-bit machines each call exists once more with 64-bit time.
+// Divides what a process waits by ENCLAB_SPEED: sleeps, and the time-outs of select, poll and
+// sockets. Waits until an absolute time are left alone, and so are invalid ones, which the C
+// library rejects. On 32-bit machines each call exists once more with 64-bit time.
 #include <poll.h>
 #include <sys/select.h>
+#include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 #include "lab/encdev/next.h"
@@ -108,6 +110,8 @@ void multiply(Time& time) {
     set(time, time.tv_sec * speed() + part / unit, part % unit);
 }
 
+using SetsockoptCall = int(int, int, int, const void*, socklen_t);
+
 template <class Call, class Time>
 int sleepDivided(Next<Call>& call, const Time* wait, Time* left) {
     const Time shorter = divided(*wait);
@@ -161,6 +165,22 @@ int ppollDivided(Next<Call>& call, pollfd* fds, nfds_t count, const Time* wait,
     return call(fds, count, wait != nullptr ? &shorter : nullptr, mask);
 }
 
+// A socket's time-out for receiving or sending; other options pass unchanged.
+template <class Time>
+int setsockoptDivided(Next<SetsockoptCall>& call, int fd, int level, int option, const void* value,
+                      socklen_t length) {
+    const bool isWait =
+        level == SOL_SOCKET && (option == SO_RCVTIMEO_OLD || option == SO_SNDTIMEO_OLD ||
+                                option == SO_RCVTIMEO_NEW || option == SO_SNDTIMEO_NEW);
+    if (!isWait || length != sizeof(Time)) {
+        return call(fd, level, option, value, length);
+    }
+    Time wait;
+    std::memcpy(&wait, value, sizeof wait);
+    wait = divided(wait);
+    return call(fd, level, option, &wait, length);
+}
+
 int milliseconds(int wait) {
     return wait > 0 ? static_cast<int>(divideUp(wait)) : wait;
 }
@@ -182,12 +202,14 @@ constinit Next<SelectCall<timeval>> nextSelect("select");
 constinit Next<PselectCall<timespec>> nextPselect("pselect");
 constinit Next<PpollCall<timespec>> nextPpoll("ppoll");
 constinit Next<int(pollfd*, nfds_t, int)> nextPoll("poll");
+constinit Next<SetsockoptCall> nextSetsockopt("setsockopt");
 #if __WORDSIZE == 32
 constinit Next<SleepCall<Timespec64>> nextNanosleep64("__nanosleep64");
 constinit Next<ClockSleepCall<Timespec64>> nextClockNanosleep64("__clock_nanosleep_time64");
 constinit Next<SelectCall<Timeval64>> nextSelect64("__select64");
 constinit Next<PselectCall<Timespec64>> nextPselect64("__pselect64");
 constinit Next<PpollCall<Timespec64>> nextPpoll64("__ppoll64");
+constinit Next<SetsockoptCall> nextSetsockopt64("__setsockopt64");
 #endif
 
 }  // namespace
@@ -233,6 +255,10 @@ ENCDEV_CALL int ppoll(pollfd* fds, nfds_t count, const timespec* wait, const sig
     return ppollDivided(nextPpoll, fds, count, wait, mask);
 }
 
+ENCDEV_CALL int setsockopt(int fd, int level, int option, const void* value, socklen_t length) {
+    return setsockoptDivided<timeval>(nextSetsockopt, fd, level, option, value, length);
+}
+
 // Fortified programs call these two, with the size of the array behind. The size is not checked.
 ENCDEV_CALL int __poll_chk(pollfd* fds, nfds_t count, int wait, std::size_t) {
     return nextPoll(fds, count, milliseconds(wait));
@@ -264,5 +290,9 @@ ENCDEV_CALL int __pselect64(int count, fd_set* in, fd_set* out, fd_set* except,
 
 ENCDEV_CALL int __ppoll64(pollfd* fds, nfds_t count, const Timespec64* wait, const sigset_t* mask) {
     return ppollDivided(nextPpoll64, fds, count, wait, mask);
+}
+
+ENCDEV_CALL int __setsockopt64(int fd, int level, int option, const void* value, socklen_t length) {
+    return setsockoptDivided<Timeval64>(nextSetsockopt64, fd, level, option, value, length);
 }
 #endif

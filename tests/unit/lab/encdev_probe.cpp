@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -156,11 +157,24 @@ void timed(const char* name, Wait wait) {
     std::printf("%s %ld %ld\n", name, result, elapsedMs(begin));
 }
 
+// Waits for a message that never comes; 0 when the time-out ended it.
+long receiveNothing(const timeval& patience) {
+    int ends[2] = {-1, -1};
+    socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+    setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    char byte;
+    const bool timedOut = recv(ends[0], &byte, 1, 0) == -1 && errno == EAGAIN;
+    close(ends[0]);
+    close(ends[1]);
+    return timedOut ? 0 : 1;
+}
+
 // Each way of waiting for the given number of milliseconds: "NAME result elapsed".
 void waits() {
     const int ms = std::atoi(take().c_str());
     const timespec spec{ms / 1000, ms % 1000 * 1000000L};
     timeval val{ms / 1000, ms % 1000 * 1000L};
+    const timeval patience = val;
     timed("usleep", [&] { return usleep(static_cast<useconds_t>(ms) * 1000); });
     timed("nanosleep", [&] { return nanosleep(&spec, nullptr); });
     timed("clock_nanosleep", [&] { return clock_nanosleep(CLOCK_MONOTONIC, 0, &spec, nullptr); });
@@ -168,6 +182,7 @@ void waits() {
     timed("pselect", [&] { return pselect(0, nullptr, nullptr, nullptr, &spec, nullptr); });
     timed("poll", [&] { return poll(nullptr, 0, ms); });
     timed("ppoll", [&] { return ppoll(nullptr, 0, &spec, nullptr); });
+    timed("recv", [&] { return receiveNothing(patience); });
 }
 
 void sleepSeconds() {

@@ -200,7 +200,8 @@ void expectWaits(const Lines& lines, const Lines& names, long least, long most) 
     }
 }
 
-const Lines kWaits{"usleep", "nanosleep", "clock_nanosleep", "select", "pselect", "poll", "ppoll"};
+const Lines kWaits{"usleep",  "nanosleep", "clock_nanosleep", "select",
+                   "pselect", "poll",      "ppoll",           "recv"};
 
 TEST_P(EncdevTest, WaitsAreDividedBySpeed) {
     const Lines lines = run("waits 10001", {"ENCLAB_SPEED=500"});

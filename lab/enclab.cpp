@@ -1,0 +1,250 @@
+// SPDX-License-Identifier: Apache-2.0
+// enclab: a virtual enclosure and the peer processes around the unmodified daemon, on a laptop.
+// `enclab` runs a lab in the foreground, `enclab ctl` sends a command to a running one.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "lab/session/commands.h"
+#include "lab/session/control_server.h"
+#include "lab/session/lab.h"
+
+using enclab::Commands;
+using enclab::Lab;
+using enclab::LabDirectory;
+using enclab::LabOptions;
+
+namespace {
+
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+constexpr int kExitNoLab = 3;
+
+// All that would end the program without leave.
+constexpr int kEndSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM};
+
+// A signal must not cut the building up or the clearing up short.
+void maskEndSignals(int how) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (int number : kEndSignals) {
+        sigaddset(&signals, number);
+    }
+    sigprocmask(how, &signals, nullptr);
+}
+
+struct Arguments {
+    std::string name = "default";
+    std::filesystem::path directory;
+    std::filesystem::path personality;
+    std::filesystem::path daemon;
+    unsigned speed = 1;
+    bool trace = false;
+    bool noRcp = false;
+    bool smbus = false;
+    bool keep = false;
+    std::vector<std::string> command;
+
+    std::filesystem::path labDirectory() const {
+        return directory.empty() ? LabDirectory::defaultPath(name) : directory;
+    }
+};
+
+LabOptions labOptions(const Arguments& arguments) {
+    LabOptions options;
+    options.directory = arguments.labDirectory();
+    options.daemon = arguments.daemon;
+    options.speed = arguments.speed;
+    options.trace = arguments.trace;
+    options.rcpComplete = !arguments.noRcp;
+    if (arguments.smbus) {
+        options.adapter = enclab::AdapterKind::kSmbusOnly;
+    }
+    if (!arguments.personality.empty()) {
+        std::ostringstream text;
+        text << std::ifstream(arguments.personality).rdbuf();
+        options.personality = text.str();
+    }
+    return options;
+}
+
+// The lab in the foreground: live lines, typed commands, signals, the end.
+class Foreground {
+  public:
+    explicit Foreground(const Arguments& arguments)
+        : lab_(labOptions(arguments)),
+          commands_(
+              lab_, [this] { stop(); }, [this](bool on) { watchBus_ = on; }),
+          control_(lab_.io(), lab_.directory().controlSocket(), commands_),
+          signals_(lab_.io()),
+          input_(lab_.io()) {
+        if (arguments.keep) {
+            lab_.directory().keepLogs();
+        }
+        lab_.onMessage([this](std::uint8_t from, const enclab::Message& message) {
+            if (from != MMSG_E_EPID_STARTUPMP) {
+                show(enclab::describe(message));
+            }
+        });
+        lab_.onDaemonLine([this](const std::string& line) { tell("daemon", line); });
+        lab_.onDaemonExit([this] { daemonEnded(); });
+        lab_.chassis().bus().observe([this](const enclab::BusTransfer& transfer) {
+            if (watchBus_) {
+                tell("bus", enclab::describe(transfer));
+            }
+        });
+    }
+
+    int run(const Arguments& arguments) {
+        watchSignals();
+        tell("lab", fmt::format("directory {}", lab_.directory().path().native()));
+        if (arguments.trace) {
+            tell("lab", fmt::format("trace {}/esa_01.log", lab_.directory().log().native()));
+        }
+        lab_.startDaemon();
+        tell("lab", fmt::format("daemon process {}, key {}", lab_.daemon().pid(),
+                                lab_.parameters().key()));
+        readInput();
+        lab_.io().run();
+        maskEndSignals(SIG_BLOCK);
+        if (arguments.keep) {
+            tell("lab", fmt::format("logs kept in {}", lab_.directory().path().native()));
+        }
+        return status_;
+    }
+
+  private:
+    void show(const std::string& line) {
+        fmt::print("[{:9.1f}] {}\n", lab_.time(), line);
+        // Nobody listens any more: the same as a signal.
+        if (std::fflush(stdout) != 0) {
+            stop();
+        }
+    }
+    void tell(std::string_view tag, const std::string& text) {
+        show(fmt::format("{:<8}{}", tag, text));
+    }
+
+    void stop() { lab_.io().stop(); }
+
+    void daemonEnded() {
+        tell("lab", fmt::format("the daemon ended with status {}",
+                                lab_.daemon().exitStatus().value_or(0)));
+        status_ = kExitFailed;
+        stop();
+    }
+
+    void watchSignals() {
+        for (int number : kEndSignals) {
+            signals_.add(number);
+        }
+        maskEndSignals(SIG_UNBLOCK);
+        signals_.async_wait([this](const asio::error_code&, int) { stop(); });
+        // A closed output is noticed in show(); typing is noticed only in the foreground.
+        std::signal(SIGPIPE, SIG_IGN);
+        std::signal(SIGTTIN, SIG_IGN);
+    }
+
+    // The end of the input does not end the lab.
+    void readInput() {
+        if (!input_.is_open()) {
+            input_.assign(dup(STDIN_FILENO));
+        }
+        asio::async_read_until(input_, asio::dynamic_buffer(typed_, 4096), '\n',
+                               [this](const asio::error_code& error, std::size_t length) {
+                                   if (error) {
+                                       return;
+                                   }
+                                   doTyped(typed_.substr(0, length - 1));
+                                   typed_.erase(0, length);
+                                   readInput();
+                               });
+    }
+
+    void doTyped(const std::string& line) {
+        const Commands::Result result = commands_.run(line);
+        std::istringstream lines(result.text);
+        for (std::string text; std::getline(lines, text);) {
+            tell(result.ok ? "lab" : "error", text);
+        }
+    }
+
+    Lab lab_;
+    Commands commands_;
+    enclab::ControlServer control_;
+    asio::signal_set signals_;
+    asio::posix::stream_descriptor input_;
+    std::string typed_;
+    bool watchBus_ = false;
+    int status_ = 0;
+};
+
+int runLab(const Arguments& arguments) {
+    maskEndSignals(SIG_BLOCK);
+    Foreground lab(arguments);
+    return lab.run(arguments);
+}
+
+int runControl(const Arguments& arguments) {
+    const auto socket = arguments.labDirectory() / "ctl";
+    try {
+        const Commands::Result result =
+            enclab::controlLab(socket, fmt::format("{}", fmt::join(arguments.command, " ")));
+        if (!result.text.empty()) {
+            fmt::print(result.ok ? stdout : stderr, "{}\n", result.text);
+        }
+        return result.ok ? 0 : kExitFailed;
+    } catch (const std::system_error&) {
+        fmt::print(stderr, "enclab: no lab is running in {}\n", arguments.labDirectory().native());
+        return kExitNoLab;
+    }
+}
+
+void addLabChoice(CLI::App& app, Arguments& arguments) {
+    app.add_option("--name", arguments.name, "name of the lab")->capture_default_str();
+    app.add_option("--dir", arguments.directory,
+                   "directory of the lab (default: /tmp/enclab-UID/NAME)");
+}
+
+void addLabOptions(CLI::App& app, Arguments& arguments) {
+    addLabChoice(app, arguments);
+    app.add_option("--speed", arguments.speed, "the daemon's time runs N times as fast")
+        ->check(CLI::Range(1u, 1000u))
+        ->capture_default_str();
+    app.add_flag("--trace", arguments.trace, "switch the daemon's verbose trace on");
+    app.add_option("--personality", arguments.personality, "personality file to use")
+        ->check(CLI::ExistingFile);
+    app.add_flag("--no-rcp", arguments.noRcp, "leave the platform's RCP-complete flag clear");
+    app.add_flag("--smbus", arguments.smbus, "the enclosure's adapter can only do SMBus transfers");
+    app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
+        ->check(CLI::ExistingFile);
+    app.add_flag("--keep", arguments.keep, "keep the trace and the alternate event log at the end");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("A virtual enclosure around the Enclosure Services Adapter");
+    Arguments arguments;
+    addLabOptions(app, arguments);
+    CLI::App* control = app.add_subcommand("ctl", "send a command to a running lab");
+    addLabChoice(*control, arguments);
+    control->add_option("command", arguments.command, "the command and its words")->required();
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : kExitUsage;
+    }
+    try {
+        return *control ? runControl(arguments) : runLab(arguments);
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "enclab: {}\n", error.what());
+        return kExitFailed;
+    }
+}

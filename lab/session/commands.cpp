@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lab/session/commands.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+#include <sstream>
+#include <stdexcept>
+
+namespace enclab {
+
+namespace {
+
+[[noreturn]] void refuse(const std::string& text) {
+    throw std::invalid_argument(text);
+}
+
+template <typename Number>
+Number number(const std::string& word, const char* what) {
+    Number value{};
+    const char* const end = word.data() + word.size();
+    const auto [stopped, error] = std::from_chars(word.data(), end, value);
+    if (error != std::errc() || stopped != end) {
+        refuse(fmt::format("'{}' is not {}", word, what));
+    }
+    return value;
+}
+
+// Position of the word among the choices.
+std::size_t choice(const std::string& word, std::initializer_list<const char*> choices) {
+    std::size_t n = 0;
+    std::string all;
+    for (const char* candidate : choices) {
+        if (word == candidate) {
+            return n;
+        }
+        ++n;
+        all += (all.empty() ? "" : " or ") + fmt::format("'{}'", candidate);
+    }
+    refuse(fmt::format("'{}' where {} is expected", word, all));
+}
+
+std::string usage(const char* name, const char* arguments) {
+    return *arguments == '\0' ? name : fmt::format("{} {}", name, arguments);
+}
+
+}  // namespace
+
+const Commands::Command Commands::kCommands[] = {
+    {"fan", "N pull|return", 2, &Commands::fan},
+    {"temp", "N|all DEGREES", 2, &Commands::temperature},
+    {"psu", "lost|good", 1, &Commands::psu},
+    {"cut", "DEVICE|ADDRESS", 1, &Commands::cut},
+    {"mend", "DEVICE|ADDRESS", 1, &Commands::mend},
+    {"fail", "DEVICE|ADDRESS N", 2, &Commands::fail},
+    {"bus", "on|off", 1, &Commands::bus},
+    {"switch", "stop|go|close|open", 1, &Commands::messageSwitch},
+    {"show", "", 0, &Commands::show},
+    {"help", "", 0, &Commands::help},
+    {"quit", "", 0, &Commands::quit},
+};
+
+Commands::Commands(Lab& lab, std::function<void()> quit, std::function<void(bool)> watchBus)
+    : lab_(lab), quit_(std::move(quit)), watchBus_(std::move(watchBus)) {}
+
+Commands::Result Commands::run(std::string_view line) {
+    std::istringstream stream{std::string(line)};
+    Words words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    if (words.empty()) {
+        return {true, ""};
+    }
+    const std::string name = words.front();
+    words.erase(words.begin());
+    for (const Command& command : kCommands) {
+        if (name != command.name) {
+            continue;
+        }
+        if (words.size() != command.count) {
+            return {false, "usage: " + usage(command.name, command.arguments)};
+        }
+        try {
+            return {true, (this->*command.run)(words)};
+        } catch (const std::exception& error) {
+            return {false, fmt::format("{}: {}", name, error.what())};
+        }
+    }
+    return {false, fmt::format("no command '{}'; help lists them", name)};
+}
+
+std::string Commands::fan(const Words& words) {
+    const int fan = number<int>(words[0], "a fan number");
+    const bool pull = choice(words[1], {"pull", "return"}) == 0;
+    pull ? lab_.chassis().pullFan(fan) : lab_.chassis().returnFan(fan);
+    return fmt::format("fan {} {}", fan, pull ? "pulled" : "returned");
+}
+
+std::string Commands::temperature(const Words& words) {
+    const double degrees = number<double>(words[1], "a temperature in degrees");
+    if (words[0] == "all") {
+        for (int sensor = 0; sensor < lab_.chassis().sensors(); ++sensor) {
+            lab_.chassis().setTemperature(sensor, degrees);
+        }
+        return fmt::format("all sensors at {} degrees", degrees);
+    }
+    const int sensor = number<int>(words[0], "a sensor number");
+    lab_.chassis().setTemperature(sensor, degrees);
+    return fmt::format("sensor {} at {} degrees", sensor, degrees);
+}
+
+std::string Commands::psu(const Words& words) {
+    const bool good = choice(words[0], {"lost", "good"}) == 1;
+    lab_.chassis().setRedundancy(good);
+    return fmt::format("supply redundancy {}", good ? "good" : "lost");
+}
+
+std::string Commands::cut(const Words& words) {
+    const std::uint8_t address = lab_.chassis().addressOf(words[0]);
+    lab_.chassis().bus().cut(address);
+    return fmt::format("{} cut off the bus", lab_.chassis().nameOf(address));
+}
+
+std::string Commands::mend(const Words& words) {
+    const std::uint8_t address = lab_.chassis().addressOf(words[0]);
+    lab_.chassis().bus().mend(address);
+    return fmt::format("{} back on the bus", lab_.chassis().nameOf(address));
+}
+
+std::string Commands::fail(const Words& words) {
+    const std::uint8_t address = lab_.chassis().addressOf(words[0]);
+    const unsigned n = number<unsigned>(words[1], "a count of transfers");
+    if (n == 0) {
+        refuse("transfers count from 1");
+    }
+    lab_.chassis().bus().add({.n = n, .address = address});
+    return fmt::format("transfer {} from now of {} will fail", n, lab_.chassis().nameOf(address));
+}
+
+std::string Commands::bus(const Words& words) {
+    const bool on = choice(words[0], {"on", "off"}) == 0;
+    watchBus_(on);
+    return fmt::format("bus transfers {}", on ? "shown" : "not shown");
+}
+
+std::string Commands::messageSwitch(const Words& words) {
+    MessageSwitch& target = lab_.messageSwitch();
+    constexpr std::uint8_t daemon = MMSG_E_EPID_ES_ADAPTERMP;
+    switch (choice(words[0], {"stop", "go", "close", "open"})) {
+        case 0:
+            target.stopReading(daemon);
+            return "the switch does not read from the daemon";
+        case 1:
+            target.resumeReading(daemon);
+            return "the switch reads from the daemon";
+        case 2:
+            target.close(daemon);
+            return "the switch has dropped the daemon and refuses it";
+        default:
+            target.open(daemon);
+            return "the switch takes the daemon again";
+    }
+}
+
+std::string Commands::show(const Words&) {
+    return labState(lab_);
+}
+
+std::string Commands::help(const Words&) {
+    std::string text;
+    for (const Command& command : kCommands) {
+        text +=
+            fmt::format("{}{}", text.empty() ? "" : "\n", usage(command.name, command.arguments));
+    }
+    return text;
+}
+
+std::string Commands::quit(const Words&) {
+    quit_();
+    return "the lab ends";
+}
+
+}  // namespace enclab

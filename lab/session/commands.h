@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Apache-2.0
+// The commands of a running lab, one line each: what is typed into the program and what comes over
+// its control socket.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "lab/session/lab.h"
+
+namespace enclab {
+
+class Commands {
+  public:
+    struct Result {
+        bool ok;
+        std::string text;  // of an error: one line; else what has been done, or the answer
+    };
+
+    // `quit` ends the program, `watchBus` switches the showing of bus transfers.
+    Commands(Lab& lab, std::function<void()> quit, std::function<void(bool)> watchBus);
+
+    // Does the command, or nothing and says why. An empty line is no error.
+    Result run(std::string_view line);
+
+  private:
+    using Words = std::vector<std::string>;
+    struct Command {
+        const char* name;
+        const char* arguments;  // for the reader
+        std::size_t count;      // of words behind the name
+        std::string (Commands::*run)(const Words&);
+    };
+    static const Command kCommands[];
+
+    // Each gets its words behind the name and returns what it did; it throws std::exception with
+    // the reason when it cannot.
+    std::string fan(const Words& words);
+    std::string temperature(const Words& words);
+    std::string psu(const Words& words);
+    std::string cut(const Words& words);
+    std::string mend(const Words& words);
+    std::string fail(const Words& words);
+    std::string bus(const Words& words);
+    std::string messageSwitch(const Words& words);
+    std::string show(const Words& words);
+    std::string help(const Words& words);
+    std::string quit(const Words& words);
+
+    Lab& lab_;
+    std::function<void()> quit_;
+    std::function<void(bool)> watchBus_;
+};
+
+// State of the lab as a table of lines.
+std::string labState(Lab& lab);
+
+}  // namespace enclab

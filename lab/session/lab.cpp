@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lab/session/lab.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+namespace enclab {
+
+namespace fs = std::filesystem;
+
+constexpr char kDaemonSocket[] = "esadapter";
+constexpr char kEnvironSocket[] = "environ";
+constexpr char kVolumeManagerSocket[] = "volmgr";
+constexpr std::size_t kOutputMax = 1000;  // lines
+
+static LabOptions completed(LabOptions options) {
+    if (options.daemon.empty()) {
+        options.daemon = fs::read_symlink("/proc/self/exe").parent_path() / "esa";
+    }
+    if (access(options.daemon.c_str(), X_OK) != 0) {
+        throw std::runtime_error(fmt::format("no daemon at {}", options.daemon.native()));
+    }
+    if (options.launcher.empty()) {
+        std::istringstream emulator(ENCLAB_EMULATOR);
+        options.launcher.assign(std::istream_iterator<std::string>(emulator), {});
+    }
+    return options;
+}
+
+// The enclosure the personality file describes, as far as it can be built.
+static Vsc055ChassisOptions chassisOptions(const std::string& personality) {
+    const auto value = [&](const char* key, int least, int most) {
+        return std::clamp(personalityValue(personality, key).value_or(0), least, most);
+    };
+    Vsc055ChassisOptions options;
+    options.fans = value("coolingMaxNumber", 0, 8);
+    options.sensors = value("temperatureSensorMaxNumber", 0, 6);
+    options.fanSpeedDivisor = value("fanSpeedDivisor", 1, 255);
+    return options;
+}
+
+Lab::Lab(LabOptions options)
+    : options_(completed(std::move(options))),
+      start_(std::chrono::steady_clock::now()),
+      directory_(options_.directory),
+      chassis_(chassisOptions(options_.personality)),
+      busServer_(io_, chassis_.bus(), directory_.busSocket(), options_.adapter),
+      switch_(io_, directory_.switchSockets()),
+      startupProcess_(switch_),
+      eventManager_(switch_) {
+    directory_.noteSegment(parameters_.shmid());
+    parameters_.setDirectories(
+        options_.messageDirectory.empty() ? directory_.switchSockets() : options_.messageDirectory,
+        directory_.nonVolatile(), directory_.log());
+    if (options_.trace) {
+        parameters_.setFlag(MPU_K_FLAG_TRACE_VERBOSE);
+    }
+    if (options_.personalityFile) {
+        std::ofstream(directory_.personality()) << options_.personality;
+    }
+    switch_.listen(MMSG_E_EPID_ES_ADAPTERMP, kDaemonSocket);
+    switch_.listen(MMSG_E_EPID_ENVIRONMP, kEnvironSocket);
+    switch_.listen(MMSG_E_EPID_VOLMGRMP, kVolumeManagerSocket);
+    switch_.observe(
+        [this](std::uint8_t from, const Message& message) { takeMessage(from, message); });
+    startupProcess_.onInitComplete([this] {
+        if (options_.rcpComplete) {
+            parameters_.setFlag(MPU_K_FLAG_RCP_COMPLETE);
+        }
+    });
+}
+
+Lab::~Lab() = default;
+
+void Lab::startDaemon() {
+    daemon_.reset();
+    daemon_ = std::make_unique<Child>(io_, daemonCommand(), daemonEnvironment(),
+                                      [this](const std::string& line) { takeLine(line); });
+    daemon_->onExit([this] {
+        if (onDaemonExit_) {
+            onDaemonExit_();
+        }
+    });
+}
+
+std::string Lab::preloadVariable() const {
+    std::string variable = "LD_PRELOAD=" ENCLAB_PRELOAD;
+    for (const fs::path& library : options_.preload) {
+        variable += ":" + library.native();
+    }
+    return variable;
+}
+
+std::vector<std::string> Lab::daemonCommand() const {
+    std::vector<std::string> words = options_.launcher;
+    if (!words.empty()) {
+        words.insert(words.end(), {"-E", preloadVariable()});
+    }
+    words.push_back(options_.daemon);
+    for (const std::string& argument : options_.arguments) {
+        words.push_back(fmt::format(fmt::runtime(argument), parameters_.key()));
+    }
+    return words;
+}
+
+std::vector<std::string> Lab::daemonEnvironment() const {
+    std::vector<std::string> variables;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string_view variable = *entry;
+        if (!variable.starts_with("LD_PRELOAD=") && !variable.starts_with("STARTUP=") &&
+            !variable.starts_with("ENCLAB_")) {
+            variables.emplace_back(variable);
+        }
+    }
+    const fs::path bus = options_.device ? directory_.busSocket() : directory_.path() / "no-bus";
+    variables.push_back(fmt::format("ENCLAB_BUS={}", bus.native()));
+    variables.push_back(fmt::format("ENCLAB_SPEED={}", options_.speed));
+    if (options_.startupVariable) {
+        variables.push_back(fmt::format("STARTUP={}", directory_.startup().native()));
+    }
+    if (options_.launcher.empty()) {
+        variables.push_back(preloadVariable());
+    }
+    variables.insert(variables.end(), options_.environment.begin(), options_.environment.end());
+    return variables;
+}
+
+void Lab::takeMessage(std::uint8_t from, const Message& message) {
+    if (from == MMSG_E_EPID_ES_ADAPTERMP) {
+        received_.push_back({time(), message});
+        if (received_.size() > kReceivedMax) {
+            received_.pop_front();
+        }
+    }
+    if (onMessage_) {
+        onMessage_(from, message);
+    }
+}
+
+void Lab::takeLine(const std::string& line) {
+    daemonOutput_.push_back(line);
+    if (daemonOutput_.size() > kOutputMax) {
+        daemonOutput_.pop_front();
+    }
+    if (onDaemonLine_) {
+        onDaemonLine_(line);
+    }
+}
+
+void Lab::runFor(std::chrono::milliseconds time) {
+    io_.restart();
+    io_.run_for(time);
+}
+
+bool Lab::runUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            return false;
+        }
+        io_.restart();
+        // In short steps: the condition may look at things outside the loop.
+        io_.run_one_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+double Lab::time() const {
+    const std::chrono::duration<double> real = std::chrono::steady_clock::now() - start_;
+    return real.count() * options_.speed;
+}
+
+int Lab::count(Kind kind) const {
+    return static_cast<int>(std::ranges::count_if(
+        received_, [kind](const Received& r) { return r.message.kind() == kind; }));
+}
+
+}  // namespace enclab

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+// A whole laboratory around one unmodified daemon: directory, parameter area, personality file,
+// message switch and peers, enclosure bus, and the daemon as a child. One thread: everything
+// happens inside runFor() and runUntil(), or inside the loop of io().
+#pragma once
+
+#include <asio.hpp>
+#include <chrono>
+#include <deque>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/chassis/vsc055_chassis.h"
+#include "lab/encdev/bus_server.h"
+#include "lab/peers/event_manager.h"
+#include "lab/peers/startup_process.h"
+#include "lab/peers/switch.h"
+#include "lab/session/child.h"
+#include "lab/session/lab_directory.h"
+#include "lab/session/parameter_area.h"
+#include "lab/session/personality.h"
+
+namespace enclab {
+
+struct LabOptions {
+    std::filesystem::path directory = LabDirectory::defaultPath("default");
+    std::filesystem::path daemon = {};  // empty: `esa` of this build
+    unsigned speed = 1;                 // the daemon's sleeps and time-outs are divided by it
+    bool trace = false;                 // verbose trace, into log()
+    bool rcpComplete = true;            // the platform completes once the daemon is up
+    std::string personality = Personality().xml();  // text of the file
+    AdapterKind adapter = AdapterKind::kI2c;
+
+    // What a test may bend.
+    std::vector<std::string> launcher = {};           // words in front of the daemon; it passes an
+                                                      // environment variable with "-E NAME=value"
+    std::vector<std::filesystem::path> preload = {};  // libraries beside the enclosure device
+    std::vector<std::string> environment = {};        // further "NAME=value"
+    std::vector<std::string> arguments = {"{}"};      // "{}" is the key, "{:#x}" in hexadecimal
+    std::filesystem::path messageDirectory = {};      // as told to the daemon
+    bool startupVariable = true;                      // STARTUP is set
+    bool personalityFile = true;                      // the file exists
+    bool device = true;                               // /dev/enc-0 exists
+};
+
+// A message the daemon sent.
+struct Received {
+    double time;  // Lab::time() of its arrival
+    Message message;
+};
+
+class Lab {
+  public:
+    // Everything but the daemon. Throws std::runtime_error (std::system_error) with a text fit for
+    // the user; nothing is left behind then.
+    explicit Lab(LabOptions options);
+    ~Lab();
+    Lab(const Lab&) = delete;
+    Lab& operator=(const Lab&) = delete;
+
+    // Starts the daemon. May be called again after it has ended.
+    void startDaemon();
+
+    asio::io_context& io() { return io_; }
+    void runFor(std::chrono::milliseconds time);
+    // Runs until the condition holds, at most for `patience`; whether it holds.
+    bool runUntil(const std::function<bool()>& condition,
+                  std::chrono::milliseconds patience = std::chrono::seconds(20));
+
+    // The daemon's seconds since the lab was made: real ones times the speed.
+    double time() const;
+    const LabOptions& options() const { return options_; }
+    LabDirectory& directory() { return directory_; }
+    ParameterArea& parameters() { return parameters_; }
+    MessageSwitch& messageSwitch() { return switch_; }
+    StartupProcess& startupProcess() { return startupProcess_; }
+    EventManager& eventManager() { return eventManager_; }
+    Chassis& chassis() { return chassis_; }
+    BusServer& busServer() { return busServer_; }
+    Child& daemon() { return *daemon_; }
+    bool daemonRunning() const { return daemon_ && daemon_->running(); }
+
+    // Messages from the daemon in order; the newest kReceivedMax of a long run.
+    static constexpr std::size_t kReceivedMax = 10000;
+    const std::deque<Received>& received() const { return received_; }
+    void clearReceived() { received_.clear(); }
+    int count(Kind kind) const;
+    // What the daemon wrote to its two outputs, line by line.
+    const std::deque<std::string>& daemonOutput() const { return daemonOutput_; }
+
+    // Callbacks of the program: every message that enters the switch, every line the daemon
+    // writes, the daemon's end.
+    void onMessage(MessageSwitch::Observer handler) { onMessage_ = std::move(handler); }
+    void onDaemonLine(std::function<void(const std::string&)> handler) {
+        onDaemonLine_ = std::move(handler);
+    }
+    void onDaemonExit(std::function<void()> handler) { onDaemonExit_ = std::move(handler); }
+
+  private:
+    void takeMessage(std::uint8_t from, const Message& message);
+    void takeLine(const std::string& line);
+    std::vector<std::string> daemonCommand() const;
+    std::vector<std::string> daemonEnvironment() const;
+    std::string preloadVariable() const;
+
+    LabOptions options_;
+    std::chrono::steady_clock::time_point start_;
+    asio::io_context io_;
+    LabDirectory directory_;
+    ParameterArea parameters_;
+    Vsc055Chassis chassis_;
+    BusServer busServer_;
+    MessageSwitch switch_;
+    StartupProcess startupProcess_;
+    EventManager eventManager_;
+    std::unique_ptr<Child> daemon_;
+    std::deque<Received> received_;
+    std::deque<std::string> daemonOutput_;
+    MessageSwitch::Observer onMessage_;
+    std::function<void(const std::string&)> onDaemonLine_;
+    std::function<void()> onDaemonExit_;
+};
+
+}  // namespace enclab

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "lab/session/commands.h"
+
+namespace enclab {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+void add(Lines& lines, std::string_view label, const std::string& text) {
+    lines.push_back(fmt::format("{:<12}{}", label, text));
+}
+
+std::string daemonText(Lab& lab) {
+    if (!lab.daemonRunning()) {
+        return "not running";
+    }
+    return fmt::format("process {}, {}, {:.2f} s of processor time in {:.1f} s", lab.daemon().pid(),
+                       lab.messageSwitch().connections(MMSG_E_EPID_ES_ADAPTERMP) > 0
+                           ? "connected"
+                           : "not connected",
+                       lab.daemon().cpuSeconds(), lab.time());
+}
+
+std::string fanText(const Chassis& chassis, int fan) {
+    if (!chassis.fanPresent(fan)) {
+        return "pulled";
+    }
+    return fmt::format("{:.0f} RPM, load {:.0f} %", chassis.fanRpm(fan),
+                       chassis.fanLoadPercent(fan));
+}
+
+std::string litSlots(const Chassis& chassis) {
+    std::vector<int> lit;
+    for (int slot = 0; slot < chassis.slots(); ++slot) {
+        if (chassis.driveFaultLed(slot)) {
+            lit.push_back(slot);
+        }
+    }
+    return lit.empty() ? "none" : fmt::format("{}", fmt::join(lit, " "));
+}
+
+std::string deviceText(Chassis& chassis) {
+    std::vector<std::string> devices;
+    for (const ChassisDevice& device : chassis.devices()) {
+        devices.push_back(fmt::format("{} 0x{:02x}{}", device.name, device.address,
+                                      chassis.bus().isCut(device.address) ? " (cut)" : ""));
+    }
+    return fmt::format("{}", fmt::join(devices, ", "));
+}
+
+std::string requestText(const StartupProcess& startup) {
+    return fmt::format("composite fault LED {}, {} LED requests, {} mails, {} shutdowns",
+                       startup.compositeLedLit() ? "lit" : "off", startup.ledRequests(),
+                       startup.mails(), startup.shutdownRequests());
+}
+
+std::string eventText(const EventManager& events) {
+    std::vector<std::string> counts;
+    for (const auto& [id, count] : events.counts()) {
+        counts.push_back(fmt::format("{} of id {}", count, id));
+    }
+    return counts.empty() ? "none" : fmt::format("{}", fmt::join(counts, ", "));
+}
+
+}  // namespace
+
+std::string labState(Lab& lab) {
+    Chassis& chassis = lab.chassis();
+    Lines lines;
+    add(lines, "daemon", daemonText(lab));
+    for (int fan = 0; fan < chassis.fans(); ++fan) {
+        add(lines, fmt::format("fan {}", fan), fanText(chassis, fan));
+    }
+    for (int sensor = 0; sensor < chassis.sensors(); ++sensor) {
+        add(lines, fmt::format("sensor {}", sensor),
+            fmt::format("{:.1f} degrees", chassis.temperature(sensor)));
+    }
+    add(lines, "supplies", chassis.redundancy() ? "redundancy good" : "redundancy lost");
+    add(lines, "drive LEDs", litSlots(chassis));
+    add(lines, "devices", deviceText(chassis));
+    add(lines, "requests", requestText(lab.startupProcess()));
+    add(lines, "events", eventText(lab.eventManager()));
+    return fmt::format("{}", fmt::join(lines, "\n"));
+}
+
+}  // namespace enclab

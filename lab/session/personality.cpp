@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lab/session/personality.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+
+namespace enclab {
+
+std::string Personality::xml() const {
+    const struct {
+        const char* key;
+        int value;
+    } parameters[] = {
+        {"fanSpeedDivisor", fanSpeedDivisor},
+        {"coolingMaxNumber", coolingMaxNumber},
+        {"temperatureSensorMaxNumber", temperatureSensorMaxNumber},
+        {"overheatTemperatureLimit", overheatTemperatureLimit},
+        {"fanPwm25To50TemperatureThreshold", fanPwm25To50TemperatureThreshold},
+        {"fanPwm50To75TemperatureThreshold", fanPwm50To75TemperatureThreshold},
+        {"fanPwm75To100TemperatureThreshold", fanPwm75To100TemperatureThreshold},
+        {"fanPwm100To75TemperatureThreshold", fanPwm100To75TemperatureThreshold},
+        {"fanPwm75To50TemperatureThreshold", fanPwm75To50TemperatureThreshold},
+        {"fanPwm50To25TemperatureThreshold", fanPwm50To25TemperatureThreshold},
+        {"fanFaultRpmLimit", fanFaultRpmLimit},
+        {"fanPwmLoadMinimum", fanPwmLoadMinimum},
+    };
+    std::string text = fmt::format(
+        "<?xml version=\"1.0\"?>\n<personality>\n    <chassis name=\"{}\"/>\n", chassis);
+    for (const auto& [key, value] : parameters) {
+        text += fmt::format("    <parameter name=\"{}\" value=\"{}\"/>\n", key, value);
+    }
+    return text + "</personality>\n";
+}
+
+std::optional<int> personalityValue(std::string_view xml, std::string_view key) {
+    const std::size_t found = xml.find(fmt::format("\"{}\"", key));
+    const std::size_t value = found == xml.npos ? xml.npos : xml.find("value", found);
+    if (value == xml.npos || value + 7 > xml.size()) {
+        return std::nullopt;
+    }
+    return std::atoi(std::string(xml.substr(value + 7, 16)).c_str());
+}
+
+}  // namespace enclab

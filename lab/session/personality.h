@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+// The enclosure personality file: chassis name and tuning values.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace enclab {
+
+// The lab's own chassis; every member is a key of the file.
+struct Personality {
+    std::string chassis = "Vitesse VSC055 Custom";
+    int fanSpeedDivisor = 4;
+    int coolingMaxNumber = 4;
+    int temperatureSensorMaxNumber = 4;
+    int overheatTemperatureLimit = 60;  // degrees Celsius, as the thresholds
+    int fanPwm25To50TemperatureThreshold = 32;
+    int fanPwm50To75TemperatureThreshold = 38;
+    int fanPwm75To100TemperatureThreshold = 44;
+    int fanPwm100To75TemperatureThreshold = 41;
+    int fanPwm75To50TemperatureThreshold = 35;
+    int fanPwm50To25TemperatureThreshold = 29;
+    int fanFaultRpmLimit = 1500;
+    int fanPwmLoadMinimum = 25;  // percent
+
+    std::string xml() const;
+};
+
+// Value of a key, found the way the daemon finds it: the text seven characters behind the start of
+// the first "value" after the quoted key. Empty when the key or its value is missing.
+std::optional<int> personalityValue(std::string_view xml, std::string_view key);
+
+}  // namespace enclab

@@ -1,0 +1,422 @@
+// SPDX-License-Identifier: Apache-2.0
+// The parts a lab is made of: directory, parameter area, personality file, child process, commands.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/shm.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+
+#include "lab/session/commands.h"
+#include "lab/session/control_server.h"
+#include "lab/session/lab.h"
+
+using namespace enclab;
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+// A place of its own for each test, short enough for sockets.
+class Place : public testing::Test {
+  protected:
+    Place() : place_("/tmp/lab-test-" + std::to_string(getpid())) { fs::create_directory(place_); }
+    ~Place() override { fs::remove_all(place_); }
+
+    template <typename Action>
+    static std::string failure(Action action) {
+        try {
+            action();
+        } catch (const std::exception& error) {
+            return error.what();
+        }
+        return "";
+    }
+    void file(const fs::path& name, const std::string& text = "x") {
+        fs::create_directories((place_ / name).parent_path());
+        std::ofstream(place_ / name) << text;
+    }
+
+    fs::path place_;
+};
+
+using LabDirectoryTest = Place;
+
+}  // namespace
+
+TEST_F(LabDirectoryTest, MakesItsFoldersAndRemovesAllOfThem) {
+    {
+        LabDirectory directory(place_ / "a");
+        EXPECT_TRUE(fs::is_directory(directory.switchSockets()));
+        EXPECT_TRUE(fs::is_directory(directory.personality().parent_path()));
+        EXPECT_TRUE(fs::exists(directory.startup() / ".." / "web" / "OEM"));
+        file("a/log/esa_01.log");
+        file("a/web/OEM/EnvPersonalityParams.xml");
+    }
+    EXPECT_FALSE(fs::exists(place_ / "a"));
+}
+
+TEST_F(LabDirectoryTest, KeepsTheLogsWhenTold) {
+    {
+        LabDirectory directory(place_ / "a");
+        directory.keepLogs();
+        file("a/log/esa_01.log");
+        file("a/bus");
+    }
+    EXPECT_TRUE(fs::exists(place_ / "a" / "log" / "esa_01.log"));
+    EXPECT_FALSE(fs::exists(place_ / "a" / "bus"));
+    LabDirectory again(place_ / "a");
+    EXPECT_TRUE(fs::is_empty(again.log())) << "a new lab starts with empty folders";
+}
+
+TEST_F(LabDirectoryTest, BelongsToOneLabAtATime) {
+    LabDirectory first(place_ / "a");
+    EXPECT_EQ(failure([&] { LabDirectory second(place_ / "a"); }),
+              "a lab is already running in " + (place_ / "a").native() + " (process " +
+                  std::to_string(getpid()) + ")");
+    LabDirectory other(place_ / "b");
+}
+
+TEST_F(LabDirectoryTest, RefusesFoldersOfOthersAndLeavesThemAlone) {
+    file("a/log/diary.txt");
+    EXPECT_THAT(failure([&] { LabDirectory directory(place_ / "a"); }), HasSubstr("not empty"));
+    EXPECT_TRUE(fs::exists(place_ / "a" / "log" / "diary.txt"));
+}
+
+TEST_F(LabDirectoryTest, RefusesAPathTooLongForItsSockets) {
+    const std::string name(108 - place_.native().size() - 1 - sizeof "/mmsg/esadapter", 'x');
+    EXPECT_THAT(failure([&] { LabDirectory directory(place_ / (name + "y")); }),
+                HasSubstr("too long"));
+    EXPECT_EQ(failure([&] { LabDirectory directory(place_ / name); }), "");
+}
+
+TEST_F(LabDirectoryTest, ClearsTheSegmentOfAKilledLabAndNoOther) {
+    const pid_t killed = fork();
+    if (killed == 0) {
+        auto* directory = new LabDirectory(place_ / "a");
+        auto* area = new ParameterArea;
+        directory->noteSegment(area->shmid());
+        _exit(area->shmid() >= 0 ? 0 : 1);
+    }
+    int status = 1;
+    waitpid(killed, &status, 0);
+    ASSERT_EQ(status, 0);
+    int pid = 0;
+    int shmid = -1;
+    std::ifstream(place_ / "a" / "lock") >> pid >> shmid;
+    shmid_ds segment;
+    ASSERT_EQ(shmctl(shmid, IPC_STAT, &segment), 0);
+    { LabDirectory next(place_ / "a"); }
+    EXPECT_EQ(shmctl(shmid, IPC_STAT, &segment), -1);
+
+    const ParameterArea mine;
+    fs::create_directories(place_ / "b");
+    std::ofstream(place_ / "b" / "lock") << getpid() + 1 << ' ' << mine.shmid() << '\n';
+    { LabDirectory next(place_ / "b"); }
+    EXPECT_EQ(shmctl(mine.shmid(), IPC_STAT, &segment), 0);
+}
+
+TEST(ParameterAreaTest, HasTheLayoutOfTheBoardInHostByteOrder) {
+    ParameterArea area;
+    area.setDirectories("/m", "/n", "/l");
+    area.setFlag(MPU_K_FLAG_TRACE_VERBOSE);
+    area.setFlag(MPU_K_FLAG_RCP_COMPLETE);
+    EXPECT_GE(area.key(), 100);
+    const int shmid = shmget(area.key(), 0, 0);
+    shmid_ds segment;
+    ASSERT_EQ(shmctl(shmid, IPC_STAT, &segment), 0);
+    EXPECT_EQ(segment.shm_segsz, 748u);
+    const auto* bytes = static_cast<const char*>(shmat(shmid, nullptr, SHM_RDONLY));
+    std::uint32_t words[2];
+    std::memcpy(words, bytes, sizeof words);
+    EXPECT_EQ(words[0], 16u);
+    EXPECT_EQ(words[1], 0x01001000u);
+    EXPECT_STREQ(bytes + 364, "/m");
+    EXPECT_STREQ(bytes + 492, "/n");
+    EXPECT_STREQ(bytes + 620, "/l");
+    area.clearFlag(MPU_K_FLAG_RCP_COMPLETE);
+    std::memcpy(words, bytes, sizeof words);
+    EXPECT_EQ(words[1], 0x01000000u);
+    shmdt(bytes);
+    EXPECT_THROW(area.setDirectories(std::string(128, 'x'), "/n", "/l"), std::length_error);
+}
+
+TEST(ParameterAreaTest, EachHasAKeyOfItsOwnAndTakesItsSegmentAway) {
+    int shmid = -1;
+    {
+        const ParameterArea first;
+        const ParameterArea second;
+        EXPECT_NE(first.key(), second.key());
+        shmid = first.shmid();
+    }
+    shmid_ds segment;
+    EXPECT_EQ(shmctl(shmid, IPC_STAT, &segment), -1);
+}
+
+TEST(PersonalityTest, PutsEachDigitSevenCharactersBehindItsValueWord) {
+    Personality personality;
+    personality.coolingMaxNumber = 7;
+    personality.fanPwmLoadMinimum = 50;
+    const std::string xml = personality.xml();
+    EXPECT_NE(xml.find("\"Vitesse VSC055 Custom\""), xml.npos);
+    EXPECT_NE(xml.find("\"coolingMaxNumber\" value=\"7\""), xml.npos);
+    EXPECT_EQ(personalityValue(xml, "coolingMaxNumber"), 7);
+    EXPECT_EQ(personalityValue(xml, "fanPwmLoadMinimum"), 50);
+    EXPECT_EQ(personalityValue(xml, "fanPwm100To75TemperatureThreshold"), 41);
+    EXPECT_EQ(personalityValue(xml, "coolingMax"), std::nullopt);
+    EXPECT_EQ(personalityValue("\"key\" no such word", "key"), std::nullopt);
+    EXPECT_EQ(personalityValue("\"key\" value", "key"), std::nullopt);
+}
+
+namespace {
+
+class ChildTest : public testing::Test {
+  protected:
+    Child& start(const std::string& script, const std::vector<std::string>& environment = {}) {
+        child_ = std::make_unique<Child>(
+            io_, std::vector<std::string>{"/bin/sh", "-c", script}, environment,
+            [this](const std::string& line) { lines_.push_back(line); });
+        child_->onExit([this] { ++exits_; });
+        return *child_;
+    }
+    bool runUntilExit() {
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        while (exits_ == 0 && std::chrono::steady_clock::now() < deadline) {
+            io_.restart();
+            io_.run_one_for(50ms);
+        }
+        return exits_ == 1;
+    }
+
+    asio::io_context io_;
+    std::unique_ptr<Child> child_;
+    std::vector<std::string> lines_;
+    int exits_ = 0;
+};
+
+}  // namespace
+
+TEST_F(ChildTest, GivesItsLinesAndItsExitStatus) {
+    start("echo one; echo two >&2; printf three; exit 7");
+    EXPECT_EQ(child_->exitStatus(), std::nullopt);
+    ASSERT_TRUE(runUntilExit());
+    EXPECT_THAT(lines_, ElementsAre("one", "two", "three"));
+    EXPECT_EQ(child_->exitStatus(), 7);
+    EXPECT_FALSE(child_->running());
+}
+
+TEST_F(ChildTest, ASignalEndsItWith128AndTheNumber) {
+    start("kill -KILL $$");
+    ASSERT_TRUE(runUntilExit());
+    EXPECT_EQ(child_->exitStatus(), 128 + 9);
+}
+
+TEST_F(ChildTest, SeesOnlyTheGivenEnvironmentAndNoOpenFiles) {
+    const int inherited = dup(0);
+    start("echo $WORD$HOME; ls /proc/self/fd | wc -l", {"WORD=hello"});
+    ASSERT_TRUE(runUntilExit());
+    // The three standard ones and the one ls looks with.
+    EXPECT_THAT(lines_, ElementsAre("hello", "4"));
+    close(inherited);
+}
+
+TEST_F(ChildTest, ThatCannotRunSaysWhy) {
+    child_ = std::make_unique<Child>(io_, std::vector<std::string>{"/no/such/program"},
+                                     std::vector<std::string>{},
+                                     [this](const std::string& line) { lines_.push_back(line); });
+    child_->onExit([this] { ++exits_; });
+    ASSERT_TRUE(runUntilExit());
+    EXPECT_THAT(lines_, ElementsAre("cannot run /no/such/program: No such file or directory"));
+    EXPECT_EQ(child_->exitStatus(), 127);
+}
+
+TEST_F(ChildTest, IsGoneAfterItsObjectEvenWhenItIgnoresTheTermination) {
+    const pid_t pid = start("trap '' TERM; echo ready; while :; do sleep 0.1; done").pid();
+    while (lines_.empty()) {
+        io_.run_one();
+    }
+    child_.reset();
+    EXPECT_EQ(kill(pid, 0), -1);
+}
+
+TEST_F(ChildTest, CountsItsProcessorTime) {
+    start("i=0; while [ $i -lt 300000 ]; do i=$((i+1)); done; echo done; sleep 20");
+    EXPECT_LT(child_->cpuSeconds(), 5.0);
+    while (lines_.empty()) {
+        io_.run_one();
+    }
+    EXPECT_GT(child_->cpuSeconds(), 0.01);
+}
+
+namespace {
+
+class CommandsTest : public Place {
+  protected:
+    CommandsTest()
+        : lab_({.directory = place_ / "lab", .daemon = "/bin/true"}),
+          commands_(
+              lab_, [this] { ++quits_; }, [this](bool on) { watching_ = on; }) {}
+
+    Lab lab_;
+    Commands commands_;
+    int quits_ = 0;
+    bool watching_ = false;
+};
+
+}  // namespace
+
+TEST_F(CommandsTest, ActOnTheEnclosure) {
+    Chassis& chassis = lab_.chassis();
+    EXPECT_EQ(commands_.run("fan 1 pull").text, "fan 1 pulled");
+    EXPECT_FALSE(chassis.fanPresent(1));
+    EXPECT_EQ(commands_.run("  fan  1   return ").text, "fan 1 returned");
+    EXPECT_TRUE(chassis.fanPresent(1));
+    EXPECT_TRUE(commands_.run("temp 2 -10.5").ok);
+    EXPECT_EQ(chassis.temperature(2), -10.5);
+    EXPECT_EQ(chassis.temperature(1), 30.0);
+    EXPECT_TRUE(commands_.run("temp all 44").ok);
+    EXPECT_EQ(chassis.temperature(0), 44.0);
+    EXPECT_EQ(chassis.temperature(3), 44.0);
+    EXPECT_TRUE(commands_.run("psu lost").ok);
+    EXPECT_FALSE(chassis.redundancy());
+    EXPECT_TRUE(commands_.run("psu good").ok);
+    EXPECT_TRUE(chassis.redundancy());
+    EXPECT_EQ(commands_.run("cut lm75-1").text, "lm75-1 cut off the bus");
+    EXPECT_TRUE(chassis.bus().isCut(0x4B));
+    EXPECT_EQ(commands_.run("mend 0x4b").text, "lm75-1 back on the bus");
+    EXPECT_FALSE(chassis.bus().isCut(0x4B));
+    EXPECT_TRUE(commands_.run("fail vsc055 2").ok);
+    EXPECT_TRUE(chassis.bus().readRegister(0x41, 0x10).has_value());
+    EXPECT_FALSE(chassis.bus().readRegister(0x41, 0x10).has_value());
+    EXPECT_TRUE(chassis.bus().readRegister(0x41, 0x10).has_value());
+    commands_.run("bus on");
+    EXPECT_TRUE(watching_);
+    commands_.run("bus off");
+    EXPECT_FALSE(watching_);
+    EXPECT_TRUE(commands_.run("").ok);
+    EXPECT_EQ(quits_, 0);
+    EXPECT_TRUE(commands_.run("quit").ok);
+    EXPECT_EQ(quits_, 1);
+}
+
+TEST_F(CommandsTest, BadInputIsOneErrorLineAndChangesNothing) {
+    const std::string before = commands_.run("show").text;
+    for (const char* line : {"fan",
+                             "fan 1",
+                             "fan 1 pull now",
+                             "fan 4 pull",
+                             "fan -1 pull",
+                             "fan x pull",
+                             "fan 1x pull",
+                             "fan 99999999999 pull",
+                             "fan 1 push",
+                             "temp",
+                             "temp 0",
+                             "temp 0 hot",
+                             "temp 4 30",
+                             "temp some 30",
+                             "temp all 30degrees",
+                             "psu",
+                             "psu bad",
+                             "cut",
+                             "cut lm75-9",
+                             "cut 0x1234",
+                             "mend fan",
+                             "fail vsc055",
+                             "fail vsc055 0",
+                             "fail vsc055 -1",
+                             "fail nothing 1",
+                             "bus",
+                             "bus maybe",
+                             "switch",
+                             "switch off",
+                             "show me",
+                             "quit now",
+                             "nonsense",
+                             "FAN 1 pull",
+                             "\x01\xff"}) {
+        const Commands::Result result = commands_.run(line);
+        EXPECT_FALSE(result.ok) << line;
+        EXPECT_FALSE(result.text.empty()) << line;
+        EXPECT_EQ(result.text.find('\n'), std::string::npos) << result.text;
+    }
+    EXPECT_EQ(commands_.run("show").text, before);
+    EXPECT_EQ(quits_, 0);
+}
+
+TEST_F(CommandsTest, ShowTellsTheWholeState) {
+    commands_.run("fan 3 pull");
+    commands_.run("temp 1 51.5");
+    commands_.run("psu lost");
+    commands_.run("cut lm75-2");
+    lab_.chassis().bus().writeRegister(0x41, 0x16, 0x00);
+    lab_.chassis().bus().writeRegister(0x41, 0x06, 0xFA);
+    const std::string text = commands_.run("show").text;
+    for (const char* line :
+         {"daemon      not running\n", "fan 0       9000 RPM, load 100 %\n", "fan 3       pulled\n",
+          "sensor 1    51.5 degrees\n", "supplies    redundancy lost\n", "drive LEDs  0 2\n",
+          "lm75-2 0x4a (cut)", "events      none"}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+}
+
+TEST_F(CommandsTest, HelpNamesEveryCommand) {
+    EXPECT_EQ(commands_.run("help").text,
+              "fan N pull|return\n"
+              "temp N|all DEGREES\n"
+              "psu lost|good\n"
+              "cut DEVICE|ADDRESS\n"
+              "mend DEVICE|ADDRESS\n"
+              "fail DEVICE|ADDRESS N\n"
+              "bus on|off\n"
+              "switch stop|go|close|open\n"
+              "show\n"
+              "help\n"
+              "quit");
+}
+
+TEST_F(CommandsTest, AnswerOverTheControlSocket) {
+    ControlServer server(lab_.io(), lab_.directory().controlSocket(), commands_);
+    const auto ask = [&](const std::string& line) {
+        // The client waits for its answer: it needs a process of its own.
+        Commands::Result result{false, "no answer"};
+        const fs::path answer = place_ / "answer";
+        const pid_t client = fork();
+        if (client == 0) {
+            const auto got = controlLab(lab_.directory().controlSocket(), line);
+            std::ofstream(answer) << got.ok << got.text;
+            _exit(0);
+        }
+        lab_.runUntil([&] { return waitpid(client, nullptr, WNOHANG) == client; });
+        std::ifstream stream(answer);
+        result.ok = stream.get() == '1';
+        std::getline(stream, result.text, '\0');
+        return result;
+    };
+    EXPECT_TRUE(ask("fan 0 pull").ok);
+    EXPECT_FALSE(lab_.chassis().fanPresent(0));
+    const auto error = ask("fan 9 pull");
+    EXPECT_FALSE(error.ok);
+    EXPECT_THAT(error.text, HasSubstr("no fan 9"));
+    EXPECT_THAT(ask("help").text, HasSubstr("quit"));
+}
+
+TEST_F(CommandsTest, AControlClientThatSaysNothingStopsNobody) {
+    ControlServer server(lab_.io(), lab_.directory().controlSocket(), commands_);
+    using Local = asio::local::stream_protocol;
+    const Local::endpoint endpoint(lab_.directory().controlSocket().string());
+    Local::socket silent(lab_.io());
+    silent.connect(endpoint);
+    Local::socket endless(lab_.io());
+    endless.connect(endpoint);
+    asio::write(endless, asio::buffer(std::string(5000, 'x')));
+    Local::socket good(lab_.io());
+    good.connect(endpoint);
+    asio::write(good, asio::buffer(std::string("psu lost\n")));
+    EXPECT_TRUE(lab_.runUntil([&] { return !lab_.chassis().redundancy(); }));
+}
