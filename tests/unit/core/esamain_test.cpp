@@ -29,6 +29,7 @@
 #include "tests/support/switch_listener.h"
 #include "tests/support/switch_peer.h"
 #include "tests/support/trace_capture.h"
+#include "tests/unit/core/bare_chassis.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -49,36 +50,6 @@ int polls = 0;
 std::vector<Bytes> dispatched;
 std::function<void()> onDispatch;
 
-constexpr EsaChassis_t chassisRow(KORVO_E_CHASSIS_e type, EsaEntry<ESA_CODE_e()> init,
-                                  EsaEntry<void()> poll) {
-    return {
-        .type = type,
-        .init = init,
-        .initSuccessText = "Bring-up succeeds.",
-        .initFailureText = "Bring-up fails, %s.",
-        .poll = poll,
-        .fanSpeedRead = ESA_NOT_FITTED,
-        .fanSweepEndsWhenUnavailable = false,
-        .fanLoad = ESA_NOT_FITTED,
-        .policyFans = 0,
-        .fanSwitch = ESA_NOT_FITTED,
-        .fanGroupSize = 1,
-        .alarmSet = ESA_NOT_FITTED,
-        .alarmSilence = ESA_NOT_FITTED,
-        .alarmSound = ESA_NOT_FITTED,
-        .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
-        .alarmPageState = ESA_NOT_FITTED,
-        .driveLedSet = ESA_NOT_FITTED,
-        .driveLedClear = ESA_NOT_FITTED,
-        .drivePresent = ESA_NOT_FITTED,
-        .supplyPageStatus = ESA_NOT_FITTED,
-        .supplyFaultIndicate = ESA_NOT_FITTED,
-        .fanPageStatus = ESA_NOT_FITTED,
-        .temperaturesPageRead = ESA_NOT_FITTED,
-        .i2cDevices = {nullptr, 0},
-    };
-}
-
 ESA_CODE_e backendInit() {
     ++inits;
     return initResult;
@@ -91,9 +62,9 @@ void backendPoll() {
 
 const EsaChassis_t* esaChassis() {
     static const EsaChassis_t none =
-        chassisRow(KORVO_E_CHASSIS_NONE, ESA_NOT_FITTED, ESA_NOT_FITTED);
+        bareChassisRow(KORVO_E_CHASSIS_NONE, ESA_NOT_FITTED, ESA_NOT_FITTED);
     static const EsaChassis_t fitted =
-        chassisRow(KORVO_E_CHASSIS_KORVO_VSC055, backendInit, backendPoll);
+        bareChassisRow(KORVO_E_CHASSIS_KORVO_VSC055, backendInit, backendPoll);
     switch (esaControl.enclosureType) {
         case KORVO_E_CHASSIS_NONE:
             return &none;
@@ -219,10 +190,6 @@ Bytes request(std::uint16_t length = 72) {
     return message;
 }
 
-std::vector<std::string> namesOf(const std::vector<Bytes>& messages) {
-    return messageNames(messages);
-}
-
 }  // namespace
 
 // ---- arguments ----
@@ -287,7 +254,7 @@ TEST_F(StartTest, StepsRunInOrderAndAreTraced) {
     runToTheLoop();
     ASSERT_TRUE(listener_.accept());
     const std::vector<Bytes> messages = listener_.take();
-    EXPECT_THAT(namesOf(messages), ElementsAre("event 10/1", "init", "event 10/1"));
+    EXPECT_THAT(messageNames(messages), ElementsAre("event 10/1", "init", "event 10/1"));
     EXPECT_EQ(hexText(Bytes(messages.at(1).begin() + 8, messages.at(1).end())), hexText(R"(
         0E 01 0040  0C000001  21 00 00 00
         00040000 00000000 00000000 00000000
@@ -385,7 +352,7 @@ TEST_F(LoopTest, BackEndOutcomeIsTracedAndReported) {
         esaBackendInit();
         EXPECT_EQ(trace.take(), c.lines);
         const std::vector<Bytes> messages = peer_.take();
-        EXPECT_EQ(namesOf(messages), c.events);
+        EXPECT_EQ(messageNames(messages), c.events);
         if (!messages.empty()) {
             EXPECT_EQ(messages[0].at(216), c.type);
             EXPECT_EQ(be32At(messages[0], 64 + 208), c.information);
@@ -453,9 +420,9 @@ TEST_F(LoopTest, ReportGoesOutWithItsPeriodAndIsOffAtZero) {
     passes(5);
     EXPECT_THAT(peer_.take(), IsEmpty());
     passes(1);
-    EXPECT_THAT(namesOf(peer_.take()), ElementsAre("event 10/1"));
+    EXPECT_THAT(messageNames(peer_.take()), ElementsAre("event 10/1"));
     passes(11);
-    EXPECT_THAT(namesOf(peer_.take()), ElementsAre("event 10/1"));
+    EXPECT_THAT(messageNames(peer_.take()), ElementsAre("event 10/1"));
 }
 
 // ---- a pass ----
@@ -550,7 +517,8 @@ class ReturnTest : public LoopTest {
     }
     std::vector<std::string> sentOnReturn() {
         passes(10);
-        return listener_.accept() ? namesOf(listener_.take()) : std::vector<std::string>{"down"};
+        return listener_.accept() ? messageNames(listener_.take())
+                                  : std::vector<std::string>{"down"};
     }
 
     SwitchListener listener_;
@@ -588,7 +556,7 @@ TEST_F(ReturnTest, WhatWasDeliveredIsNotSentAgain) {
     ASSERT_TRUE(listener_.accept());
     esaInitCompleteSend();
     esaCompositeFaultMmsgToStartupSend(ESA_E_GENERR);
-    EXPECT_THAT(namesOf(listener_.take()), ElementsAre("init", "led on"));
+    EXPECT_THAT(messageNames(listener_.take()), ElementsAre("init", "led on"));
     listener_.drop();
     passes(1);
     EXPECT_FALSE(esaLinkIsUp());
