@@ -132,6 +132,16 @@ TEST(XyratexAlarm, EachMuteLastsItsWholeTime) {
     EXPECT_EQ(alarm.state(), 2);
 }
 
+TEST(XyratexAlarm, HeldStrobeToldAgainDoesNotStartAnew) {
+    XyratexAlarm alarm;
+    alarm.setFault(true);
+    alarm.setLines(0x0B);
+    alarm.advance(seconds(40));
+    alarm.setLines(0x0B);
+    alarm.advance(seconds(20));
+    EXPECT_EQ(alarm.state(), 2);
+}
+
 TEST(XyratexAlarm, OtherStatesDoNotHeedTime) {
     for (int state : {1, 2, 4, 5, 6, 7}) {
         XyratexAlarm alarm;
