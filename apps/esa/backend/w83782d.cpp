@@ -175,7 +175,10 @@ ESA_CODE_e esaW83782dInit() {
     if (code != ESA_E_OK) {
         return code;
     }
-    countsSetup();
+    // A chassis of another type that starts up here brings its own counts.
+    if (esaControl.enclosureType == KORVO_E_CHASSIS_KORVO_W83782D) {
+        countsSetup();
+    }
     tuningSetup();
     if (w83782dLimitsSetup(address, backplane) != ESA_E_OK) {
         return ESA_E_GENERR;
