@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// An enclosure of registers below the real chassis table, back-ends and policies.
+// Enclosures of registers below the real chassis table, back-ends and policies.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,26 +14,25 @@
 
 using Lines = std::vector<std::string>;
 
-// Sleeps asked for, as entries of the bus log's place in it: {transfers before, seconds}.
-struct Sleep {
-    int transfersBefore;
-    unsigned seconds;
-    bool operator==(const Sleep&) const = default;
-};
+// Folder of the chassis under tests/golden.
+std::string goldenFolder(KORVO_E_CHASSIS_t type);
 
 class EnclosureRig : public ::testing::Test {
   public:
     EnclosureRig();
     ~EnclosureRig() override;
 
-    // A clean control block for a VSC055 chassis of 3 fans, 2 sensors and 16 drives, and registers
-    // of a healthy one: fans at 5000 RPM, 25 degrees, redundant supplies.
-    void healthyVsc055();
+    // A clean control block as initialisation leaves it for the chassis, and registers of a healthy
+    // one: fans at 5000 RPM, 25 degrees and a little more, good supplies.
+    void healthy(KORVO_E_CHASSIS_t type);
+    void healthyVsc055() { healthy(KORVO_E_CHASSIS_KORVO_VSC055); }
+    // The same, brought up; nothing of it is left in the logs.
+    void running(KORVO_E_CHASSIS_t type);
 
     // Trace lines since the last look, without the transfers' own.
     Lines takeLines();
 
+    // Transfers, with sleeps ("sleep 3") between them.
     FakeBus bus;
     TraceCapture trace;
-    std::vector<Sleep> sleeps;
 };

@@ -15,6 +15,16 @@ FakeBus::~FakeBus() {
     theBus = nullptr;
 }
 
+void FakeBus::clear() {
+    devices_.clear();
+    scripts_.clear();
+    inputs_.clear();
+    cut_.clear();
+    log_.clear();
+    failIn_ = 0;
+    transfers_ = 0;
+}
+
 void FakeBus::script(std::uint8_t address, std::uint8_t number, std::vector<std::uint8_t> values) {
     reg(address, number);
     scripts_[{address, number}] = std::move(values);
@@ -40,7 +50,8 @@ int FakeBus::transfer(bool read, std::uint8_t address, std::uint8_t number, std:
     std::uint8_t& stored = devices_[address][number];
     auto script = scripts_.find({address, number});
     if (!read) {
-        stored = *data;
+        const std::uint8_t inputs = inputs_[{address, number}];
+        stored = static_cast<std::uint8_t>((stored & inputs) | (*data & ~inputs));
     } else if (script != scripts_.end() && !script->second.empty()) {
         *data = script->second.front();
         script->second.erase(script->second.begin());
