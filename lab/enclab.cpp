@@ -42,6 +42,7 @@ void maskEndSignals(int how) {
 struct Arguments {
     std::string name = "default";
     std::filesystem::path directory;
+    std::string chassis;
     std::filesystem::path personality;
     std::filesystem::path daemon;
     unsigned speed = 1;
@@ -65,6 +66,10 @@ LabOptions labOptions(const Arguments& arguments) {
     options.rcpComplete = !arguments.noRcp;
     if (arguments.smbus) {
         options.adapter = enclab::AdapterKind::kSmbusOnly;
+    }
+    options.chassis = arguments.chassis;
+    if (!arguments.chassis.empty()) {
+        options.personality = enclab::personalityOf(arguments.chassis).xml();
     }
     if (!arguments.personality.empty()) {
         std::ostringstream text;
@@ -218,6 +223,10 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
         ->check(CLI::Range(1u, 1000u))
         ->capture_default_str();
     app.add_flag("--trace", arguments.trace, "switch the daemon's verbose trace on");
+    app.add_option("--chassis", arguments.chassis,
+                   "chassis to build, with a personality file that selects it (default: what "
+                   "--personality selects, or vsc055)")
+        ->check(CLI::IsMember({"vsc055", "xyratex", "w83792ad"}));
     app.add_option("--personality", arguments.personality, "personality file to use")
         ->check(CLI::ExistingFile);
     app.add_flag("--no-rcp", arguments.noRcp, "leave the platform's RCP-complete flag clear");

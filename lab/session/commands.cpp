@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <cmath>
 #include <sstream>
 #include <stdexcept>
 
@@ -20,7 +21,8 @@ Number number(const std::string& word, const char* what) {
     Number value{};
     const char* const end = word.data() + word.size();
     const auto [stopped, error] = std::from_chars(word.data(), end, value);
-    if (error != std::errc() || stopped != end) {
+    const bool finite = std::isfinite(static_cast<double>(value));
+    if (error != std::errc() || stopped != end || !finite) {
         refuse(fmt::format("'{}' is not {}", word, what));
     }
     return value;
@@ -50,6 +52,8 @@ const Commands::Command Commands::kCommands[] = {
     {"fan", "N pull|return", 2, &Commands::fan},
     {"temp", "N|all DEGREES", 2, &Commands::temperature},
     {"psu", "lost|good", 1, &Commands::psu},
+    {"rail", "NAME VOLTS", 2, &Commands::rail},
+    {"drive", "N present|absent", 2, &Commands::drive},
     {"cut", "DEVICE|ADDRESS", 1, &Commands::cut},
     {"mend", "DEVICE|ADDRESS", 1, &Commands::mend},
     {"fail", "DEVICE|ADDRESS N", 2, &Commands::fail},
@@ -114,6 +118,19 @@ std::string Commands::psu(const Words& words) {
     const bool good = choice(words[0], {"lost", "good"}) == 1;
     lab_.chassis().setRedundancy(good);
     return fmt::format("supply redundancy {}", good ? "good" : "lost");
+}
+
+std::string Commands::rail(const Words& words) {
+    const double volts = number<double>(words[1], "a voltage in volts");
+    lab_.chassis().setRail(words[0], volts);
+    return fmt::format("rail {} at {} V", words[0], volts);
+}
+
+std::string Commands::drive(const Words& words) {
+    const int slot = number<int>(words[0], "a slot number");
+    const bool present = choice(words[1], {"present", "absent"}) == 0;
+    lab_.chassis().setDrivePresent(slot, present);
+    return fmt::format("drive {} {}", slot, present ? "present" : "absent");
 }
 
 std::string Commands::cut(const Words& words) {

@@ -40,6 +40,8 @@ class Commands {
     std::string fan(const Words& words);
     std::string temperature(const Words& words);
     std::string psu(const Words& words);
+    std::string rail(const Words& words);
+    std::string drive(const Words& words);
     std::string cut(const Words& words);
     std::string mend(const Words& words);
     std::string fail(const Words& words);

@@ -10,6 +10,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "lab/chassis/catalog.h"
+
 namespace enclab {
 
 namespace fs = std::filesystem;
@@ -18,6 +20,7 @@ constexpr char kDaemonSocket[] = "esadapter";
 constexpr char kEnvironSocket[] = "environ";
 constexpr char kVolumeManagerSocket[] = "volmgr";
 constexpr std::size_t kOutputMax = 1000;  // lines
+constexpr std::chrono::milliseconds kTick{100};
 
 static LabOptions completed(LabOptions options) {
     if (options.daemon.empty()) {
@@ -34,26 +37,27 @@ static LabOptions completed(LabOptions options) {
 }
 
 // The enclosure the personality file describes, as far as it can be built.
-static Vsc055ChassisOptions chassisOptions(const std::string& personality) {
-    const auto value = [&](const char* key, int least, int most) {
-        return std::clamp(personalityValue(personality, key).value_or(0), least, most);
+static std::unique_ptr<Chassis> chassisFor(const LabOptions& options) {
+    const auto value = [&](const char* key) {
+        return personalityValue(options.personality, key).value_or(0);
     };
-    Vsc055ChassisOptions options;
-    options.fans = value("coolingMaxNumber", 0, 8);
-    options.sensors = value("temperatureSensorMaxNumber", 0, 6);
-    options.fanSpeedDivisor = value("fanSpeedDivisor", 1, 255);
-    return options;
+    const std::string_view name =
+        options.chassis.empty() ? chassisOf(options.personality) : options.chassis;
+    return makeChassis(name, {.fans = value("coolingMaxNumber"),
+                              .sensors = value("temperatureSensorMaxNumber"),
+                              .fanSpeedDivisor = value("fanSpeedDivisor")});
 }
 
 Lab::Lab(LabOptions options)
     : options_(completed(std::move(options))),
       start_(std::chrono::steady_clock::now()),
       directory_(options_.directory),
-      chassis_(chassisOptions(options_.personality)),
-      busServer_(io_, chassis_.bus(), directory_.busSocket(), options_.adapter),
+      chassis_(chassisFor(options_)),
+      busServer_(io_, chassis_->bus(), directory_.busSocket(), options_.adapter),
       switch_(io_, directory_.switchSockets()),
       startupProcess_(switch_),
-      eventManager_(switch_) {
+      eventManager_(switch_),
+      tick_(io_) {
     directory_.noteSegment(parameters_.shmid());
     parameters_.setDirectories(
         options_.messageDirectory.empty() ? directory_.switchSockets() : options_.messageDirectory,
@@ -74,6 +78,7 @@ Lab::Lab(LabOptions options)
             parameters_.setFlag(MPU_K_FLAG_RCP_COMPLETE);
         }
     });
+    letTimePass();
 }
 
 Lab::~Lab() = default;
@@ -141,6 +146,19 @@ void Lab::takeMessage(std::uint8_t from, const Message& message) {
     if (onMessage_) {
         onMessage_(from, message);
     }
+}
+
+// In the chassis too, at the daemon's pace.
+void Lab::letTimePass() {
+    const double now = time();
+    chassis_->advance(std::chrono::duration<double>(now - lastTick_));
+    lastTick_ = now;
+    tick_.expires_after(kTick);
+    tick_.async_wait([this](const asio::error_code& error) {
+        if (!error) {
+            letTimePass();
+        }
+    });
 }
 
 void Lab::takeLine(const std::string& line) {

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/chassis/vsc055_chassis.h"
+#include "lab/chassis/chassis.h"
 #include "lab/encdev/bus_server.h"
 #include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
@@ -33,6 +33,7 @@ struct LabOptions {
     bool trace = false;                 // verbose trace, into log()
     bool rcpComplete = true;            // the platform completes once the daemon is up
     std::string personality = Personality().xml();  // text of the file
+    std::string chassis = {};  // "xyratex"; empty: the one the personality selects
     AdapterKind adapter = AdapterKind::kI2c;
 
     // What a test may bend.
@@ -79,7 +80,7 @@ class Lab {
     MessageSwitch& messageSwitch() { return switch_; }
     StartupProcess& startupProcess() { return startupProcess_; }
     EventManager& eventManager() { return eventManager_; }
-    Chassis& chassis() { return chassis_; }
+    Chassis& chassis() { return *chassis_; }
     BusServer& busServer() { return busServer_; }
     Child& daemon() { return *daemon_; }
     bool daemonRunning() const { return daemon_ && daemon_->running(); }
@@ -103,6 +104,7 @@ class Lab {
   private:
     void takeMessage(std::uint8_t from, const Message& message);
     void takeLine(const std::string& line);
+    void letTimePass();
     std::vector<std::string> daemonCommand() const;
     std::vector<std::string> daemonEnvironment() const;
     std::string preloadVariable() const;
@@ -112,11 +114,13 @@ class Lab {
     asio::io_context io_;
     LabDirectory directory_;
     ParameterArea parameters_;
-    Vsc055Chassis chassis_;
+    std::unique_ptr<Chassis> chassis_;
     BusServer busServer_;
     MessageSwitch switch_;
     StartupProcess startupProcess_;
     EventManager eventManager_;
+    asio::steady_timer tick_;
+    double lastTick_ = 0;  // time()
     std::unique_ptr<Child> daemon_;
     std::deque<Received> received_;
     std::deque<std::string> daemonOutput_;

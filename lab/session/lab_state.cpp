@@ -33,14 +33,54 @@ std::string fanText(const Chassis& chassis, int fan) {
                        chassis.fanLoadPercent(fan));
 }
 
-std::string litSlots(const Chassis& chassis) {
-    std::vector<int> lit;
+template <typename Test>
+std::string slotsWhere(const Chassis& chassis, Test test) {
+    std::vector<int> found;
     for (int slot = 0; slot < chassis.slots(); ++slot) {
-        if (chassis.driveFaultLed(slot)) {
-            lit.push_back(slot);
+        if (test(slot)) {
+            found.push_back(slot);
         }
     }
-    return lit.empty() ? "none" : fmt::format("{}", fmt::join(lit, " "));
+    return found.empty() ? "none" : fmt::format("{}", fmt::join(found, " "));
+}
+
+std::string railText(const Chassis& chassis) {
+    std::vector<std::string> rails;
+    for (const ChassisRail& rail : chassis.rails()) {
+        rails.push_back(fmt::format("{}: {:.2f} V", rail.name, rail.volts));
+    }
+    return fmt::format("{}", fmt::join(rails, ", "));
+}
+
+std::string statusLedText(const Chassis& chassis) {
+    std::vector<std::string> leds;
+    for (const ChassisLed& led : chassis.statusLeds()) {
+        leds.push_back(fmt::format("{} {}", led.name, led.lit ? "lit" : "off"));
+    }
+    return fmt::format("{}", fmt::join(leds, ", "));
+}
+
+// What only some chassis have.
+void addFitted(Lines& lines, const Chassis& chassis) {
+    if (!chassis.rails().empty()) {
+        add(lines, "rails", railText(chassis));
+    }
+    if (chassis.parts().redundancy) {
+        add(lines, "supplies", chassis.redundancy() ? "redundancy good" : "redundancy lost");
+    }
+    if (chassis.parts().drivePresence) {
+        add(lines, "absent", slotsWhere(chassis, [&](int n) { return !chassis.drivePresent(n); }));
+    }
+    if (chassis.parts().driveLeds) {
+        add(lines, "drive LEDs",
+            slotsWhere(chassis, [&](int n) { return chassis.driveFaultLed(n); }));
+    }
+    if (!chassis.statusLeds().empty()) {
+        add(lines, "status LEDs", statusLedText(chassis));
+    }
+    if (!chassis.alarm().empty()) {
+        add(lines, "alarm", chassis.alarm());
+    }
 }
 
 std::string deviceText(Chassis& chassis) {
@@ -79,8 +119,7 @@ std::string labState(Lab& lab) {
         add(lines, fmt::format("sensor {}", sensor),
             fmt::format("{:.1f} degrees", chassis.temperature(sensor)));
     }
-    add(lines, "supplies", chassis.redundancy() ? "redundancy good" : "redundancy lost");
-    add(lines, "drive LEDs", litSlots(chassis));
+    addFitted(lines, chassis);
     add(lines, "devices", deviceText(chassis));
     add(lines, "requests", requestText(lab.startupProcess()));
     add(lines, "events", eventText(lab.eventManager()));

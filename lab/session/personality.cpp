@@ -4,8 +4,50 @@
 #include <fmt/format.h>
 
 #include <cstdlib>
+#include <stdexcept>
 
 namespace enclab {
+
+namespace {
+
+// In the order the daemon looks for their names.
+const struct {
+    std::string_view lab;
+    Personality personality;
+} kPersonalities[] = {
+    {"xyratex",
+     {.chassis = "Xyratex 2U12ATX",
+      .fanSpeedDivisor = 1,
+      .coolingMaxNumber = 8,
+      .temperatureSensorMaxNumber = 2,
+      .fanFaultRpmLimit = 4800}},
+    {"vsc055", {}},
+    {"w83792ad",
+     {.chassis = "Winbond W83792AD Custom",
+      .coolingMaxNumber = 6,
+      .temperatureSensorMaxNumber = 3}},
+};
+
+}  // namespace
+
+Personality personalityOf(std::string_view labChassis) {
+    for (const auto& [lab, personality] : kPersonalities) {
+        if (lab == labChassis) {
+            return personality;
+        }
+    }
+    throw std::out_of_range(fmt::format("no personality file selects {}", labChassis));
+}
+
+// The prequalified names select the VSC055 chassis.
+std::string_view chassisOf(std::string_view xml) {
+    for (const auto& [lab, personality] : kPersonalities) {
+        if (xml.find(fmt::format("\"{}\"", personality.chassis)) != xml.npos) {
+            return lab;
+        }
+    }
+    return "vsc055";
+}
 
 std::string Personality::xml() const {
     const struct {

@@ -8,7 +8,7 @@
 
 namespace enclab {
 
-// The lab's own chassis; every member is a key of the file.
+// The lab's VSC055 chassis; every member is a key of the file.
 struct Personality {
     std::string chassis = "Vitesse VSC055 Custom";
     int fanSpeedDivisor = 4;
@@ -26,6 +26,13 @@ struct Personality {
 
     std::string xml() const;
 };
+
+// The personality of a chassis by its name in the lab. Throws std::out_of_range when it has none:
+// no personality file selects it.
+Personality personalityOf(std::string_view labChassis);
+
+// Name in the lab of the chassis a personality file selects, "vsc055" where it selects none.
+std::string_view chassisOf(std::string_view xml);
 
 // Value of a key, found the way the daemon finds it: the text seven characters behind the start of
 // the first "value" after the quoted key. Empty when the key or its value is missing.

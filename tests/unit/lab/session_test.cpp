@@ -158,6 +158,20 @@ TEST(ParameterAreaTest, EachHasAKeyOfItsOwnAndTakesItsSegmentAway) {
     EXPECT_EQ(shmctl(shmid, IPC_STAT, &segment), -1);
 }
 
+TEST(PersonalityTest, SelectsTheChassisItIsMadeFor) {
+    for (const char* chassis : {"vsc055", "xyratex", "w83792ad"}) {
+        EXPECT_EQ(chassisOf(personalityOf(chassis).xml()), chassis);
+    }
+    for (const char* chassis : {"w83782d", "chenbro", "", "Xyratex 2U12ATX"}) {
+        EXPECT_THROW(personalityOf(chassis), std::out_of_range) << chassis;
+    }
+    EXPECT_EQ(chassisOf("name=\"Winbond W83792AD Custom\" other=\"Xyratex 2U12ATX\""), "xyratex")
+        << "the daemon looks for it first";
+    EXPECT_EQ(chassisOf("name=\"ChenbroRM326\""), "vsc055");
+    EXPECT_EQ(chassisOf("Xyratex 2U12ATX"), "vsc055") << "no quotes";
+    EXPECT_EQ(chassisOf(""), "vsc055");
+}
+
 TEST(PersonalityTest, PutsEachDigitSevenCharactersBehindItsValueWord) {
     Personality personality;
     personality.coolingMaxNumber = 7;
@@ -257,8 +271,8 @@ namespace {
 
 class CommandsTest : public Place {
   protected:
-    CommandsTest()
-        : lab_({.directory = place_ / "lab", .daemon = "/bin/true"}),
+    explicit CommandsTest(LabOptions options = {})
+        : lab_(inPlace(std::move(options))),
           commands_(
               lab_, [this] { ++quits_; }, [this](bool on) { watching_ = on; }) {}
 
@@ -266,6 +280,19 @@ class CommandsTest : public Place {
     Commands commands_;
     int quits_ = 0;
     bool watching_ = false;
+
+  private:
+    LabOptions inPlace(LabOptions options) const {
+        options.directory = place_ / "lab";
+        options.daemon = "/bin/true";
+        return options;
+    }
+};
+
+class XyratexCommandsTest : public CommandsTest {
+  protected:
+    XyratexCommandsTest()
+        : CommandsTest({.speed = 100, .personality = personalityOf("xyratex").xml()}) {}
 };
 
 }  // namespace
@@ -318,11 +345,15 @@ TEST_F(CommandsTest, BadInputIsOneErrorLineAndChangesNothing) {
                              "temp",
                              "temp 0",
                              "temp 0 hot",
+                             "temp 0 nan",
+                             "temp 0 -inf",
                              "temp 4 30",
                              "temp some 30",
                              "temp all 30degrees",
                              "psu",
                              "psu bad",
+                             "rail 5 5",
+                             "drive 0 absent",
                              "cut",
                              "cut lm75-9",
                              "cut 0x1234",
@@ -365,11 +396,56 @@ TEST_F(CommandsTest, ShowTellsTheWholeState) {
     }
 }
 
+TEST_F(XyratexCommandsTest, ActOnRailsAndDrives) {
+    Chassis& chassis = lab_.chassis();
+    EXPECT_EQ(commands_.run("rail 12 10.5").text, "rail 12 at 10.5 V");
+    EXPECT_EQ(chassis.rails().at(1).volts, 10.5);
+    EXPECT_EQ(commands_.run("drive 11 absent").text, "drive 11 absent");
+    EXPECT_FALSE(chassis.drivePresent(11));
+    EXPECT_EQ(commands_.run("drive 11 present").text, "drive 11 present");
+    EXPECT_TRUE(chassis.drivePresent(11));
+    for (const char* line : {"rail", "rail 5", "rail 3.3 1", "rail 5 low", "drive 12 absent",
+                             "drive -1 absent", "drive all absent", "drive 0 gone"}) {
+        EXPECT_FALSE(commands_.run(line).ok) << line;
+    }
+    EXPECT_EQ(chassis.rails().at(0).volts, 5);
+}
+
+TEST_F(XyratexCommandsTest, ShowTellsWhatTheChassisHas) {
+    commands_.run("rail 5 4.2");
+    commands_.run("drive 3 absent");
+    commands_.run("drive 10 absent");
+    lab_.chassis().bus().writeRegister(0x63, 0x16, 0x00);
+    lab_.chassis().bus().writeRegister(0x63, 0x06, 0x2E);
+    const std::string text = commands_.run("show").text;
+    for (const char* line :
+         {"fan 7       20000 RPM, load 100 %\n", "rails       5: 4.20 V, 12: 12.00 V\n",
+          "absent      3 10\n", "drive LEDs  8\n",
+          "status LEDs psu-ok lit, redundancy-fail off, fan-fail off\n", "alarm       S1 fault\n",
+          "devices     vsc055 0x63, lm75-0 0x4c, lm75-1 0x4d\n"}) {
+        EXPECT_THAT(text, HasSubstr(line));
+    }
+}
+
+TEST_F(XyratexCommandsTest, TimePassesInTheChassisAtTheDaemonsPace) {
+    Chassis& chassis = lab_.chassis();
+    chassis.setRedundancy(false);
+    chassis.bus().writeRegister(0x63, 0x15, 0x10);
+    chassis.bus().writeRegister(0x63, 0x05, 0x0B);
+    chassis.bus().writeRegister(0x63, 0x05, 0x03);
+    const double muted = lab_.time();
+    EXPECT_EQ(chassis.alarm(), "S3 mute");
+    EXPECT_TRUE(lab_.runUntil([&] { return chassis.alarm() == "S2 remind"; }));
+    EXPECT_NEAR(lab_.time() - muted, 60, 25) << "a fifth of a second is 20 s here";
+}
+
 TEST_F(CommandsTest, HelpNamesEveryCommand) {
     EXPECT_EQ(commands_.run("help").text,
               "fan N pull|return\n"
               "temp N|all DEGREES\n"
               "psu lost|good\n"
+              "rail NAME VOLTS\n"
+              "drive N present|absent\n"
               "cut DEVICE|ADDRESS\n"
               "mend DEVICE|ADDRESS\n"
               "fail DEVICE|ADDRESS N\n"
