@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+// The enclosures that live a story: one row each.
+#pragma once
+
+#include <memory>
+#include <ostream>
+#include <span>
+
+#include "core/esa_control.h"
+#include "lab/chassis/chassis.h"
+
+struct StoryRow {
+    const char* name;   // of the tests
+    const char* story;  // file
+    std::unique_ptr<enclab::Chassis> (*chassis)();
+    KORVO_E_CHASSIS_e type;
+    const char* enclosure;    // as the peers name the type; "{enclosure}" in the story
+    const char* personality;  // chassis name in the personality file
+    int fanSpeedDivisor;      // in the personality file
+    bool isWinbond;           // its monitors are Winbond's
+    void (*afterInit)();      // sets what no personality file does; null: nothing
+    U32_t lastingFaults;      // composite faults of the enclosure in perfect health
+};
+
+// One of each chassis, in perfect health.
+std::span<const StoryRow> soundRows();
+// These, and chassis whose wiring lacks something.
+std::span<const StoryRow> storyRows();
+
+// Shows in the test's name.
+inline void PrintTo(const StoryRow& row, std::ostream* out) {
+    *out << row.name;
+}
