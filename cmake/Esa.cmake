@@ -3,6 +3,7 @@
 
 option(ESA_TESTS "build the tests" ON)
 option(ESA_FUZZ "build the service and its fuzz harness only" OFF)
+option(ESA_OPTIMIZED_DAEMON "the daemon as it ships, whatever the build type" OFF)
 set(ESA_SANITIZE "" CACHE STRING "value for -fsanitize=, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -15,7 +16,9 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 
 find_program(ESA_CCACHE ccache)
 if(ESA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${ESA_CCACHE})
+    # Precompiled headers are cached only when their defines may be taken on trust.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${ESA_CCACHE})
 endif()
 
 find_package(Threads REQUIRED)
@@ -42,7 +45,10 @@ target_link_libraries(esa_daemon_flags INTERFACE esa_warnings)
 target_compile_options(esa_daemon_flags INTERFACE
     -ffp-contract=off -fstack-protector-strong -fno-exceptions -fno-rtti)
 target_link_options(esa_daemon_flags INTERFACE -Wl,-z,relro,-z,now)
-if(NOT ESA_SANITIZE)
+if(ESA_OPTIMIZED_DAEMON)
+    target_compile_options(esa_daemon_flags INTERFACE -O2)
+    target_compile_definitions(esa_daemon_flags INTERFACE _FORTIFY_SOURCE=2)
+elseif(NOT ESA_SANITIZE)
     target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
 
@@ -60,6 +66,18 @@ target_compile_definitions(esa_host_headers INTERFACE
     ASIO_STANDALONE ASIO_NO_DEPRECATED FMT_HEADER_ONLY)
 target_link_libraries(esa_host_headers INTERFACE Threads::Threads)
 
+# The large headers are parsed once: those of the libraries for lab and tools, GoogleTest's for the
+# tests.
+add_library(host_pch STATIC EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
+target_link_libraries(host_pch PRIVATE esa_host_headers esa_warnings)
+target_precompile_headers(host_pch PRIVATE <asio.hpp> <CLI/CLI.hpp> <fmt/format.h>
+    <nlohmann/json.hpp>)
+function(esa_host_pch)
+    foreach(target ${ARGN})
+        target_precompile_headers(${target} REUSE_FROM host_pch)
+    endforeach()
+endfunction()
+
 if(ESA_TESTS)
     if(CMAKE_CROSSCOMPILING)
         # Debian ships GoogleTest as source too; the cross build needs its own copy. It defines the
@@ -70,6 +88,12 @@ if(ESA_TESTS)
         find_package(GTest REQUIRED)
     endif()
     include(GoogleTest)
+
+    # A program, because the tests are: the flags must be the same.
+    add_executable(test_pch EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
+    target_link_libraries(test_pch PRIVATE esa_warnings GTest::gmock)
+    target_compile_options(test_pch PRIVATE -ffp-contract=off)
+    target_precompile_headers(test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endif()
 
 # esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [TIMEOUT s])
@@ -83,6 +107,7 @@ function(esa_test NAME)
         ${PROJECT_SOURCE_DIR}/libs ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
     target_link_libraries(${NAME} PRIVATE ${T_LIBS} esa_warnings GTest::gmock_main Threads::Threads)
     target_compile_options(${NAME} PRIVATE -ffp-contract=off)
+    target_precompile_headers(${NAME} REUSE_FROM test_pch)
     if(NOT T_TIMEOUT)
         set(T_TIMEOUT 60)
     endif()
