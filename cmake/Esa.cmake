@@ -62,8 +62,9 @@ foreach(header asio asio.hpp CLI fmt nlohmann)
 endforeach()
 add_library(esa_host_headers INTERFACE)
 target_include_directories(esa_host_headers SYSTEM INTERFACE ${ESA_HOST_HEADERS})
+# Asio chooses its allocator by what was included before it: one choice for all sources.
 target_compile_definitions(esa_host_headers INTERFACE
-    ASIO_STANDALONE ASIO_NO_DEPRECATED FMT_HEADER_ONLY)
+    ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC FMT_HEADER_ONLY)
 target_link_libraries(esa_host_headers INTERFACE Threads::Threads)
 
 # The large headers are parsed once: those of the libraries for lab and tools, GoogleTest's for the
