@@ -4,14 +4,30 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 
 namespace enclab {
 
 using Local = asio::local::stream_protocol;
 
-constexpr std::uint8_t kController = 0x41;
-constexpr std::uint8_t kRedundancyRegister = 0x04;  // GPD4, the first thing a poll reads
+// What a poll of a chassis reads once, early in it: by the chassis' first device.
+constexpr struct {
+    std::uint8_t address;
+    std::uint8_t number;
+} kReadsOfAPoll[] = {
+    {0x41, 0x04},  // VSC055: redundancy
+    {0x63, 0x32},  // Xyratex: first fan
+    {0x2C, 0x1C},  // W83792AD: redundancy
+};
+
+static bool beginsPoll(const BusTransfer& transfer) {
+    const BusMessage& first = transfer.messages.front();
+    return transfer.messages.size() == 2 && transfer.messages.back().read &&
+           std::ranges::any_of(kReadsOfAPoll, [&](const auto& read) {
+               return first.address == read.address && first.bytes == Bytes{read.number};
+           });
+}
 
 SesClient::SesClient(Lab& lab, const std::string& socketName) : lab_(lab), socket_(lab.io()) {
     socket_.connect(Local::endpoint((lab.directory().switchSockets() / socketName).string()));
@@ -107,9 +123,7 @@ Lab& LabTest::prepare() {
     polls_ = 0;
     lab_ = std::make_unique<Lab>(options);
     lab_->chassis().bus().observe([this](const BusTransfer& transfer) {
-        const BusMessage& first = transfer.messages.front();
-        if (transfer.messages.size() == 2 && transfer.messages.back().read &&
-            first.address == kController && first.bytes == Bytes{kRedundancyRegister}) {
+        if (beginsPoll(transfer)) {
             ++polls_;
         }
     });
