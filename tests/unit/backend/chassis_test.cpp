@@ -28,15 +28,6 @@ TEST_F(Chassis, TypeOneHasNoEnclosureServices) {
     EXPECT_FALSE(row.alarmPageState);
 }
 
-TEST_F(Chassis, FanGroupsOfFourAreSwitchedTogether) {
-    healthyVsc055();
-    esaControl.i2cConnected = 1;
-    const EsaChassis_t& row = *esaChassisOf(KORVO_E_CHASSIS_XYRATEX_2U12ATX);
-    row.fanSwitch(0, true);
-    row.fanSwitch(4, true);
-    EXPECT_EQ(bus.takeLog(), (Lines{"W 41 98=3F", "W 41 99=3F"}));
-}
-
 TEST_F(Chassis, PeersFaultRequestsRecordTheFaultOfTheChassis) {
     const U32_t faults[] = {0, 0, 0, 0x2, 0x1, 0x2, 0x1, 0x2};
     for (KORVO_E_CHASSIS_t type : {U8_t{3}, U8_t{4}, U8_t{5}, U8_t{6}, U8_t{7}}) {

@@ -115,6 +115,15 @@ TEST_F(SupplyRules, PollReportsEachEdgeOnce) {
                "Turn [OFF] Power Redundancy Fail LED."}, {"W 63 06=2F"},
           {"led off", event61 + "2 numberOfPowerSupply=2 powerSupplyStatus=0x3"}},
          {"", {"Return Power Redundancy Fail Status [OK]."}, {}, {}}},
+        {VSC055_REDUNDANCY,
+         {"", {"Return Power Fail Status [ERROR]."}, {},
+          {"led on", "mail", event62 + "5 numberOfPowerSupply=2 powerSupplyStatus=0x1"}},
+         {"", {"Return Power Fail Status [ERROR].",
+               "Power Redundancy Status already [NOT OK]."}, {}, {}},
+         {"", {"Return Power Fail Status [OK]."}, {},
+          {"led off", event61 + "5 numberOfPowerSupply=2 powerSupplyStatus=0x3"}},
+         {"", {"Return Power Fail Status [OK].",
+               "Power Redundancy Status already [OK]."}, {}, {}}},
         {W83792AD_REDUNDANCY,  // the LED is on for the voltage already
          {"", {"Return Power Redundancy Status [ERROR]."}, {},
           {"mail", event62 + "7 numberOfPowerSupply=2"}},
@@ -219,6 +228,20 @@ TEST_F(SupplyRules, PageJudgesAndKeepsTheBooksByTheChassis) {
         EXPECT_EQ(look(false), c.stillBad);
         EXPECT_EQ(look(true), c.good);
         EXPECT_EQ(look(true), c.stillGood);
+    }
+}
+
+TEST_F(SupplyRules, SecondSupplyOfAPageDoesNotTakeTheChangeBack) {
+    for (const Cause& cause :
+         {XYRATEX_VOLTAGE, XYRATEX_REDUNDANCY, VSC055_REDUNDANCY, W83782D_5V, CHENBRO_5V}) {
+        SCOPED_TRACE(testing::Message() << "type " << cause.type);
+        start(cause);
+        set(cause, false);
+        PowerSupplyElementStat_t element = {};
+        EsaPageChange_t change = {};
+        esaChassis()->supplyPageStatus(0, &element, &change);
+        esaChassis()->supplyPageStatus(1, &element, &change);
+        EXPECT_TRUE(change.powerSupply);
     }
 }
 

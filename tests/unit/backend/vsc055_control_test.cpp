@@ -187,57 +187,6 @@ TEST_F(Vsc055Control, AlarmStatesHaveTheirNames) {
     EXPECT_EQ(bus.transfers(), 0);
 }
 
-TEST_F(Vsc055Control, StatusPageReadsRedundancyPerSupplyAndReportsTheEdgeOnce) {
-    PowerSupplyElementStat_t element = {};
-    EsaPageChange_t change = {};
-    row.supplyPageStatus(0, &element, &change);
-    EXPECT_EQ(bus.takeLog(), (Lines{"R 41 04=80"}));
-    EXPECT_EQ(element.commonStatus, 1);
-    EXPECT_EQ(element.fail, 0);
-    EXPECT_FALSE(change.powerSupply);
-    EXPECT_EQ(takeLines().back(), "Power Redundancy Status already [OK].");
-
-    bus.reg(0x41, 0x04) = 0x00;
-    element = {};
-    row.supplyPageStatus(0, &element, &change);
-    EXPECT_EQ(element.commonStatus, 5);
-    EXPECT_EQ(element.acFail, 0);
-    EXPECT_EQ(element.fail, 1);
-    EXPECT_TRUE(change.powerSupply);
-    EXPECT_EQ(esaControl.powerSupplyStatus, 0x1u);
-    // The second supply finds the books kept, and does not take the change back.
-    row.supplyPageStatus(1, &element, &change);
-    EXPECT_TRUE(change.powerSupply);
-    EXPECT_EQ(takeLines().back(), "Power Redundancy Status already [NOT OK].");
-    change = {};
-    row.supplyPageStatus(1, &element, &change);
-    EXPECT_FALSE(change.powerSupply);
-    EXPECT_FALSE(change.fan);
-    // The page sends the event itself.
-    EXPECT_EQ(sentTake(), (Lines{"led on", "mail"}));
-}
-
-TEST_F(Vsc055Control, StatusPageTakesAnUnreachableBusForLostRedundancy) {
-    bus.cut(0x41);
-    PowerSupplyElementStat_t element = {};
-    EsaPageChange_t change = {};
-    row.supplyPageStatus(0, &element, &change);
-    EXPECT_EQ(element.commonStatus, 5);
-    EXPECT_TRUE(change.powerSupply);
-    EXPECT_EQ(esaControl.compositeFaultStatus, 0x80000012u);
-}
-
-TEST_F(Vsc055Control, StatusPageShowsAFailureAPeerAskedFor) {
-    esaControl.powerSupplyElementControl[1].rqstFail = 1;
-    PowerSupplyElementStat_t element = {};
-    EsaPageChange_t change = {};
-    row.supplyPageStatus(0, &element, &change);
-    EXPECT_EQ(element.fail, 0);
-    row.supplyPageStatus(1, &element, &change);
-    EXPECT_EQ(element.commonStatus, 1);
-    EXPECT_EQ(element.fail, 1);
-}
-
 TEST_F(Vsc055Control, StatusPageReadsTheSensorsAndTracesEitherValueOrFailure) {
     bus.cut(0x4C);
     bus.reg(0x4B, 0x00) = 0xE7;

@@ -55,20 +55,4 @@ TEST_F(Vsc055Init, MissingSensorStopsBringUpBeforeTheFans) {
                             "Now marking Fault on I2C Device with Address [0x4b]."}));
 }
 
-TEST_F(Vsc055Init, CountsAboveTheArraysStayInsideThem) {
-    for (U8_t address : {U8_t{0x4A}, U8_t{0x4D}, U8_t{0x4E}, U8_t{0x4F}, U8_t{0x00}}) {
-        bus.reg(address, 0x00) = 25;
-    }
-    for (U8_t count : {U8_t{44}, U8_t{255}}) {
-        esaControl.coolingMaxNumber = count;
-        esaControl.temperatureSensorMaxNumber = count;
-        EXPECT_EQ(esaVsc055Init(), ESA_E_OK);
-        const Lines log = bus.takeLog();
-        EXPECT_EQ(std::count(log.begin(), log.end(), "W 41 9F=2F"), 1);
-        EXPECT_EQ(std::count(log.begin(), log.end(), "W 41 4C=81"), 1);
-        // One more of each fan's two registers than of 3 fans, and 8 sensors instead of 2.
-        EXPECT_EQ(log.size(), bringUp.size() + 2 * 5 + 6);
-    }
-}
-
 }  // namespace

@@ -61,25 +61,6 @@ TEST_F(Vsc055Poll, HealthyEnclosureCostsEightReadsAndSendsNothing) {
                                   "Alarm State is set to [MUTE_S3]."}));
 }
 
-TEST_F(Vsc055Poll, LostRedundancyIsReportedOnceAndOnceWhenItReturns) {
-    bus.reg(0x41, 0x04) = 0x7F;
-    EXPECT_EQ(poll(), (Lines{"led on", "mail",
-                             "event 6/2 enclosureType=5 numberOfPowerSupply=2 "
-                             "powerSupplyStatus=0x1"}));
-    EXPECT_EQ(esaControl.powerSupplyStatus, 0x1u);
-    EXPECT_EQ(esaControl.alarmState, 1u);
-    EXPECT_EQ(takeLines()[0], "Return Power Fail Status [ERROR].");
-
-    EXPECT_EQ(poll(), Lines{});
-    EXPECT_EQ(takeLines()[4], "Power Redundancy Status already [NOT OK].");
-
-    bus.reg(0x41, 0x04) = 0x80;
-    EXPECT_EQ(poll(), (Lines{"led off",
-                             "event 6/1 enclosureType=5 numberOfPowerSupply=2 "
-                             "powerSupplyStatus=0x3"}));
-    EXPECT_EQ(esaControl.alarmState, 3u);
-}
-
 TEST_F(Vsc055Poll, PulledFanSendsTheOthersToFullLoadAndBackStepByStep) {
     bus.reg(0x41, 0x36) = 0xFF;  // no tachometer pulses
     EXPECT_EQ(poll(), (Lines{"event 7/2 enclosureType=5 numberOfFan=3 fanFaultStatus=0x2", "led on",
@@ -200,15 +181,6 @@ TEST_F(Vsc055Poll, AlarmOutsideItsStatesIsReadTwiceForTheLine) {
               (Lines{"Read the Alarm State as un-supported value [9].",
                      "Read the Alarm State as un-supported value [9].",
                      "Alarm State is set to un-supported value [9]."}));
-}
-
-TEST_F(Vsc055Poll, CountsAboveTheArraysPollTheArraysOnly) {
-    esaControl.coolingMaxNumber = 255;
-    esaControl.temperatureSensorMaxNumber = 255;
-    esaControl.fanFaultRpmLimit = 0;
-    poll();
-    // 1 for the supplies, 8 fans, and of 8 sensors the two that answer take two reads each.
-    EXPECT_EQ(bus.takeLog().size(), 1u + 8u + 2u * 2u + 6u);
 }
 
 }  // namespace
