@@ -169,6 +169,9 @@ TEST_F(ResourcesTest, TheLoopAllocatesNothing) {
 }
 
 TEST_F(ResourcesTest, AStatusRequestCostsFourSystemCalls) {
+#if defined(__powerpc__)
+    GTEST_SKIP() << "the emulator's log of calls does not tell the adapter's calls apart";
+#endif
     const std::filesystem::path log = options.directory.native() + ".calls";
     std::filesystem::create_directories(log.parent_path());
     std::ofstream(log).close();
