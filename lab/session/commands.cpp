@@ -3,44 +3,13 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
-#include <cmath>
 #include <sstream>
-#include <stdexcept>
+
+#include "lab/words.h"
 
 namespace enclab {
 
 namespace {
-
-[[noreturn]] void refuse(const std::string& text) {
-    throw std::invalid_argument(text);
-}
-
-template <typename Number>
-Number number(const std::string& word, const char* what) {
-    Number value{};
-    const char* const end = word.data() + word.size();
-    const auto [stopped, error] = std::from_chars(word.data(), end, value);
-    const bool finite = std::isfinite(static_cast<double>(value));
-    if (error != std::errc() || stopped != end || !finite) {
-        refuse(fmt::format("'{}' is not {}", word, what));
-    }
-    return value;
-}
-
-// Position of the word among the choices.
-std::size_t choice(const std::string& word, std::initializer_list<const char*> choices) {
-    std::size_t n = 0;
-    std::string all;
-    for (const char* candidate : choices) {
-        if (word == candidate) {
-            return n;
-        }
-        ++n;
-        all += (all.empty() ? "" : " or ") + fmt::format("'{}'", candidate);
-    }
-    refuse(fmt::format("'{}' where {} is expected", word, all));
-}
 
 std::string usage(const char* name, const char* arguments) {
     return *arguments == '\0' ? name : fmt::format("{} {}", name, arguments);
@@ -82,7 +51,7 @@ Commands::Result Commands::run(std::string_view line) {
         if (name != command.name) {
             continue;
         }
-        if (words.size() != command.count) {
+        if (words.size() < command.least || words.size() > command.most) {
             return {false, "usage: " + usage(command.name, command.arguments)};
         }
         try {

@@ -30,8 +30,9 @@ class Commands {
     struct Command {
         const char* name;
         const char* arguments;  // for the reader
-        std::size_t count;      // of words behind the name
+        std::size_t least;      // words behind the name
         std::string (Commands::*run)(const Words&);
+        std::size_t most = least;
     };
     static const Command kCommands[];
 

@@ -50,7 +50,7 @@ static std::unique_ptr<Chassis> chassisFor(const LabOptions& options) {
 
 Lab::Lab(LabOptions options)
     : options_(completed(std::move(options))),
-      start_(std::chrono::steady_clock::now()),
+      schedule_(std::make_unique<RealSchedule>(io_, options_.speed)),
       directory_(options_.directory),
       chassis_(chassisFor(options_)),
       busServer_(io_, chassis_->bus(), directory_.busSocket(), options_.adapter),
@@ -187,11 +187,6 @@ bool Lab::runUntil(const std::function<bool()>& condition, std::chrono::millisec
         io_.run_one_for(std::chrono::milliseconds(20));
     }
     return true;
-}
-
-double Lab::time() const {
-    const std::chrono::duration<double> real = std::chrono::steady_clock::now() - start_;
-    return real.count() * options_.speed;
 }
 
 int Lab::count(Kind kind) const {

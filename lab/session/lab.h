@@ -19,6 +19,7 @@
 #include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
 #include "lab/peers/switch.h"
+#include "lab/schedule.h"
 #include "lab/session/child.h"
 #include "lab/session/lab_directory.h"
 #include "lab/session/parameter_area.h"
@@ -72,8 +73,9 @@ class Lab {
     bool runUntil(const std::function<bool()>& condition,
                   std::chrono::milliseconds patience = std::chrono::seconds(20));
 
-    // The daemon's seconds since the lab was made: real ones times the speed.
-    double time() const;
+    // The daemon's seconds since the lab was made.
+    double time() const { return schedule_->now(); }
+    Schedule& schedule() { return *schedule_; }
     const LabOptions& options() const { return options_; }
     LabDirectory& directory() { return directory_; }
     ParameterArea& parameters() { return parameters_; }
@@ -110,8 +112,8 @@ class Lab {
     std::string preloadVariable() const;
 
     LabOptions options_;
-    std::chrono::steady_clock::time_point start_;
     asio::io_context io_;
+    std::unique_ptr<Schedule> schedule_;
     LabDirectory directory_;
     ParameterArea parameters_;
     std::unique_ptr<Chassis> chassis_;
