@@ -45,3 +45,11 @@ inline std::string hexText(const std::vector<std::uint8_t>& bytes) {
 inline std::string hexText(std::string_view typed) {
     return hexText(hexBytes(typed));
 }
+// "01 00 00 ..." in one line.
+inline std::string hexLine(const std::vector<std::uint8_t>& bytes) {
+    std::string text = hexText(bytes);
+    for (char& c : text) {
+        c = c == '\n' ? ' ' : c;
+    }
+    return text.substr(0, text.size() - (text.empty() ? 0 : 1));
+}

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Apache-2.0
+// Tests written as text: "== TITLE" begins a chapter, "> COMMAND" a step, and the lines below it
+// are all that must come of it. Empty lines, and lines that begin with "# ", are the reader's.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using Lines = std::vector<std::string>;
+
+// The words of a command; what is missing reads as empty, or 0.
+struct Words {
+    explicit Words(const std::string& text) {
+        std::istringstream stream(text);
+        all.assign(std::istream_iterator<std::string>(stream), {});
+    }
+    std::string operator[](std::size_t n) const { return n < all.size() ? all[n] : ""; }
+    int number(std::size_t n) const {
+        const std::string word = (*this)[n];
+        return word.empty() ? 0 : static_cast<int>(std::stol(word, nullptr, 0));
+    }
+    // Everything from word `n` on.
+    std::string from(std::size_t n) const {
+        std::string text;
+        for (; n < all.size(); ++n) {
+            text += (text.empty() ? "" : " ") + all[n];
+        }
+        return text;
+    }
+    std::vector<std::string> all;
+};
+
+// Carries out commands; a test adds them to `commands` and says what comes of them.
+class Player {
+  public:
+    virtual ~Player() = default;
+    std::string run(const std::string& text) {
+        said_.clear();
+        const Words words(text);
+        const auto command = commands.find(words[0]);
+        if (command == commands.end()) {
+            throw std::invalid_argument("no such command: " + text);
+        }
+        command->second(words);
+        finish();
+        return said_;
+    }
+
+  protected:
+    void say(const std::string& line) { said_ += line + "\n"; }
+    void say(const Lines& lines) {
+        for (const std::string& line : lines) {
+            say(line);
+        }
+    }
+    // After each command: says what it left behind.
+    virtual void finish() {}
+
+    std::map<std::string, std::function<void(const Words&)>> commands;
+
+  private:
+    std::string said_;
+};
+
+// Plays each chapter with a new player.
+template <typename P>
+void scriptPlay(const std::string& path) {
+    std::ifstream file(path);
+    std::optional<P> player;
+    std::string title, command, expected;
+    int number = 0, steps = 0, at = 0;
+    const auto stepPlay = [&] {
+        if (!command.empty()) {
+            ++steps;
+            EXPECT_EQ(expected, player->run(command))
+                << path << ":" << at << ": " << command << ", in \"" << title << "\"";
+        }
+        command.clear();
+        expected.clear();
+    };
+    for (std::string line; std::getline(file, line);) {
+        ++number;
+        if (line.starts_with("== ") || line.starts_with("> ")) {
+            stepPlay();
+            at = number;
+        }
+        if (line.starts_with("== ")) {
+            title = line.substr(3);
+            player.reset();
+            player.emplace();
+        } else if (line.starts_with("> ")) {
+            command = line.substr(2);
+        } else if (!line.empty() && !line.starts_with("# ")) {
+            expected += line + "\n";
+        }
+    }
+    stepPlay();
+    EXPECT_GT(steps, 0) << path;
+}
