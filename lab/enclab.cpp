@@ -50,6 +50,7 @@ struct Arguments {
     bool noRcp = false;
     bool smbus = false;
     bool keep = false;
+    bool still = false;
     std::vector<std::string> command;
 
     std::filesystem::path labDirectory() const {
@@ -64,6 +65,7 @@ LabOptions labOptions(const Arguments& arguments) {
     options.speed = arguments.speed;
     options.trace = arguments.trace;
     options.rcpComplete = !arguments.noRcp;
+    options.plant = !arguments.still;
     if (arguments.smbus) {
         options.adapter = enclab::AdapterKind::kSmbusOnly;
     }
@@ -231,6 +233,8 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
         ->check(CLI::ExistingFile);
     app.add_flag("--no-rcp", arguments.noRcp, "leave the platform's RCP-complete flag clear");
     app.add_flag("--smbus", arguments.smbus, "the enclosure's adapter can only do SMBus transfers");
+    app.add_flag("--still", arguments.still,
+                 "no physics: fans follow their load at once, temperatures stay as set");
     app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
         ->check(CLI::ExistingFile);
     app.add_flag("--keep", arguments.keep, "keep the trace and the alternate event log at the end");

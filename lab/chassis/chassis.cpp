@@ -87,47 +87,81 @@ void Chassis::spinFans() {
     }
 }
 
+std::size_t Chassis::fanIndex(int fan) const {
+    return checked("fan", fan, fans());
+}
+
+std::size_t Chassis::sensorIndex(int sensor) const {
+    return checked("sensor", sensor, sensors());
+}
+
+std::size_t Chassis::slotIndex(int slot) const {
+    return checked("slot", slot, slots());
+}
+
+void Chassis::turnFansBy(FanSpeed speed) {
+    fanSpeed_ = std::move(speed);
+    spinFans();
+}
+
 void Chassis::setFanPresent(int fan, bool present) {
-    fanPresent_[checked("fan", fan, fans())] = present;
+    fanPresent_[fanIndex(fan)] = present;
     spinFans();
 }
 
 bool Chassis::fanPresent(int fan) const {
-    return fanPresent_[checked("fan", fan, fans())];
+    return fanPresent_[fanIndex(fan)];
 }
 
 double Chassis::fanLoadPercent(int fan) const {
-    checked("fan", fan, fans());
+    fanIndex(fan);
     return drivenPercent(fan);
 }
 
 double Chassis::fanRpm(int fan) const {
-    return fanPresent(fan) ? parts_.fullSpeedRpm * fanLoadPercent(fan) / 100 : 0;
+    if (!fanPresent(fan)) {
+        return 0;
+    }
+    return fanSpeed_ ? fanSpeed_(fan) : parts_.fullSpeedRpm * fanLoadPercent(fan) / 100;
 }
 
 void Chassis::setTemperature(int sensor, double degrees) {
-    temperatures_[checked("sensor", sensor, sensors())] = degrees;
+    warmSensor(sensor, degrees);
+}
+
+void Chassis::warmSensor(int sensor, double degrees) {
+    temperatures_[sensorIndex(sensor)] = degrees;
     wireTemperature(sensor, degrees);
 }
 
 double Chassis::temperature(int sensor) const {
-    return temperatures_[checked("sensor", sensor, sensors())];
+    return temperatures_[sensorIndex(sensor)];
 }
 
 void Chassis::setRail(std::string_view name, double volts) {
+    for (const std::size_t rail : railsNamed(name)) {
+        driftRail(rail, volts);
+    }
+}
+
+void Chassis::driftRail(std::size_t rail, double volts) {
+    rails_.at(rail).volts = volts;
+    wireRail(rail, volts);
+}
+
+std::vector<std::size_t> Chassis::railsNamed(std::string_view name) const {
     require(!rails_.empty(), "supply rails that anything measures");
-    bool found = false;
+    std::vector<std::size_t> found;
     for (std::size_t rail = 0; rail < rails_.size(); ++rail) {
         if (meant(rails_[rail].name, name)) {
-            found = true;
-            rails_[rail].volts = volts;
-            wireRail(rail, volts);
+            found.push_back(rail);
         }
     }
-    if (!found) {
+    if (found.empty()) {
         throw std::out_of_range(
             fmt::format("no rail \"{}\": the chassis has {}", name, names(rails_)));
     }
+    return found;
 }
 
 void Chassis::setRedundancy(bool good) {
@@ -143,18 +177,18 @@ bool Chassis::redundancy() const {
 
 void Chassis::setDrivePresent(int slot, bool present) {
     require(parts_.drivePresence, "drive presence inputs");
-    drivePresent_[checked("slot", slot, slots())] = present;
+    drivePresent_[slotIndex(slot)] = present;
     wireDrive(slot, present);
 }
 
 bool Chassis::drivePresent(int slot) const {
     require(parts_.drivePresence, "drive presence inputs");
-    return drivePresent_[checked("slot", slot, slots())];
+    return drivePresent_[slotIndex(slot)];
 }
 
 bool Chassis::driveFaultLed(int slot) const {
     require(parts_.driveLeds, "drive fault LEDs");
-    checked("slot", slot, slots());
+    slotIndex(slot);
     return driveLedLit(slot);
 }
 

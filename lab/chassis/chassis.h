@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -60,7 +61,13 @@ class Chassis {
     void returnFan(int fan) { setFanPresent(fan, true); }
     bool fanPresent(int fan) const;
     double fanLoadPercent(int fan) const;  // as the chip drives it, 0 without power
-    double fanRpm(int fan) const;          // follows the load at once
+    double fanRpm(int fan) const;          // 0 without a fan
+
+    // Who says how fast a fitted fan turns, RPM. With none, the start: it follows its load at once.
+    using FanSpeed = std::function<double(int fan)>;
+    void turnFansBy(FanSpeed speed);
+    // Brings the fans' speeds to the chips.
+    void spinFans();
 
     void setTemperature(int sensor, double degrees);  // Celsius
     double temperature(int sensor) const;
@@ -68,6 +75,12 @@ class Chassis {
     // A rail by its name; without its "@" part, that rail of every place.
     void setRail(std::string_view name, double volts);
     const std::vector<ChassisRail>& rails() const { return rails_; }
+    // Positions in rails() of those such a name means, at least one.
+    std::vector<std::size_t> railsNamed(std::string_view name) const;
+
+    // The same done by the surroundings, not by hand.
+    void warmSensor(int sensor, double degrees);
+    void driftRail(std::size_t rail, double volts);
 
     void setRedundancy(bool good);  // of the power supplies
     bool redundancy() const;
@@ -82,6 +95,11 @@ class Chassis {
     // Time passes, for what runs by itself.
     virtual void advance(std::chrono::duration<double>) {}
 
+    // Numbers as positions, checked.
+    std::size_t fanIndex(int fan) const;
+    std::size_t sensorIndex(int sensor) const;
+    std::size_t slotIndex(int slot) const;
+
     // Address of a device given by its name or by its bus address ("0x41").
     std::uint8_t addressOf(std::string_view device) const;
     // Name of the device at an address, "0x41" when there is none.
@@ -94,8 +112,6 @@ class Chassis {
     void addDevice(std::string name, std::uint8_t address, Chip& chip);
     // Once all is wired: brings the state of the start to the chips.
     void start();
-    // Brings the fans to the load the chips give them.
-    void spinFans();
 
   private:
     // The wiring: numbers are checked, states kept here.
@@ -113,6 +129,7 @@ class Chassis {
     Bus bus_;
     std::vector<ChassisDevice> devices_;
     std::vector<bool> fanPresent_;
+    FanSpeed fanSpeed_;
     std::vector<double> temperatures_;
     std::vector<ChassisRail> rails_;
     bool redundancy_ = true;

@@ -18,10 +18,12 @@ std::string usage(const char* name, const char* arguments) {
 }  // namespace
 
 const Commands::Command Commands::kCommands[] = {
-    {"fan", "N pull|return", 2, &Commands::fan},
-    {"temp", "N|all DEGREES", 2, &Commands::temperature},
+    {"fan", "N pull|return|lock|free|wear PERCENT|stall PERCENT", 2, &Commands::fan, 3},
+    {"temp", "N|all DEGREES|auto", 2, &Commands::temperature},
+    {"inlet", "DEGREES", 1, &Commands::inlet},
+    {"heat", "[SLOT] PERCENT", 1, &Commands::heat, 2},
     {"psu", "lost|good", 1, &Commands::psu},
-    {"rail", "NAME VOLTS", 2, &Commands::rail},
+    {"rail", "NAME VOLTS|lost|drift VOLTS_PER_HOUR", 2, &Commands::rail, 3},
     {"drive", "N present|absent", 2, &Commands::drive},
     {"cut", "DEVICE|ADDRESS", 1, &Commands::cut},
     {"mend", "DEVICE|ADDRESS", 1, &Commands::mend},
@@ -63,36 +65,10 @@ Commands::Result Commands::run(std::string_view line) {
     return {false, fmt::format("no command '{}'; help lists them", name)};
 }
 
-std::string Commands::fan(const Words& words) {
-    const int fan = number<int>(words[0], "a fan number");
-    const bool pull = choice(words[1], {"pull", "return"}) == 0;
-    pull ? lab_.chassis().pullFan(fan) : lab_.chassis().returnFan(fan);
-    return fmt::format("fan {} {}", fan, pull ? "pulled" : "returned");
-}
-
-std::string Commands::temperature(const Words& words) {
-    const double degrees = number<double>(words[1], "a temperature in degrees");
-    if (words[0] == "all") {
-        for (int sensor = 0; sensor < lab_.chassis().sensors(); ++sensor) {
-            lab_.chassis().setTemperature(sensor, degrees);
-        }
-        return fmt::format("all sensors at {} degrees", degrees);
-    }
-    const int sensor = number<int>(words[0], "a sensor number");
-    lab_.chassis().setTemperature(sensor, degrees);
-    return fmt::format("sensor {} at {} degrees", sensor, degrees);
-}
-
 std::string Commands::psu(const Words& words) {
     const bool good = choice(words[0], {"lost", "good"}) == 1;
     lab_.chassis().setRedundancy(good);
     return fmt::format("supply redundancy {}", good ? "good" : "lost");
-}
-
-std::string Commands::rail(const Words& words) {
-    const double volts = number<double>(words[1], "a voltage in volts");
-    lab_.chassis().setRail(words[0], volts);
-    return fmt::format("rail {} at {} V", words[0], volts);
 }
 
 std::string Commands::drive(const Words& words) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +41,8 @@ class Commands {
     // the reason when it cannot.
     std::string fan(const Words& words);
     std::string temperature(const Words& words);
+    std::string inlet(const Words& words);
+    std::string heat(const Words& words);
     std::string psu(const Words& words);
     std::string rail(const Words& words);
     std::string drive(const Words& words);
@@ -51,6 +54,9 @@ class Commands {
     std::string show(const Words& words);
     std::string help(const Words& words);
     std::string quit(const Words& words);
+
+    void sensorSet(int sensor, std::optional<double> degrees);
+    void railSet(const std::string& name, double volts);
 
     Lab& lab_;
     std::function<void()> quit_;

@@ -53,6 +53,7 @@ Lab::Lab(LabOptions options)
       schedule_(std::make_unique<RealSchedule>(io_, options_.speed)),
       directory_(options_.directory),
       chassis_(chassisFor(options_)),
+      plant_(options_.plant ? std::make_unique<Plant>(*chassis_) : nullptr),
       busServer_(io_, chassis_->bus(), directory_.busSocket(), options_.adapter),
       switch_(io_, directory_.switchSockets()),
       startupProcess_(switch_),
@@ -152,6 +153,9 @@ void Lab::takeMessage(std::uint8_t from, const Message& message) {
 void Lab::letTimePass() {
     const double now = time();
     chassis_->advance(std::chrono::duration<double>(now - lastTick_));
+    if (plant_) {
+        plant_->advance(now - lastTick_);
+    }
     lastTick_ = now;
     tick_.expires_after(kTick);
     tick_.async_wait([this](const asio::error_code& error) {

@@ -19,6 +19,7 @@
 #include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
 #include "lab/peers/switch.h"
+#include "lab/plant/plant.h"
 #include "lab/schedule.h"
 #include "lab/session/child.h"
 #include "lab/session/lab_directory.h"
@@ -36,6 +37,7 @@ struct LabOptions {
     std::string personality = Personality().xml();  // text of the file
     std::string chassis = {};  // "xyratex"; empty: the one the personality selects
     AdapterKind adapter = AdapterKind::kI2c;
+    bool plant = false;  // physics; without them fans follow their load and sensors stay as set
 
     // What a test may bend.
     std::vector<std::string> launcher = {};           // words in front of the daemon; it passes an
@@ -83,6 +85,7 @@ class Lab {
     StartupProcess& startupProcess() { return startupProcess_; }
     EventManager& eventManager() { return eventManager_; }
     Chassis& chassis() { return *chassis_; }
+    Plant* plant() { return plant_.get(); }  // nullptr without the option
     BusServer& busServer() { return busServer_; }
     Child& daemon() { return *daemon_; }
     bool daemonRunning() const { return daemon_ && daemon_->running(); }
@@ -117,6 +120,7 @@ class Lab {
     LabDirectory directory_;
     ParameterArea parameters_;
     std::unique_ptr<Chassis> chassis_;
+    std::unique_ptr<Plant> plant_;
     BusServer busServer_;
     MessageSwitch switch_;
     StartupProcess startupProcess_;

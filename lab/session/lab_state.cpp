@@ -2,6 +2,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+#include <numeric>
+
 #include "lab/session/commands.h"
 
 namespace enclab {
@@ -25,12 +28,45 @@ std::string daemonText(Lab& lab) {
                        lab.daemon().cpuSeconds(), lab.time());
 }
 
-std::string fanText(const Chassis& chassis, int fan) {
+std::string conditionText(const PlantFan& fan) {
+    std::string text = fan.locked() ? ", locked" : fan.stalled() ? ", stalled" : "";
+    if (fan.wear() > 0) {
+        text += fmt::format(", worn by {} %", fan.wear());
+    }
+    if (fan.stall() != PlantFan::kUsualStall) {
+        text += fmt::format(", stands below {} %", fan.stall());
+    }
+    return text;
+}
+
+std::string fanText(Lab& lab, int fan) {
+    const Chassis& chassis = lab.chassis();
     if (!chassis.fanPresent(fan)) {
         return "pulled";
     }
-    return fmt::format("{:.0f} RPM, load {:.0f} %", chassis.fanRpm(fan),
-                       chassis.fanLoadPercent(fan));
+    return fmt::format("{:.0f} RPM, load {:.0f} %{}", chassis.fanRpm(fan),
+                       chassis.fanLoadPercent(fan),
+                       lab.plant() != nullptr ? conditionText(lab.plant()->fan(fan)) : "");
+}
+
+std::string sensorText(Lab& lab, int sensor) {
+    const bool pinned = lab.plant() != nullptr && lab.plant()->sensorPinned(sensor);
+    return fmt::format("{:.1f} degrees{}", lab.chassis().temperature(sensor),
+                       pinned ? " (set)" : "");
+}
+
+std::string plantText(Lab& lab) {
+    const Plant& plant = *lab.plant();
+    const std::vector<double> watts = plant.powers();
+    std::vector<double> busy;
+    for (int slot = 0; slot < lab.chassis().slots(); ++slot) {
+        busy.push_back(plant.heat(slot));
+    }
+    const auto [least, most] = std::ranges::minmax(busy);
+    return fmt::format(
+        "inlet {:.1f} degrees, drives {} % busy, {:.0f} W", plant.inlet(),
+        least == most ? fmt::format("{}", most) : fmt::format("{} to {}", least, most),
+        std::accumulate(watts.begin(), watts.end(), 0.0));
 }
 
 template <typename Test>
@@ -113,11 +149,13 @@ std::string labState(Lab& lab) {
     Lines lines;
     add(lines, "daemon", daemonText(lab));
     for (int fan = 0; fan < chassis.fans(); ++fan) {
-        add(lines, fmt::format("fan {}", fan), fanText(chassis, fan));
+        add(lines, fmt::format("fan {}", fan), fanText(lab, fan));
     }
     for (int sensor = 0; sensor < chassis.sensors(); ++sensor) {
-        add(lines, fmt::format("sensor {}", sensor),
-            fmt::format("{:.1f} degrees", chassis.temperature(sensor)));
+        add(lines, fmt::format("sensor {}", sensor), sensorText(lab, sensor));
+    }
+    if (lab.plant() != nullptr) {
+        add(lines, "plant", plantText(lab));
     }
     addFitted(lines, chassis);
     add(lines, "devices", deviceText(chassis));

@@ -149,7 +149,7 @@ TEST_F(EnclabTest, EveryWayOfEndingLeavesNothingBehind) {
 
 TEST_F(EnclabTest, TypedCommandsAreDoneAndTheEndOfTheInputEndsNothing) {
     std::string command;
-    for (const std::string& word : program({"--name", name_, "--speed", "50"})) {
+    for (const std::string& word : program({"--name", name_, "--speed", "50", "--still"})) {
         command += " '" + word + "'";
     }
     lab_ = std::make_unique<Child>(

@@ -289,6 +289,12 @@ class CommandsTest : public Place {
     }
 };
 
+class PlantCommandsTest : public CommandsTest {
+  protected:
+    PlantCommandsTest()
+        : CommandsTest({.personality = personalityOf("w83792ad").xml(), .plant = true}) {}
+};
+
 class XyratexCommandsTest : public CommandsTest {
   protected:
     XyratexCommandsTest()
@@ -350,6 +356,11 @@ TEST_F(CommandsTest, BadInputIsOneErrorLineAndChangesNothing) {
                              "temp 4 30",
                              "temp some 30",
                              "temp all 30degrees",
+                             "temp all auto",
+                             "inlet 22",
+                             "heat 10",
+                             "fan 0 lock",
+                             "fan 0 wear 0",
                              "psu",
                              "psu bad",
                              "rail 5 5",
@@ -378,6 +389,38 @@ TEST_F(CommandsTest, BadInputIsOneErrorLineAndChangesNothing) {
     }
     EXPECT_EQ(commands_.run("show").text, before);
     EXPECT_EQ(quits_, 0);
+}
+
+TEST_F(PlantCommandsTest, ActOnThePhysics) {
+    Plant& plant = *lab_.plant();
+    for (const char* line : {"fan 0 lock", "fan 1 wear 20", "fan 2 stall 30", "inlet 31.5",
+                             "heat 40", "heat 3 100", "rail 12 drift -0.5", "temp 1 51.5"}) {
+        EXPECT_TRUE(commands_.run(line).ok) << line;
+    }
+    EXPECT_EQ(plant.railDrift(1), -0.5);
+    const std::string before = commands_.run("show").text;
+    for (const char* line :
+         {"fan 0       0 RPM, load 94 %, locked\n", "RPM, load 94 %, worn by 20 %\n",
+          "RPM, load 94 %, stands below 30 %\n", "sensor 1    51.5 degrees (set)\n",
+          "plant       inlet 31.5 degrees, drives 40 to 100 % busy, 227 W\n"}) {
+        EXPECT_THAT(before, HasSubstr(line));
+    }
+    for (const char* line :
+         {"fan 0 lock 3",    "fan 0 wear",     "fan 0 wear much", "fan 0 wear 101",
+          "fan 6 free",      "fan 1 stall -1", "temp 3 auto",     "temp all automatic",
+          "inlet",           "inlet hot",      "inlet 100",       "heat",
+          "heat 101",        "heat 16 5",      "heat 1 2 3",      "rail 12 drift",
+          "rail 12 sinks 3", "rail 7 drift 1", "rail 7 lost",     "rail 12 drift nan"}) {
+        EXPECT_FALSE(commands_.run(line).ok) << line;
+    }
+    EXPECT_EQ(commands_.run("show").text, before);
+    EXPECT_TRUE(commands_.run("fan 0 free").ok);
+    EXPECT_FALSE(plant.fan(0).locked());
+    EXPECT_TRUE(commands_.run("temp all auto").ok);
+    EXPECT_EQ(lab_.chassis().temperature(1), plant.temperature(1));
+    EXPECT_TRUE(commands_.run("rail 12 lost").ok);
+    EXPECT_EQ(lab_.chassis().rails()[1].volts, 0);
+    EXPECT_EQ(plant.railDrift(1), 0) << "it has gone";
 }
 
 TEST_F(CommandsTest, ShowTellsTheWholeState) {
@@ -441,10 +484,12 @@ TEST_F(XyratexCommandsTest, TimePassesInTheChassisAtTheDaemonsPace) {
 
 TEST_F(CommandsTest, HelpNamesEveryCommand) {
     EXPECT_EQ(commands_.run("help").text,
-              "fan N pull|return\n"
-              "temp N|all DEGREES\n"
+              "fan N pull|return|lock|free|wear PERCENT|stall PERCENT\n"
+              "temp N|all DEGREES|auto\n"
+              "inlet DEGREES\n"
+              "heat [SLOT] PERCENT\n"
               "psu lost|good\n"
-              "rail NAME VOLTS\n"
+              "rail NAME VOLTS|lost|drift VOLTS_PER_HOUR\n"
               "drive N present|absent\n"
               "cut DEVICE|ADDRESS\n"
               "mend DEVICE|ADDRESS\n"
