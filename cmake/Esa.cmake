@@ -93,24 +93,38 @@ if(ESA_TESTS)
     # A program, because the tests are: the flags must be the same.
     add_executable(test_pch EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
     target_link_libraries(test_pch PRIVATE esa_warnings GTest::gmock)
-    target_compile_options(test_pch PRIVATE -ffp-contract=off)
     target_precompile_headers(test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 endif()
 
-# esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [TIMEOUT s])
-# One unit test program. SOURCES are relative to the repository, and list exactly the product files
-# under test, so that a call against the layering does not link.
+# esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [TIMEOUT s] [EACH])
+# One test program. SOURCES are relative to the repository; of the service they list exactly the
+# files under test, so that a call against the layering does not link. Those are not compiled again:
+# their objects are taken from esaservice. EACH makes every test of the program a test of CTest, for
+# long ones that shall run side by side; otherwise the program is one.
 function(esa_test NAME)
-    cmake_parse_arguments(T "" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(T "EACH" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    set(service ${T_SOURCES})
+    list(FILTER service INCLUDE REGEX "^apps/esa/")
+    list(FILTER T_SOURCES EXCLUDE REGEX "^apps/esa/")
     list(TRANSFORM T_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
     add_executable(${NAME} ${T_SOURCES})
+    foreach(source ${service})
+        string(REGEX REPLACE "^apps/esa" "${PROJECT_BINARY_DIR}/apps/esa/CMakeFiles/esaservice.dir"
+            object ${source}.o)
+        set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT ON GENERATED ON)
+        target_sources(${NAME} PRIVATE ${object})
+    endforeach()
     target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include
         ${PROJECT_SOURCE_DIR}/libs ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
     target_link_libraries(${NAME} PRIVATE ${T_LIBS} esa_warnings GTest::gmock_main Threads::Threads)
-    target_compile_options(${NAME} PRIVATE -ffp-contract=off)
     target_precompile_headers(${NAME} REUSE_FROM test_pch)
     if(NOT T_TIMEOUT)
         set(T_TIMEOUT 60)
     endif()
-    gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${T_TIMEOUT})
+    if(T_EACH)
+        gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${T_TIMEOUT})
+    else()
+        add_test(NAME ${NAME} COMMAND ${NAME} --gtest_brief=1)
+        set_tests_properties(${NAME} PROPERTIES TIMEOUT ${T_TIMEOUT})
+    endif()
 endfunction()
