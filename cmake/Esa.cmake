@@ -29,15 +29,20 @@ add_library(esa_warning_flags INTERFACE)
 target_compile_options(esa_warning_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wundef -Werror)
 
+# Undefined behaviour is watched for in the service and its libraries only: elsewhere it would double
+# the time to compile.
+add_library(esa_sanitizers INTERFACE)
+if(ESA_SANITIZE)
+    string(REPLACE ",undefined" "" sanitize_all ${ESA_SANITIZE})
+    target_compile_options(esa_sanitizers INTERFACE -fsanitize=${sanitize_all}
+        -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(esa_sanitizers INTERFACE -fsanitize=${ESA_SANITIZE})
+endif()
+
 # Everything of ours: warnings are errors, time and file offsets are 64 bits wide on both targets.
 add_library(esa_warnings INTERFACE)
-target_link_libraries(esa_warnings INTERFACE esa_warning_flags)
+target_link_libraries(esa_warnings INTERFACE esa_warning_flags esa_sanitizers)
 target_compile_definitions(esa_warnings INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
-if(ESA_SANITIZE)
-    target_compile_options(esa_warnings INTERFACE -fsanitize=${ESA_SANITIZE} -fno-omit-frame-pointer
-        -fno-sanitize-recover=all)
-    target_link_options(esa_warnings INTERFACE -fsanitize=${ESA_SANITIZE})
-endif()
 
 # The daemon and its libraries: hardened, and volts are computed alike on both targets.
 add_library(esa_daemon_flags INTERFACE)
@@ -45,6 +50,9 @@ target_link_libraries(esa_daemon_flags INTERFACE esa_warnings)
 target_compile_options(esa_daemon_flags INTERFACE
     -ffp-contract=off -fstack-protector-strong -fno-exceptions -fno-rtti)
 target_link_options(esa_daemon_flags INTERFACE -Wl,-z,relro,-z,now)
+if(ESA_SANITIZE)
+    target_compile_options(esa_daemon_flags INTERFACE -fsanitize=${ESA_SANITIZE})
+endif()
 if(ESA_OPTIMIZED_DAEMON)
     target_compile_options(esa_daemon_flags INTERFACE -O2)
     target_compile_definitions(esa_daemon_flags INTERFACE _FORTIFY_SOURCE=2)
@@ -64,20 +72,11 @@ add_library(esa_host_headers INTERFACE)
 target_include_directories(esa_host_headers SYSTEM INTERFACE ${ESA_HOST_HEADERS})
 # Asio chooses its allocator by what was included before it: one choice for all sources.
 target_compile_definitions(esa_host_headers INTERFACE
-    ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC FMT_HEADER_ONLY)
-target_link_libraries(esa_host_headers INTERFACE Threads::Threads)
-
-# The large headers are parsed once: those of the libraries for lab and tools, GoogleTest's for the
-# tests.
-add_library(host_pch STATIC EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
-target_link_libraries(host_pch PRIVATE esa_host_headers esa_warnings)
-target_precompile_headers(host_pch PRIVATE <asio.hpp> <CLI/CLI.hpp> <fmt/format.h>
-    <nlohmann/json.hpp>)
-function(esa_host_pch)
-    foreach(target ${ARGN})
-        target_precompile_headers(${target} REUSE_FROM host_pch)
-    endforeach()
-endfunction()
+    ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC)
+add_library(host_fmt STATIC ${PROJECT_SOURCE_DIR}/cmake/fmt.cpp)
+target_include_directories(host_fmt SYSTEM PRIVATE ${ESA_HOST_HEADERS})
+target_link_libraries(host_fmt PRIVATE esa_sanitizers)
+target_link_libraries(esa_host_headers INTERFACE host_fmt Threads::Threads)
 
 if(ESA_TESTS)
     if(CMAKE_CROSSCOMPILING)
@@ -90,7 +89,8 @@ if(ESA_TESTS)
     endif()
     include(GoogleTest)
 
-    # A program, because the tests are: the flags must be the same.
+    # GoogleTest's headers are parsed once. A program, because the tests are: the flags must be the
+    # same.
     add_executable(test_pch EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
     target_link_libraries(test_pch PRIVATE esa_warnings GTest::gmock)
     target_precompile_headers(test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h>)

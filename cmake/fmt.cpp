@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+// The parts of the fmt library that are no templates, compiled once for lab and tools: Debian
+// brings its headers for every target, its library for the build machine only.
+#include <fmt/format-inl.h>
+
+namespace fmt::inline v9::detail {
+template auto dragonbox::to_decimal(float) noexcept -> dragonbox::decimal_fp<float>;
+template auto dragonbox::to_decimal(double) noexcept -> dragonbox::decimal_fp<double>;
+template locale_ref::locale_ref(const std::locale&);
+template auto locale_ref::get<std::locale>() const -> std::locale;
+template auto thousands_sep_impl(locale_ref) -> thousands_sep_result<char>;
+template auto decimal_point_impl(locale_ref) -> char;
+template void buffer<char>::append(const char*, const char*);
+template void vformat_to(buffer<char>&, string_view, basic_format_args<FMT_BUFFER_CONTEXT(char)>,
+                         locale_ref);
+}  // namespace fmt::inline v9::detail
