@@ -51,6 +51,7 @@ struct Arguments {
     bool smbus = false;
     bool keep = false;
     bool still = false;
+    std::vector<std::string> faults;
     std::vector<std::string> command;
 
     std::filesystem::path labDirectory() const {
@@ -93,6 +94,12 @@ class Foreground {
           input_(lab_.io()) {
         if (arguments.keep) {
             lab_.directory().keepLogs();
+        }
+        for (const std::string& rule : arguments.faults) {
+            const Commands::Result result = commands_.run("fault add " + rule);
+            if (!result.ok) {
+                throw std::invalid_argument("--fault: " + result.text);
+            }
         }
         lab_.onMessage([this](std::uint8_t from, const enclab::Message& message) {
             if (from != MMSG_E_EPID_STARTUPMP) {
@@ -235,6 +242,10 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
     app.add_flag("--smbus", arguments.smbus, "the enclosure's adapter can only do SMBus transfers");
     app.add_flag("--still", arguments.still,
                  "no physics: fans follow their load at once, temperatures stay as set");
+    app.add_option("--fault", arguments.faults,
+                   "fault rule set before the daemon starts, as of the command 'fault add' "
+                   "(may be repeated)")
+        ->allow_extra_args(false);
     app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
         ->check(CLI::ExistingFile);
     app.add_flag("--keep", arguments.keep, "keep the trace and the alternate event log at the end");

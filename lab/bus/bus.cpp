@@ -6,8 +6,8 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <stdexcept>
 
 namespace enclab {
 namespace {
@@ -65,51 +65,76 @@ void Bus::attach(std::uint8_t address, Chip& chip) {
     chips_[address] = &chip;
 }
 
-bool Bus::sameChip(std::uint8_t one, std::uint8_t other) const {
-    const auto first = chips_.find(one);
-    const auto second = chips_.find(other);
-    return one == other ||
-           (first != chips_.end() && second != chips_.end() && first->second == second->second);
+BusResult Bus::transfer(std::vector<BusMessage>& messages) {
+    if (messages.empty()) {
+        return {EINVAL};
+    }
+    BusResult result = beginFaults(messages);
+    if (result.error == 0) {
+        result.error = run(messages);
+    }
+    if (result.error == 0) {
+        for (Fault& fault : faults_) {
+            fault.finish(messages);
+        }
+    }
+    record(messages, result.error);
+    return result;
+}
+
+BusResult Bus::beginFaults(std::vector<BusMessage>& messages) {
+    BusResult result;
+    const double time = now();
+    for (Fault& fault : faults_) {
+        fault.begin(messages, time);
+        result.error = result.error != 0 ? result.error : fault.error();
+        result.delay += fault.delay();
+    }
+    return result;
+}
+
+int Bus::add(FaultRule rule) {
+    faults_.emplace_back(++lastFault_, std::move(rule));
+    return lastFault_;
+}
+
+bool Bus::remove(int number) {
+    return std::erase_if(faults_, [&](const Fault& f) { return f.number() == number; }) > 0;
+}
+
+FaultRule Bus::cutRule(std::uint8_t address) const {
+    FaultRule rule{.device = fmt::format("0x{:02X}", address), .addresses = {address}};
+    const auto chip = chips_.find(address);
+    for (const auto& [other, otherChip] : chips_) {
+        if (other != address && chip != chips_.end() && otherChip == chip->second) {
+            rule.addresses.push_back(other);
+        }
+    }
+    std::ranges::sort(rule.addresses);
+    return rule;
+}
+
+bool Bus::isCutRule(const FaultRule& rule, std::uint8_t address) const {
+    FaultRule cut = cutRule(address);
+    cut.device = rule.device;
+    return rule == cut;
+}
+
+void Bus::cut(std::uint8_t address, const std::string& name) {
+    if (!isCut(address)) {
+        FaultRule rule = cutRule(address);
+        rule.device = name.empty() ? rule.device : name;
+        add(std::move(rule));
+    }
 }
 
 void Bus::mend(std::uint8_t address) {
-    std::erase_if(cut_, [&](std::uint8_t cut) { return sameChip(cut, address); });
+    std::erase_if(faults_, [&](const Fault& f) { return isCutRule(f.rule(), address); });
 }
 
 bool Bus::isCut(std::uint8_t address) const {
-    return std::ranges::any_of(cut_, [&](std::uint8_t cut) { return sameChip(cut, address); });
-}
-
-int Bus::transfer(std::vector<BusMessage>& messages) {
-    if (messages.empty()) {
-        return EINVAL;
-    }
-    const int fault = takeFault(messages[0].address);
-    const int error = fault != 0 ? fault : run(messages);
-    record(messages, error);
-    return error;
-}
-
-void Bus::add(const BusFault& fault) {
-    if (fault.n == 0) {
-        throw std::invalid_argument("the next transfer is number 1");
-    }
-    faults_.push_back(fault);
-}
-
-// Every fault that matches counts this transfer; the first that is due fails it.
-int Bus::takeFault(std::uint8_t address) {
-    int error = 0;
-    for (auto fault = faults_.begin(); fault != faults_.end();) {
-        const bool counts = !fault->address || *fault->address == address;
-        if (counts && --fault->n == 0) {
-            error = error != 0 ? error : fault->error;
-            fault = faults_.erase(fault);
-        } else {
-            ++fault;
-        }
-    }
-    return error;
+    return std::ranges::any_of(faults_,
+                               [&](const Fault& f) { return isCutRule(f.rule(), address); });
 }
 
 int Bus::run(std::vector<BusMessage>& messages) {
@@ -123,7 +148,7 @@ int Bus::run(std::vector<BusMessage>& messages) {
 
 int Bus::runMessage(BusMessage& message) {
     const auto chip = chips_.find(message.address);
-    if (chip == chips_.end() || isCut(message.address)) {
+    if (chip == chips_.end()) {
         return ENXIO;
     }
     if (message.read) {
@@ -150,12 +175,12 @@ int Bus::observe(Observer observer) {
 
 std::optional<std::uint8_t> Bus::readRegister(std::uint8_t address, std::uint8_t number) {
     std::vector<BusMessage> messages{{address, false, {number}}, {address, true, {0}}};
-    return transfer(messages) == 0 ? std::optional(messages[1].bytes[0]) : std::nullopt;
+    return transfer(messages).error == 0 ? std::optional(messages[1].bytes[0]) : std::nullopt;
 }
 
 bool Bus::writeRegister(std::uint8_t address, std::uint8_t number, std::uint8_t value) {
     std::vector<BusMessage> messages{{address, false, {number, value}}};
-    return transfer(messages) == 0;
+    return transfer(messages).error == 0;
 }
 
 }  // namespace enclab

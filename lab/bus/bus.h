@@ -4,26 +4,19 @@
 // Linux i2c-dev interface gives them (0, ENXIO for "no acknowledge", ETIMEDOUT, ...).
 #pragma once
 
-#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "lab/bus/fault_rule.h"
 #include "lab/chips/chip.h"
 
 namespace enclab {
-
-// One message of a transfer: address byte and data.
-struct BusMessage {
-    std::uint8_t address = 0;
-    bool read = false;
-    std::vector<std::uint8_t> bytes;  // of a read: its size before, the data after
-};
 
 struct BusTransfer {
     std::uint64_t number = 0;  // counts from 1
@@ -35,12 +28,9 @@ struct BusTransfer {
 // messages as "W 4c 01" and "R 4c =19", joined by " + ".
 std::string describe(const BusTransfer& transfer);
 
-// The n-th transfer from now (1 = the next) fails without effect, once. With an address, only
-// transfers to that address count.
-struct BusFault {
-    std::uint32_t n = 1;
-    std::optional<std::uint8_t> address = std::nullopt;
-    int error = ENXIO;
+struct BusResult {
+    int error = 0;                       // or an errno value
+    std::chrono::milliseconds delay{0};  // what faults make the transfer take longer, lab time
 };
 
 class Bus {
@@ -51,22 +41,32 @@ class Bus {
     // The chip must outlive the bus. One chip per address; a chip may stand at several.
     void attach(std::uint8_t address, Chip& chip);
 
-    // One transfer; fills the bytes of read messages. 0 or an errno value. A transfer belongs to
-    // the address of its first message; messages before one that is not acknowledged have happened.
-    int transfer(std::vector<BusMessage>& messages);
+    // One transfer; fills the bytes of read messages. Messages before one that is not acknowledged
+    // have happened; a transfer that a fault makes fail has not.
+    BusResult transfer(std::vector<BusMessage>& messages);
 
     // One-register shorthands; empty / false when the transfer failed.
     std::optional<std::uint8_t> readRegister(std::uint8_t address, std::uint8_t number);
     bool writeRegister(std::uint8_t address, std::uint8_t number, std::uint8_t value);
 
-    // A cut chip does not acknowledge, at any address of its; its registers stay as they are.
-    void cut(std::uint8_t address) { cut_.insert(address); }
+    // Lab time in seconds for the faults; without it they see 0.
+    void setClock(std::function<double()> clock) { clock_ = std::move(clock); }
+    double now() const { return clock_ ? clock_() : 0; }
+
+    // Puts a rule to work and returns its number, which counts from 1. Each fault sees every
+    // transfer, in the order of their numbers; the first that makes it fail says how.
+    int add(FaultRule rule);
+    // Whether there was a fault of this number.
+    bool remove(int number);
+    void clearFaults() { faults_.clear(); }
+    // Those that are over too, until they are removed.
+    const std::vector<Fault>& faults() const { return faults_; }
+
+    // A cut chip does not acknowledge, at any address of its; its registers stay as they are. A
+    // shorthand for a rule, which is listed under `name`.
+    void cut(std::uint8_t address, const std::string& name = {});
     void mend(std::uint8_t address);
     bool isCut(std::uint8_t address) const;
-
-    // Throws std::invalid_argument for n = 0.
-    void add(const BusFault& fault);
-    void clearFaults() { faults_.clear(); }
 
     // The last transfers, oldest first, kLogLength at most.
     const std::deque<BusTransfer>& log() const { return log_; }
@@ -78,15 +78,17 @@ class Bus {
     void unobserve(int number) { observers_.erase(number); }
 
   private:
-    bool sameChip(std::uint8_t one, std::uint8_t other) const;
+    FaultRule cutRule(std::uint8_t address) const;
+    bool isCutRule(const FaultRule& rule, std::uint8_t address) const;
     int run(std::vector<BusMessage>& messages);
     int runMessage(BusMessage& message);
-    int takeFault(std::uint8_t address);
+    BusResult beginFaults(std::vector<BusMessage>& messages);
     void record(const std::vector<BusMessage>& messages, int error);
 
     std::map<std::uint8_t, Chip*> chips_;
-    std::set<std::uint8_t> cut_;
-    std::vector<BusFault> faults_;
+    std::function<double()> clock_;
+    std::vector<Fault> faults_;
+    int lastFault_ = 0;
     std::deque<BusTransfer> log_;
     std::map<int, Observer> observers_;
     int nextObserver_ = 0;

@@ -59,49 +59,58 @@ Bytes makeReply(EncdevOp op, int error, std::uint32_t value, const Bytes& data =
 // What all connections share.
 class BusServer::Adapter {
   public:
-    Adapter(Bus& bus, AdapterKind adapterKind) : kind(adapterKind), bus_(bus) {}
+    Adapter(Schedule& lab, Bus& bus, AdapterKind adapterKind)
+        : schedule(lab), kind(adapterKind), bus_(bus) {}
 
-    // The reply frame; empty for a request that breaks the protocol.
-    Bytes answer(const EncdevRequest& request, const Bytes& payload);
+    // The reply, after a delay; an empty frame for a request that breaks the protocol.
+    struct Answer {
+        Bytes frame;
+        std::chrono::milliseconds delay{0};
+    };
+    Answer answer(const EncdevRequest& request, const Bytes& payload);
 
+    Schedule& schedule;
     AdapterKind kind;
     AdapterSettings settings;
     std::set<std::shared_ptr<Connection>> connections;
 
   private:
-    Bytes transfer(const EncdevRequest& request, const Bytes& payload);
+    Answer transfer(const EncdevRequest& request, const Bytes& payload);
 
     Bus& bus_;
 };
 
-Bytes BusServer::Adapter::answer(const EncdevRequest& request, const Bytes& payload) {
+BusServer::Adapter::Answer BusServer::Adapter::answer(const EncdevRequest& request,
+                                                      const Bytes& payload) {
     switch (request.op) {
         case EncdevOp::kFunctionality:
-            return makeReply(request.op, 0,
-                             kSmbusFunctions | (kind == AdapterKind::kI2c ? I2C_FUNC_I2C : 0));
+            return {makeReply(request.op, 0,
+                              kSmbusFunctions | (kind == AdapterKind::kI2c ? I2C_FUNC_I2C : 0))};
         case EncdevOp::kTransfer:
         case EncdevOp::kSmbus:
             return transfer(request, payload);
         case EncdevOp::kTimeout:
             settings.timeoutMs = std::int64_t{request.value} * 10;
-            return makeReply(request.op, 0, 0);
+            return {makeReply(request.op, 0, 0)};
         case EncdevOp::kRetries:
             settings.retries = request.value;
-            return makeReply(request.op, 0, 0);
+            return {makeReply(request.op, 0, 0)};
     }
     return {};
 }
 
-Bytes BusServer::Adapter::transfer(const EncdevRequest& request, const Bytes& payload) {
+BusServer::Adapter::Answer BusServer::Adapter::transfer(const EncdevRequest& request,
+                                                        const Bytes& payload) {
     std::vector<BusMessage> messages = parseMessages(payload, request.count);
     if (messages.empty()) {
         return {};
     }
     if (request.op == EncdevOp::kTransfer && kind == AdapterKind::kSmbusOnly) {
-        return makeReply(request.op, EOPNOTSUPP, 0);
+        return {makeReply(request.op, EOPNOTSUPP, 0)};
     }
-    if (const int error = bus_.transfer(messages); error != 0) {
-        return makeReply(request.op, error, 0);
+    const BusResult result = bus_.transfer(messages);
+    if (result.error != 0) {
+        return {makeReply(request.op, result.error, 0), result.delay};
     }
     Bytes data;
     for (const BusMessage& message : messages) {
@@ -109,7 +118,7 @@ Bytes BusServer::Adapter::transfer(const EncdevRequest& request, const Bytes& pa
             data.insert(data.end(), message.bytes.begin(), message.bytes.end());
         }
     }
-    return makeReply(request.op, 0, static_cast<std::uint32_t>(data.size()), data);
+    return {makeReply(request.op, 0, static_cast<std::uint32_t>(data.size()), data), result.delay};
 }
 
 // One client: head, payload, reply, and again. Any error or broken frame ends it.
@@ -130,6 +139,7 @@ class BusServer::Connection : public std::enable_shared_from_this<Connection> {
   private:
     void readPayload();
     void reply();
+    void send();
     void end() { adapter_->connections.erase(shared_from_this()); }
 
     asio::local::stream_protocol::socket socket_;
@@ -155,18 +165,29 @@ void BusServer::Connection::readPayload() {
 }
 
 void BusServer::Connection::reply() {
-    reply_ = adapter_->answer(request_, payload_);
+    Adapter::Answer answer = adapter_->answer(request_, payload_);
+    reply_ = std::move(answer.frame);
     if (reply_.empty()) {
         return end();
     }
+    if (answer.delay.count() == 0) {
+        return send();
+    }
+    adapter_->schedule.after(answer.delay, [self = shared_from_this()] { self->send(); });
+}
+
+void BusServer::Connection::send() {
     asio::async_write(socket_, asio::buffer(reply_),
                       [self = shared_from_this()](std::error_code error, std::size_t) {
                           error ? self->end() : self->readHead();
                       });
 }
 
-BusServer::BusServer(asio::io_context& io, Bus& bus, std::filesystem::path socket, AdapterKind kind)
-    : path_(std::move(socket)), acceptor_(io), adapter_(std::make_shared<Adapter>(bus, kind)) {
+BusServer::BusServer(asio::io_context& io, Schedule& schedule, Bus& bus,
+                     std::filesystem::path socket, AdapterKind kind)
+    : path_(std::move(socket)),
+      acceptor_(io),
+      adapter_(std::make_shared<Adapter>(schedule, bus, kind)) {
     std::filesystem::remove(path_);
     acceptor_.open();
     acceptor_.bind(path_.string());

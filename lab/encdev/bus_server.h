@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "lab/bus/bus.h"
+#include "lab/schedule.h"
 
 namespace enclab {
 
@@ -25,8 +26,9 @@ struct AdapterSettings {
 class BusServer {
   public:
     // Listens on `socket`; a stale file there is replaced. The bus must outlive the server, and the
-    // io_context must not run any more when the server goes. Throws std::system_error.
-    BusServer(asio::io_context& io, Bus& bus, std::filesystem::path socket,
+    // io_context must not run any more when the server goes. A transfer that the bus delays is
+    // answered that much later on the schedule. Throws std::system_error.
+    BusServer(asio::io_context& io, Schedule& schedule, Bus& bus, std::filesystem::path socket,
               AdapterKind kind = AdapterKind::kI2c);
     ~BusServer();
     BusServer(const BusServer&) = delete;

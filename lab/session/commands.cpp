@@ -28,6 +28,8 @@ const Commands::Command Commands::kCommands[] = {
     {"cut", "DEVICE|ADDRESS", 1, &Commands::cut},
     {"mend", "DEVICE|ADDRESS", 1, &Commands::mend},
     {"fail", "DEVICE|ADDRESS N", 2, &Commands::fail},
+    {"fault", "add DEVICE [read|write] [KEY=VALUE]... act=ACTION | remove N | list | clear", 1,
+     &Commands::fault, kAnyNumber},
     {"bus", "on|off", 1, &Commands::bus},
     {"switch", "stop|go|close|open", 1, &Commands::messageSwitch},
     {"show", "", 0, &Commands::show},
@@ -80,8 +82,9 @@ std::string Commands::drive(const Words& words) {
 
 std::string Commands::cut(const Words& words) {
     const std::uint8_t address = lab_.chassis().addressOf(words[0]);
-    lab_.chassis().bus().cut(address);
-    return fmt::format("{} cut off the bus", lab_.chassis().nameOf(address));
+    const std::string name = lab_.chassis().nameOf(address);
+    lab_.chassis().bus().cut(address, name);
+    return fmt::format("{} cut off the bus", name);
 }
 
 std::string Commands::mend(const Words& words) {
@@ -96,8 +99,9 @@ std::string Commands::fail(const Words& words) {
     if (n == 0) {
         refuse("transfers count from 1");
     }
-    lab_.chassis().bus().add({.n = n, .address = address});
-    return fmt::format("transfer {} from now of {} will fail", n, lab_.chassis().nameOf(address));
+    const std::string name = lab_.chassis().nameOf(address);
+    lab_.chassis().bus().add({.device = name, .addresses = {address}, .nth = n});
+    return fmt::format("transfer {} from now of {} will fail", n, name);
 }
 
 std::string Commands::bus(const Words& words) {

@@ -33,8 +33,9 @@ class Commands {
         const char* arguments;  // for the reader
         std::size_t least;      // words behind the name
         std::string (Commands::*run)(const Words&);
-        std::size_t most = least;
+        std::size_t most = least;  // or kAnyNumber
     };
+    static constexpr std::size_t kAnyNumber = 1000;
     static const Command kCommands[];
 
     // Each gets its words behind the name and returns what it did; it throws std::exception with
@@ -49,6 +50,7 @@ class Commands {
     std::string cut(const Words& words);
     std::string mend(const Words& words);
     std::string fail(const Words& words);
+    std::string fault(const Words& words);
     std::string bus(const Words& words);
     std::string messageSwitch(const Words& words);
     std::string show(const Words& words);

@@ -54,7 +54,7 @@ Lab::Lab(LabOptions options)
       directory_(options_.directory),
       chassis_(chassisFor(options_)),
       plant_(options_.plant ? std::make_unique<Plant>(*chassis_) : nullptr),
-      busServer_(io_, chassis_->bus(), directory_.busSocket(), options_.adapter),
+      busServer_(io_, *schedule_, chassis_->bus(), directory_.busSocket(), options_.adapter),
       switch_(io_, directory_.switchSockets()),
       startupProcess_(switch_),
       eventManager_(switch_),
@@ -79,6 +79,7 @@ Lab::Lab(LabOptions options)
             parameters_.setFlag(MPU_K_FLAG_RCP_COMPLETE);
         }
     });
+    chassis_->bus().setClock([this] { return time(); });
     letTimePass();
 }
 

@@ -201,7 +201,7 @@ TEST_F(StoryTest, AnySingleFailedTransferOfAPollIsSurvived) {
     start();
     ASSERT_TRUE(untilPolls(1));
     for (std::uint32_t n = 1; n <= 13; ++n) {
-        lab().chassis().bus().add({.n = n, .address = std::nullopt});
+        lab().chassis().bus().add({.nth = n});
         ASSERT_TRUE(pollsPass(2)) << n;
         EXPECT_FALSE(lab().startupProcess().compositeLedLit()) << n;
     }

@@ -190,7 +190,8 @@ bool StoryService::enclosureRun(const Words& words) {
     } else if (words[0] == "cut" || words[0] == "mend") {
         devicesCut(words.at(1), words[0] == "cut");
     } else if (words[0] == "fail") {
-        chassis_->bus().add({static_cast<std::uint32_t>(number(2)), chassis_->addressOf(words[1])});
+        chassis_->bus().add({.addresses = {chassis_->addressOf(words[1])},
+                             .nth = static_cast<std::uint64_t>(number(2))});
     } else if (words[0] == "wait") {
         chassis_->advance(std::chrono::seconds(number(1)));
     } else {

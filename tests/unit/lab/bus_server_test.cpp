@@ -61,7 +61,8 @@ class BusServerTest : public testing::Test {
     Vsc055 controller;
     Lm75 sensor;
     Bus bus;
-    BusServer server{io, bus, socketPath()};
+    RealSchedule schedule{io, 1};
+    BusServer server{io, schedule, bus, socketPath()};
     bool ended = false;
 };
 
@@ -151,9 +152,10 @@ TEST(BusServer, SocketFileIsReplacedAndGoesWithTheServer) {
     std::filesystem::create_directories(path.parent_path());
     { stream_protocol::acceptor stale(io, path.string()); }
     ASSERT_TRUE(std::filesystem::exists(path));
-    { BusServer server(io, bus, path); }
+    RealSchedule schedule(io, 1);
+    { BusServer server(io, schedule, bus, path); }
     EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_THROW(BusServer(io, bus, std::string(200, 'x')), std::system_error);
+    EXPECT_THROW(BusServer(io, schedule, bus, std::string(200, 'x')), std::system_error);
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ class BusTest : public testing::Test {
         second.registers[0] = 0x1E;
     }
 
-    int run(Messages messages) { return bus.transfer(messages); }
+    int run(Messages messages) { return bus.transfer(messages).error; }
 
     Log takeLog() {
         Log lines;
@@ -119,43 +119,6 @@ TEST_F(BusTest, MessagesBeforeOneThatFailsHaveHappened) {
     EXPECT_EQ(run({{0x41, false, {7, 0x11}}, {0x42, false, {0}}, {0x4C, false, {7, 0x22}}}), ENXIO);
     EXPECT_EQ(first.registers[7], 0x11);
     EXPECT_EQ(second.registers[7], 0);
-}
-
-TEST_F(BusTest, NthTransferFromNowFailsOnceWithoutEffect) {
-    bus.add({.n = 2});
-    EXPECT_TRUE(bus.writeRegister(0x41, 1, 1));
-    EXPECT_FALSE(bus.writeRegister(0x41, 1, 2));
-    EXPECT_EQ(first.registers[1], 1);
-    EXPECT_TRUE(bus.writeRegister(0x41, 1, 3));
-    EXPECT_EQ(takeLog(), (Log{"W 41 01=01", "W 41 01 ENXIO", "W 41 01=03"}));
-}
-
-TEST_F(BusTest, FaultOfAnAddressCountsItsTransfersOnly) {
-    bus.add({.n = 2, .address = 0x4C, .error = ETIMEDOUT});
-    bus.readRegister(0x41, 4);
-    bus.readRegister(0x4C, 0);
-    bus.readRegister(0x41, 4);
-    bus.readRegister(0x4C, 0);
-    bus.readRegister(0x4C, 0);
-    EXPECT_EQ(takeLog(),
-              (Log{"R 41 04=80", "R 4c 00=1e", "R 41 04=80", "R 4c 00 ETIMEDOUT", "R 4c 00=1e"}));
-}
-
-TEST_F(BusTest, SeveralFaultsEachCountEveryTransfer) {
-    bus.add({.n = 1});
-    bus.add({.n = 1, .error = EIO});
-    bus.add({.n = 3});
-    bus.add({.n = 4});
-    bus.readRegister(0x41, 4);
-    bus.readRegister(0x41, 4);
-    bus.readRegister(0x41, 4);
-    bus.clearFaults();
-    bus.readRegister(0x41, 4);
-    EXPECT_EQ(takeLog(), (Log{"R 41 04 ENXIO", "R 41 04=80", "R 41 04 ENXIO", "R 41 04=80"}));
-}
-
-TEST_F(BusTest, FaultWithCountZeroIsRefused) {
-    EXPECT_THROW(bus.add({.n = 0}), std::invalid_argument);
 }
 
 TEST_F(BusTest, ObserversSeeTransfersUntilTheyAreRemoved) {

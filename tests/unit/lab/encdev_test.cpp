@@ -48,7 +48,9 @@ class EncdevTest : public testing::TestWithParam<const char*> {
   protected:
     EncdevTest() { startServer(); }
 
-    void startServer() { server = std::make_unique<BusServer>(io, chassis.bus(), socket); }
+    void startServer() {
+        server = std::make_unique<BusServer>(io, schedule, chassis.bus(), socket);
+    }
 
     // Runs the probe with the steps given as words and serves it until it ends; its lines.
     Lines run(const std::string& steps, Lines environment = {}) {
@@ -109,6 +111,7 @@ class EncdevTest : public testing::TestWithParam<const char*> {
     }
 
     asio::io_context io;
+    RealSchedule schedule{io, 1};
     Vsc055Chassis chassis;
     std::string socket = temporary("encdev-");
     std::unique_ptr<BusServer> server;
@@ -138,7 +141,7 @@ TEST_P(EncdevTest, SmbusOnlyAdapterOffersNoPlainTransfers) {
 
 TEST_P(EncdevTest, FailedTransfersGiveTheAdaptersErrors) {
     chassis.bus().cut(0x4B);
-    chassis.bus().add({.n = 3, .error = ETIMEDOUT});
+    chassis.bus().add({.nth = 3, .action = FaultAction::kTimeout});
     EXPECT_EQ(run("open read 4b 0 smbus 1 0 2 0 read 4c 0 read 4c 0"),
               (Lines{"open 0", "read ENXIO", "smbus ENXIO", "read ETIMEDOUT", "read 1e"}));
 }
