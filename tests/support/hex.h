@@ -53,3 +53,15 @@ inline std::string hexLine(const std::vector<std::uint8_t>& bytes) {
     }
     return text.substr(0, text.size() - (text.empty() ? 0 : 1));
 }
+// Lines "OFFSET: 01 00 ..." of 32 bytes each, those that are all zero left out.
+inline std::vector<std::string> hexRows(std::vector<std::uint8_t> bytes) {
+    std::vector<std::string> rows;
+    bytes.resize((bytes.size() + 31) / 32 * 32);
+    for (std::size_t at = 0; at < bytes.size(); at += 32) {
+        const std::vector<std::uint8_t> row(&bytes[at], &bytes[at] + 32);
+        if (row != std::vector<std::uint8_t>(32)) {
+            rows.push_back(std::to_string(at) + ": " + hexLine(row));
+        }
+    }
+    return rows;
+}

@@ -5,23 +5,27 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <exception>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 using Lines = std::vector<std::string>;
 
-// The words of a command; what is missing reads as empty, or 0.
+// The words of a command; what is missing reads as empty, or 0. A word like "a*4" stands for
+// "aaaa".
 struct Words {
     explicit Words(const std::string& text) {
         std::istringstream stream(text);
-        all.assign(std::istream_iterator<std::string>(stream), {});
+        for (std::string word; stream >> word;) {
+            const bool repeats = word.size() > 2 && word[1] == '*';
+            all.push_back(repeats ? std::string(std::stoul(word.substr(2)), word[0]) : word);
+        }
     }
     std::string operator[](std::size_t n) const { return n < all.size() ? all[n] : ""; }
     int number(std::size_t n) const {
@@ -39,19 +43,24 @@ struct Words {
     std::vector<std::string> all;
 };
 
-// Carries out commands; a test adds them to `commands` and says what comes of them.
+// Carries out commands; a test adds them to `commands` and says what comes of them. What is written
+// to standard output and standard error follows.
 class Player {
   public:
     virtual ~Player() = default;
     std::string run(const std::string& text) {
         said_.clear();
-        const Words words(text);
-        const auto command = commands.find(words[0]);
-        if (command == commands.end()) {
-            throw std::invalid_argument("no such command: " + text);
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+        try {
+            const Words words(text);
+            commands.at(words[0])(words);
+            finish();
+        } catch (const std::exception& error) {
+            say(std::string("exception: ") + error.what());
         }
-        command->second(words);
-        finish();
+        printed(testing::internal::GetCapturedStdout());
+        printed(testing::internal::GetCapturedStderr());
         return said_;
     }
 
@@ -68,6 +77,9 @@ class Player {
     std::map<std::string, std::function<void(const Words&)>> commands;
 
   private:
+    void printed(const std::string& text) {
+        said_ += text + (text.empty() || text.back() == '\n' ? "" : "\n");
+    }
     std::string said_;
 };
 
@@ -81,8 +93,13 @@ void scriptPlay(const std::string& path) {
     const auto stepPlay = [&] {
         if (!command.empty()) {
             ++steps;
-            EXPECT_EQ(expected, player->run(command))
-                << path << ":" << at << ": " << command << ", in \"" << title << "\"";
+            const std::string got = player->run(command);
+            const auto differs = std::ranges::mismatch(expected, got).in1 - expected.begin();
+            const auto line = expected.rfind('\n', static_cast<std::size_t>(differs)) + 1;
+            EXPECT_TRUE(expected == got)
+                << path << ":" << at << ": " << command << ", in \"" << title
+                << "\"\nexpected: " << expected.substr(std::min(line, expected.size()), 300)
+                << "\ngot: " << got.substr(std::min(line, got.size()), 300);
         }
         command.clear();
         expected.clear();

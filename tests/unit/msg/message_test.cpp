@@ -139,12 +139,7 @@ class MessagePlayer : public Player {
         }
         for (Bytes message : peer_.fd() < 0 ? std::vector<Bytes>() : peer_.take()) {
             std::fill_n(message.begin(), 8, std::uint8_t{0});
-            message.resize((message.size() + 31) / 32 * 32);
-            for (auto at = message.begin(); at != message.end(); at += 32) {
-                if (std::any_of(at, at + 32, [](auto byte) { return byte != 0; })) {
-                    say(std::to_string(at - message.begin()) + ": " + hexLine({at, at + 32}));
-                }
-            }
+            say(hexRows(message));
         }
     }
 
@@ -173,7 +168,7 @@ TEST(Messages, NothingBehindAMessageIsPrinted) {
           "type=29 cont=0x40 | 02 E1 11 5A FF", "| 1C 85 02 FF 12 34 A7"}) {
         for (const int count : {1, 255}) {
             std::memset(&esaControl.deviceMaxNumber, count, 5);  // to the alarms
-            for (int length = 0; length < 65535; length += length < 120 ? 1 : 1491) {
+            for (int length = 0; length < 65536; length += length < 120 ? 1 : 3944) {
                 Bytes bytes = received("length=" + std::to_string(length) + " " + message);
                 Lines lines[2];
                 for (const std::uint8_t older : Bytes{0x00, 0x02}) {
