@@ -65,7 +65,7 @@ class Player {
     }
 
   protected:
-    void say(const std::string& line) { said_ += line + "\n"; }
+    void say(const std::string& line) { said_ += line.empty() ? "" : line + "\n"; }
     void say(const Lines& lines) {
         for (const std::string& line : lines) {
             say(line);

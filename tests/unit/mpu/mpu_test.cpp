@@ -107,10 +107,10 @@ class TracePlayer : public Player {
         // pattern.
         const auto place = [this](const Words& w) {
             const std::string directory = w[1] == "empty" ? "" : w[1];
-            params_ = {};
-            directory.copy(params_.logDirectory, sizeof params_.logDirectory);
+            area_.params = {};
+            directory.copy(area_.params.logDirectory, sizeof area_.params.logDirectory);
             pattern_ = w[2].empty() ? "esa_%02d.log" : w[2] == "empty" ? "" : w[2];
-            return w[1] == "none" ? nullptr : &params_;
+            return w[1] == "none" ? nullptr : &area_.params;
         };
         commands["init"] = [place, this](auto& w) {
             static const char* const names[] = {"ESA", "I2C"};
@@ -183,8 +183,9 @@ class TracePlayer : public Player {
             MPU_BUGCHECK(static_cast<U32_t>(w.number(2)), w.from(3).c_str());
         });
         // bugstatement FILE FUNCTION LINE TEXT, on standard error
-        last("bugstatement", [](auto& w) {
+        last("bugstatement", [this](auto& w) {
             traceData.fd = stderr;
+            pMpuParams = &area_.params;
             TRACE__bugCheckStatement(0, w[1].c_str(), w[2].c_str(), w.number(3), "%s",
                                      w.from(4).c_str());
         });
@@ -200,6 +201,7 @@ class TracePlayer : public Player {
             const unsigned before = allocations;
             act(w);
             allocated_ += allocations - before;
+            EXPECT_LT(traceData.infoBufLen, 1024U);
         };
     }
     // What has come into the current file, which is named when it is another one. Times and the
@@ -231,7 +233,10 @@ class TracePlayer : public Player {
     }
 
     char root_[30] = "/tmp/esa-trace-XXXXXX";
-    MPU_PARAMS_t params_ = {};
+    struct {
+        MPU_PARAMS_t params = {};
+        U32_t behind = ~0U;  // no zero
+    } area_;
     std::string pattern_;
     std::string file_ = "esamain.cpp", function_ = "fan";
     U8_t bytes_[4064] = {};
@@ -335,7 +340,8 @@ TEST(Signals, AreCaughtWithoutAnAreaOnlyAndLeaveARecord) {
     int signal;
     std::memcpy(&signal, record + 240, sizeof signal);
     EXPECT_EQ(signal, SIGTERM);
-    EXPECT_FALSE(hexRows({record + 368, record + 544}).empty()) << "registers";
+    EXPECT_FALSE(hexRows({record + 368, record + 456}).empty()) << "registers";
+    EXPECT_FALSE(hexRows({record + 456, record + 544}).empty()) << "more of them";
     EXPECT_TRUE(hexRows({record + 544, record + ALT_EVENT_K_RECORD_SIZE}).empty());
 }
 

@@ -1,0 +1,475 @@
+// SPDX-License-Identifier: Apache-2.0
+// The process from its arguments to its loop: start-up, personality, timers and passes, critical
+// faults. Time is the fakes': a select that would wait comes back at once.
+#include <algorithm>
+#include <csetjmp>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <numeric>
+#include <regex>
+
+#include "backend/chassis.h"
+#include "core/esa_fault.h"
+#include "core/esa_init.h"
+#include "core/personality.h"
+#include "esamain.h"
+#include "msg/esa_dispatch.h"
+#include "msg/esa_mmsg.h"
+#include "msg/esa_startup.h"
+#include "tests/support/fake_alt_event_log.h"
+#include "tests/support/fake_system_calls.h"
+#include "tests/support/hex.h"
+#include "tests/support/personality_dir.h"
+#include "tests/support/script.h"
+#include "tests/support/switch_listener.h"
+
+// ---- what the process stands on, in the test's hands ----
+
+static Lines events;  // what the stand-ins were called for
+static MPU_PARAMS_t area;
+static bool areaAttaches;
+static ESA_CODE_e initResult;
+
+const MPU_PARAMS_t* pMpuParams = nullptr;
+const MPU_PARAMS_t* MPU_getMpuParams(int key) {
+    events.push_back("area of key " + std::to_string(key));
+    pMpuParams = areaAttaches ? &area : nullptr;
+    return pMpuParams;
+}
+
+void esaMmsgMsgProc(MMSG_t* message) {
+    events.push_back("dispatched " + std::to_string(U16_t{message->mmch.mmsg_length}) + " bytes");
+}
+
+static constexpr EsaChassis_t rowOf(KORVO_E_CHASSIS_e type, EsaEntry<ESA_CODE_e()> init,
+                                    EsaEntry<void()> poll) {
+    constexpr EsaNotFitted none = ESA_NOT_FITTED;
+    return {type,
+            init,
+            "Bring-up succeeds.",
+            "Bring-up fails, %s.",
+            poll,
+            none,
+            false,
+            none,
+            0,
+            none,
+            1,
+            none,
+            none,
+            none,
+            ESA_E_ALARM_STATE_FAULT_S1,
+            none,
+            none,
+            none,
+            none,
+            none,
+            none,
+            none,
+            none,
+            {nullptr, 0}};
+}
+static ESA_CODE_e backendInit() {
+    events.push_back("bring-up");
+    return initResult;
+}
+static void backendPoll() {
+    events.push_back("poll");
+}
+
+// Types 1, without a back-end, and 5.
+const EsaChassis_t* esaChassis() {
+    static constexpr EsaChassis_t none =
+        rowOf(KORVO_E_CHASSIS_NONE, ESA_NOT_FITTED, ESA_NOT_FITTED);
+    static constexpr EsaChassis_t fitted =
+        rowOf(KORVO_E_CHASSIS_KORVO_VSC055, backendInit, backendPoll);
+    return esaControl.enclosureType == none.type     ? &none
+           : esaControl.enclosureType == fitted.type ? &fitted
+                                                     : nullptr;
+}
+
+namespace {
+
+// ---- a state whose fields are all different ----
+
+template <typename Field>
+void countUp(Field& field, U8_t first) {
+    auto* bytes = reinterpret_cast<U8_t*>(&field);
+    std::iota(bytes, bytes + sizeof field, first);
+}
+
+void stateSet() {
+    EsaControl_t& c = esaControl;
+    c = {};
+    c.socketFdMSM = 0x01020304;
+    c.socketAddressMSM.sun_family = 1;
+    std::strcpy(c.socketAddressMSM.sun_path, "/m/esadapter");
+    c.i2cFileFd = -2;
+    countUp(c.sesTypeDescriptorList, 0x19);
+    U8_t value = 0x11;
+    for (U8_t* const field :
+         {&c.enclosureType, &c.elementTypeMaxNumber, &c.deviceMaxNumber, &c.powerSupplyMaxNumber,
+          &c.coolingMaxNumber, &c.temperatureSensorMaxNumber, &c.audibleAlarmMaxNumber}) {
+        *field = value++;
+    }
+    c.pageCodeInRecentSndDiagCmd = 0xFF;
+    U32_t overall = 1001;
+    for (auto* const field :
+         {&c.deviceElementControlOverall, &c.deviceElementStatusOverall,
+          &c.powerSupplyElementControlOverall, &c.powerSupplyElementStatusOverall,
+          &c.coolingElementControlOverall, &c.coolingElementStatusOverall,
+          &c.audibleAlarmElementControlOverall, &c.audibleAlarmElementStatusOverall}) {
+        *field = static_cast<std::remove_reference_t<decltype(*field)>>(overall++);
+    }
+    countUp(c.deviceElementControl, 0x40);
+    countUp(c.deviceElementStatus, 0x80);
+    countUp(c.powerSupplyElementControl, 0xC0);
+    countUp(c.powerSupplyElementStatus, 0xD0);
+    countUp(c.coolingElementControl, 0x01);
+    countUp(c.coolingElementStatus, 0x21);
+    countUp(c.audibleAlarmElementControl, 0xF0);
+    countUp(c.audibleAlarmElementStatus, 0xF4);
+    c.driveFaultLedStatus0 = 0x89ABCDEF;
+    c.driveFaultLedStatus1 = 0x12;
+    c.powerSupplyStatus = 3;
+    countUp(c.coolingElementOnOff, 0xE0);
+    c.fanFaultStatus = 0x81;
+    std::ranges::copy(std::vector<S16_t>{1, -1, 32767, -32768, 25, 258, 0, -40},
+                      c.temperatureSensor);
+    std::ranges::copy(std::vector<U32_t>{1, 2, 3, 4, 0x01020304, 0xFFFFFFFF, 0, 9},
+                      c.temperatureReportStatus);
+    c.alarmState = 4;
+    c.compositeFaultStatus = 0x80000004;
+    countUp(c.vitesse.vsc055GPD, 0x51);
+    countUp(c.vitesse.vsc055DDP, 0x61);
+    countUp(c.vitesse.vsc055FSC, 0x71);
+    countUp(c.vitesse.vsc055PWMC, 0x91);
+    c.selectTimeout = {1, 999};
+    c.pollTimeout = {10, 5};
+    countUp(c.esaInMsg, 0x00);
+    countUp(c.esaWorkSpace, 0x07);
+}
+
+// ---- the process ----
+
+// An enclosure device, the area, and the trace log at level 0x10; nobody listens at first.
+class CorePlayer : public Player {
+  public:
+    CorePlayer() {
+        std::signal(SIGPIPE, SIG_IGN);
+        systemCalls = {};
+        systemCalls.enclosureDevice = "/dev/null";
+        area = {};
+        area.flags = MPU_K_FLAG_RCP_COMPLETE;
+        wireTextSet(area.mmsgDirectory, listener_.directory().c_str());
+        wireTextSet(area.logDirectory, listener_.directory().c_str());
+        pMpuParams = &area;
+        areaAttaches = true;
+        initResult = ESA_E_OK;
+        esaControl = {};
+        esaControl.socketFdMSM = -1;
+        takeAltRecords();
+        static const char* const names[] = {"ESA"};
+        TRACE__init(&area, "esa_%02d.log", 1, names);
+        TRACE__setTraceLevel(0, 0x10);
+        settings();
+        startCommands();
+        personalityCommands();
+        loopCommands();
+        faultCommands();
+    }
+    ~CorePlayer() override {
+        esaLinkDown();
+        traceClose();
+        pMpuParams = nullptr;
+    }
+
+  private:
+    static void traceClose() {
+        if (traceData.numModLevels != 0) {
+            TRACE__done();
+        }
+    }
+    void settings() {
+        commands["listen"] = [this](auto&) { listener_.open(); };
+        commands["no"] = [](auto& w) {
+            areaAttaches = w[1] != "area";
+            systemCalls.enclosureDevice = w[1] == "device" ? "" : "/dev/null";
+            if (w[1] == "startup") {
+                unsetenv("STARTUP");
+            }
+        };
+        commands["flags"] = [](auto& w) { area.flags = static_cast<U32_t>(w.number(1)); };
+        commands["level"] = [](auto& w) {
+            TRACE__setTraceLevel(0, static_cast<U16_t>(w.number(1)));
+        };
+        commands["bring-up"] = [](auto& w) { initResult = static_cast<ESA_CODE_e>(w.number(1)); };
+        commands["type"] = [](auto& w) {
+            esaControl.enclosureType = static_cast<U8_t>(w.number(1));
+        };
+    }
+    void startCommands() {
+        // As far as the first wait of the loop.
+        commands["main"] = [this](auto& w) {
+            static std::vector<std::string> arguments;  // ProgName points into them
+            arguments.assign(w.all.begin() + 1, w.all.end());
+            std::vector<char*> argv;
+            for (std::string& argument : arguments) {
+                argv.push_back(argument.data());
+            }
+            argv.push_back(nullptr);
+            std::signal(SIGPIPE, SIG_DFL);
+            traceClose();
+            static std::jmp_buf loopReached;
+            systemCalls.onSelect = [] { std::longjmp(loopReached, 1); };
+            if (setjmp(loopReached) == 0) {
+                say("exit " +
+                    std::to_string(esaMain(static_cast<int>(arguments.size()), argv.data())));
+            } else {
+                say("loop");
+            }
+            systemCalls.onSelect = nullptr;
+            EXPECT_EQ(std::signal(SIGPIPE, SIG_IGN), SIG_IGN);
+            EXPECT_STREQ(ProgName, arguments.empty() ? "" : "esa");
+        };
+        commands["init"] = [this](auto&) { say("sent " + std::to_string(esaInit())); };
+        // wait N: the flag is set after N sleeps.
+        commands["wait"] = [this](auto& w) {
+            int sleeps = 0;
+            systemCalls.sleptSec = 0;
+            area.flags = w.number(1) == 0 ? ~0U : ~MPU_K_FLAG_RCP_COMPLETE;
+            systemCalls.onSleep = [&, last = w.number(1)] {
+                area.flags |= ++sleeps == last ? MPU_K_FLAG_RCP_COMPLETE : 0;
+            };
+            esaRcpCompleteWait(&area);
+            say("slept " + std::to_string(systemCalls.sleptSec) + " s");
+        };
+        commands["back-end"] = [](auto&) { esaBackendInit(); };
+    }
+    void personalityCommands() {
+        commands["file"] = [this](auto& w) { dir_.write(w.from(1)); };
+        // full N C TEXT: the text ends where the buffer does, and N times C follow.
+        commands["full"] = [this](auto& w) {
+            const std::string text = w.from(3);
+            reread(std::string(8192 - text.size(), ' ') + text +
+                   std::string(static_cast<std::size_t>(w.number(1)), w[2][0]));
+            esaPersonalityTuningRead();
+            silence();
+            say(std::to_string(std::strlen(esPersonalityToolkitXmlFilePtr)) + " bytes, divisor " +
+                std::to_string(esaControl.fanSpeedDivisor));
+        };
+        commands["directory"] = [this](auto&) { std::filesystem::create_directory(dir_.file()); };
+        // A path that, cut off at the system's limit, would name the file itself.
+        commands["longpath"] = [this](auto&) {
+            const std::string path = dir_.file().string();
+            setenv("STARTUP", (std::string(4095 - path.size(), '/') + path + "/x").c_str(), 1);
+            say(esaPersonalityRead() ? "read" : "not read");
+            silence();
+        };
+        commands["read"] = [this](auto&) {
+            say(esaPersonalityRead() ? "read" : "not read");
+            say(std::to_string(std::strlen(esPersonalityToolkitXmlFilePtr)) + " bytes");
+        };
+        commands["chassis"] = [this](auto& w) {
+            reread(w.from(1));
+            esaPersonalityChassisChoose();
+            const EsaControl_t& c = esaControl;
+            say(std::to_string(c.enclosureType) + ": " + std::to_string(c.deviceMaxNumber) + " " +
+                std::to_string(c.powerSupplyMaxNumber) + " " + hexLine({c.i2cAddressVsc055}) +
+                ", " + hexLine({c.i2cAddressLM75, c.i2cAddressLM75 + 8}) + ", " +
+                hexLine({c.i2cAddressW83792ad, c.i2cAddressPca9539, c.i2cAddressW83782d}));
+        };
+        commands["tuning"] = [this](auto& w) {
+            reread(w.from(1));
+            esaPersonalityTuningRead();
+            const EsaControl_t& c = esaControl;
+            std::string all;
+            for (const U32_t value :
+                 {U32_t{c.fanSpeedDivisor}, U32_t{c.coolingMaxNumber},
+                  U32_t{c.temperatureSensorMaxNumber}, c.overheatTemperatureLimit,
+                  c.fanPwm25To50TemperatureThreshold, c.fanPwm50To75TemperatureThreshold,
+                  c.fanPwm75To100TemperatureThreshold, c.fanPwm100To75TemperatureThreshold,
+                  c.fanPwm75To50TemperatureThreshold, c.fanPwm50To25TemperatureThreshold,
+                  c.fanFaultRpmLimit, c.fanPwmLoadMinimum}) {
+                all += " " + std::to_string(value);
+            }
+            say("values" + all);
+        };
+    }
+    void loopCommands() {
+        // A running loop with a back-end.
+        commands["loop"] = [this](auto&) {
+            esaLinkOpen();
+            esaControl.enclosureType = KORVO_E_CHASSIS_KORVO_VSC055;
+            esaControl.i2cConnected = 1;
+            esaControl.selectTimeout = {1, 0};
+            esaControl.pollTimeout = {10, 0};
+            takeAltRecords();
+            silence();
+        };
+        commands["pass"] = [this](auto& w) {
+            for (int pass = 1; pass <= std::max(w.number(1), 1); ++pass) {
+                esaLoopPass();
+                for (const std::string& event : std::exchange(events, {})) {
+                    say(event + " in pass " + std::to_string(pass));
+                }
+                if (accept()) {
+                    say("connected in pass " + std::to_string(pass));
+                }
+            }
+        };
+        commands["arrive"] = [this](auto& w) {
+            for (int n = 0; n < w.number(2); ++n) {
+                Bytes message(static_cast<std::size_t>(w.number(1)), 0x5A);
+                message.at(10) = 0;
+                message.at(11) = static_cast<std::uint8_t>(w.number(1));
+                listener_.send(message);
+            }
+        };
+        commands["gone"] = [this](auto&) {
+            std::filesystem::remove(listener_.directory() + "/esadapter");
+            commands["drop"](Words(""));
+        };
+        commands["drop"] = [this](auto&) {
+            listener_.drop();
+            accepted_ = false;
+        };
+        commands["selecterror"] = [](auto& w) { systemCalls.selectError = w.number(1); };
+        commands["connected"] = [](auto& w) {
+            esaControl.i2cConnected = static_cast<U8_t>(w.number(1));
+        };
+        // timer COUNTDOWN PASS, both in microseconds
+        commands["timer"] = [this](auto& w) {
+            const auto time = [](int usec) {
+                return MPU_TIME_t{static_cast<U32_t>(usec / 1000000),
+                                  static_cast<U32_t>(usec % 1000000)};
+            };
+            esaControl.pollTimeout = time(w.number(1));
+            esaControl.selectTimeout = time(w.number(2));
+            esaPollTimeoutProcess();
+            say(std::to_string(esaControl.pollTimeout.sec) + " s " +
+                std::to_string(esaControl.pollTimeout.usec) + " us");
+        };
+        commands["report"] = [](auto& w) {
+            esaControl.reportTimeoutUserInput = static_cast<U32_t>(w.number(1));
+            esaControl.reportTimeout = {esaControl.reportTimeoutUserInput, 0};
+        };
+        commands["waited"] = [this](auto&) {
+            say(std::to_string(std::exchange(systemCalls.selects, 0)) + " selects of " +
+                std::to_string(systemCalls.selectMicroseconds) + " us, " +
+                (systemCalls.selectDescriptors == 0 ? "nothing"
+                 : esaLinkIsUp() && systemCalls.selectDescriptors != esaControl.socketFdMSM + 1
+                     ? "another descriptor"
+                     : "link") +
+                " watched");
+        };
+        commands["faults"] = [](auto& w) {
+            esaControl.compositeFaultStatus = static_cast<U32_t>(std::stoul(w[1], nullptr, 0));
+        };
+        commands["complete"] = [](auto&) { esaInitCompleteSend(); };
+        commands["mail"] = [](auto&) { esaEmailNotificationMmsgToStartupSend(); };
+        commands["led"] = [](auto& w) {
+            esaCompositeFaultMmsgToStartupSend(static_cast<ESA_CODE_e>(w.number(1)));
+        };
+    }
+    void faultCommands() {
+        commands["state"] = [](auto&) { stateSet(); };
+        commands["path"] = [](auto& w) {
+            std::ranges::fill(esaControl.socketAddressMSM.sun_path, w[1][0]);
+        };
+        // fault FILE LINE FUNCTION TEXT
+        commands["fault"] = [this](auto& w) {
+            auto expected = esaControl;
+            expected.esaDebug = TRUE;
+            esaFault(w[1].c_str(), w.number(2), w[3].c_str(), "%s", w.from(4).c_str());
+            EXPECT_EQ(std::memcmp(&expected, &esaControl, sizeof expected), 0);
+            records_ = takeAltRecords();
+            say(std::to_string(records_.size()) + " records, message of " +
+                std::to_string(std::strlen(esaDebugMsg)));
+        };
+        commands["record"] = [this](auto& w) {
+            const AltRecord& record = records_.at(static_cast<std::size_t>(w.number(1)));
+            say(record.logM ? "altEventLogM" : "altEventLog " + std::to_string(record.argument));
+            say(hexRows(record.bytes));
+        };
+    }
+
+    void reread(const std::string& text) {
+        esaControl = {};
+        esaControl.socketFdMSM = -1;
+        dir_.write(text);
+        esaPersonalityRead();
+        silence();
+    }
+    std::filesystem::path log() const { return listener_.directory() + "/esa_01.log"; }
+    void silence() { shown_ = std::filesystem::file_size(log()); }
+    // True when the service has connected anew.
+    bool accept() { return !accepted_ && esaLinkIsUp() && (accepted_ = listener_.accept()); }
+
+    // What the stand-ins were called for, faults, the trace log's texts without what differs in
+    // each run, and the messages sent, with the data of events.
+    void finish() override {
+        say(std::exchange(events, {}));
+        say(takeFaults());
+        std::ifstream file(log());
+        shown_ = std::min(shown_, std::filesystem::file_size(log()));
+        file.seekg(static_cast<std::streamoff>(shown_));
+        static const std::pair<std::regex, const char*> same[] = {
+            {std::regex(R"(^[A-Z][a-z]{2} [ \d]\d [\d:]{8}  \w+:\d+:  )"), ""},
+            {std::regex(R"(^(esamain\.cpp:esaFault):\d+)"), "$1"},
+            {std::regex(R"(^0x\w{8}| socket \[-?\d+\]| \[/tmp/[^\]]*/\.\.)"), "@"}};
+        for (std::string line; std::getline(file, line);) {
+            for (const auto& [differs, text] : same) {
+                line = std::regex_replace(line, differs, text);
+            }
+            say(line);
+        }
+        silence();
+        accept();
+        for (const Bytes& message : listener_.take()) {
+            say(messageNames({message}));
+            say(hexRows({message.begin() + (message.size() == 360 ? 216 : 64), message.end()}));
+        }
+    }
+
+    SwitchListener listener_;
+    PersonalityDir dir_;
+    std::uintmax_t shown_ = 0;
+    std::vector<AltRecord> records_;
+    bool accepted_ = false;
+};
+
+}  // namespace
+
+TEST(Core, StartUpAndLoopComeOutAsWritten) {
+    scriptPlay<CorePlayer>(CORE_TESTS "/start.txt");
+    scriptPlay<CorePlayer>(CORE_TESTS "/loop.txt");
+}
+TEST(Core, PersonalityComesOutAsWritten) {
+    scriptPlay<CorePlayer>(CORE_TESTS "/personality.txt");
+}
+TEST(Core, FaultsComeOutAsWritten) {
+    scriptPlay<CorePlayer>(CORE_TESTS "/fault.txt");
+}
+
+TEST(Core, InitialisationSetsTheDefaultsAndClearsAllElse) {
+    CorePlayer player;
+    std::memset(&esaControl, 0xEE, sizeof esaControl);
+    player.run("init");
+    EsaControl_t expected;
+    std::memset(&expected, 0, sizeof expected);
+    expected.socketFdMSM = esaControl.socketFdMSM;
+    expected.socketAddressMSM = esaControl.socketAddressMSM;
+    expected.i2cFileFd = esaControl.i2cFileFd;
+    expected.enclosureType = 1;
+    expected.elementTypeMaxNumber = 5;
+    expected.deviceMaxNumber = 16;
+    expected.powerSupplyMaxNumber = 3;
+    expected.audibleAlarmMaxNumber = 1;
+    std::memcpy(expected.sesTypeDescriptorList, "\x01\x02\x03\x04\x06", 5);
+    expected.esaDebug = 1;
+    expected.pollTimeout = {10, 0};
+    std::memcpy(expected.esaWorkSpace, esaControl.esaWorkSpace, sizeof expected.esaWorkSpace);
+    EXPECT_EQ(std::memcmp(&expected, &esaControl, sizeof expected), 0);
+}
