@@ -52,6 +52,7 @@ struct Arguments {
     bool keep = false;
     bool still = false;
     std::vector<std::string> faults;
+    std::vector<std::string> dumps;
     std::vector<std::string> command;
 
     std::filesystem::path labDirectory() const {
@@ -67,6 +68,10 @@ LabOptions labOptions(const Arguments& arguments) {
     options.trace = arguments.trace;
     options.rcpComplete = !arguments.noRcp;
     options.plant = !arguments.still;
+    for (const std::string& dump : arguments.dumps) {
+        const std::size_t equals = dump.find('=');
+        options.dumps.push_back({dump.substr(0, equals), dump.substr(equals + 1)});
+    }
     if (arguments.smbus) {
         options.adapter = enclab::AdapterKind::kSmbusOnly;
     }
@@ -246,6 +251,12 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
                    "fault rule set before the daemon starts, as of the command 'fault add' "
                    "(may be repeated)")
         ->allow_extra_args(false);
+    app.add_option("--dump", arguments.dumps,
+                   "CHIP=FILE: a register dump, as i2cdump prints it, for a chip to start from")
+        ->allow_extra_args(false)
+        ->check([](const std::string& word) {
+            return word.find('=') == word.npos ? "it takes CHIP=FILE" : std::string();
+        });
     app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
         ->check(CLI::ExistingFile);
     app.add_flag("--keep", arguments.keep, "keep the trace and the alternate event log at the end");

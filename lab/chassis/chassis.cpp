@@ -55,6 +55,23 @@ std::string names(const std::vector<Named>& things) {
 
 }  // namespace
 
+// While it lives, chips know that what the world gives them is done by hand.
+class Chassis::ByHand {
+  public:
+    explicit ByHand(const Chassis& chassis) : chassis_(chassis) { tell(true); }
+    ~ByHand() { tell(false); }
+    ByHand(const ByHand&) = delete;
+    ByHand& operator=(const ByHand&) = delete;
+
+  private:
+    void tell(bool byHand) {
+        for (Chip* chip : chassis_.chips_) {
+            chip->setByHand(byHand);
+        }
+    }
+    const Chassis& chassis_;
+};
+
 Chassis::Chassis(ChassisParts parts)
     : parts_(std::move(parts)),
       fanPresent_(static_cast<std::size_t>(parts_.fans), true),
@@ -64,6 +81,7 @@ Chassis::Chassis(ChassisParts parts)
 
 void Chassis::addDevice(std::string name, std::uint8_t address, Chip& chip) {
     devices_.push_back({std::move(name), address});
+    chips_.push_back(&chip);
     bus_.attach(address, chip);
 }
 
@@ -106,7 +124,12 @@ void Chassis::turnFansBy(FanSpeed speed) {
 
 void Chassis::setFanPresent(int fan, bool present) {
     fanPresent_[fanIndex(fan)] = present;
-    spinFans();
+    fanTouched(fan);
+}
+
+void Chassis::fanTouched(int fan) {
+    const ByHand hand(*this);
+    wireFan(fan, fanRpm(fan));
 }
 
 bool Chassis::fanPresent(int fan) const {
@@ -126,6 +149,7 @@ double Chassis::fanRpm(int fan) const {
 }
 
 void Chassis::setTemperature(int sensor, double degrees) {
+    const ByHand hand(*this);
     warmSensor(sensor, degrees);
 }
 
@@ -139,6 +163,7 @@ double Chassis::temperature(int sensor) const {
 }
 
 void Chassis::setRail(std::string_view name, double volts) {
+    const ByHand hand(*this);
     for (const std::size_t rail : railsNamed(name)) {
         driftRail(rail, volts);
     }
@@ -204,6 +229,16 @@ std::uint8_t Chassis::addressOf(std::string_view device) const {
     throw std::out_of_range(
         fmt::format("no device \"{}\": the chassis has {}, or give an address as 0x41", device,
                     names(devices_)));
+}
+
+Chip& Chassis::chip(std::string_view device) const {
+    const std::uint8_t address = addressOf(device);
+    for (std::size_t n = 0; n < devices_.size(); ++n) {
+        if (devices_[n].address == address) {
+            return *chips_[n];
+        }
+    }
+    throw std::out_of_range(fmt::format("no device at {}", device));
 }
 
 std::string Chassis::nameOf(std::uint8_t address) const {

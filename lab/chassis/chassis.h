@@ -78,7 +78,10 @@ class Chassis {
     // Positions in rails() of those such a name means, at least one.
     std::vector<std::size_t> railsNamed(std::string_view name) const;
 
-    // The same done by the surroundings, not by hand.
+    // A hand has changed how the fan turns.
+    void fanTouched(int fan);
+
+    // The same done by the surroundings, not by hand: what a register dump holds stays.
     void warmSensor(int sensor, double degrees);
     void driftRail(std::size_t rail, double volts);
 
@@ -102,6 +105,8 @@ class Chassis {
 
     // Address of a device given by its name or by its bus address ("0x41").
     std::uint8_t addressOf(std::string_view device) const;
+    // The device itself, past the bus; by name or address. Throws std::out_of_range.
+    Chip& chip(std::string_view device) const;
     // Name of the device at an address, "0x41" when there is none.
     std::string nameOf(std::uint8_t address) const;
 
@@ -114,6 +119,8 @@ class Chassis {
     void start();
 
   private:
+    class ByHand;
+
     // The wiring: numbers are checked, states kept here.
     virtual double drivenPercent(int fan) const = 0;
     virtual void wireFan(int fan, double rpm) = 0;
@@ -128,6 +135,7 @@ class Chassis {
     ChassisParts parts_;
     Bus bus_;
     std::vector<ChassisDevice> devices_;
+    std::vector<Chip*> chips_;  // of the devices
     std::vector<bool> fanPresent_;
     FanSpeed fanSpeed_;
     std::vector<double> temperatures_;

@@ -5,6 +5,9 @@
 
 #include <cstdint>
 #include <span>
+#include <stdexcept>
+
+#include "lab/chips/register_dump.h"
 
 namespace enclab {
 
@@ -18,6 +21,22 @@ class Chip {
 
     // One read message: fills all of `bytes` with what the chip puts on the wire.
     virtual void read(std::span<std::uint8_t> bytes) = 0;
+
+    // Makes a dump its state. What it measures of the world is held at the dumped values then,
+    // whatever the world does, until it is changed by hand.
+    virtual void load(const RegisterDump&) {
+        throw std::invalid_argument("this device takes no register dump");
+    }
+    // Number of registers that are held.
+    virtual int held() const { return 0; }
+    // While set, what the world gives the chip is done by hand.
+    void setByHand(bool byHand) { byHand_ = byHand; }
+
+  protected:
+    bool byHand() const { return byHand_; }
+
+  private:
+    bool byHand_ = false;
 };
 
 }  // namespace enclab

@@ -18,11 +18,12 @@ constexpr std::uint16_t kNineBits = 0xFF80;
 
 void Lm75::setTemperature(double degrees) {
     degrees_ = degrees;
+    held_ = held_ && !byHand();
     convert();
 }
 
 void Lm75::convert() {
-    if ((configuration_ & kShutdown) == 0) {
+    if (!held_ && (configuration_ & kShutdown) == 0) {
         words_[kTemperature] = halfDegrees(degrees_, -55, 125);
     }
 }
@@ -43,6 +44,16 @@ bool Lm75::write(std::span<const std::uint8_t> bytes) {
     const int low = bytes.size() > 2 ? bytes[2] : words_[pointer_] & 0xFF;
     words_[pointer_] = static_cast<std::uint16_t>((bytes[1] << 8 | low) & kNineBits);
     return true;
+}
+
+void Lm75::load(const RegisterDump& dump) {
+    held_ = held_ || dump[kTemperature];
+    configuration_ = dump[kConfiguration].value_or(configuration_) & kConfigurationMask;
+    for (const Pointer word : {kTemperature, kHysteresis, kLimit}) {
+        if (dump[word]) {
+            words_[word] = static_cast<std::uint16_t>(*dump[word] << 8);
+        }
+    }
 }
 
 // A read of one byte gives the most significant byte; a longer one goes round in the register.

@@ -19,11 +19,15 @@ class Lm75 : public Chip {
 
     bool write(std::span<const std::uint8_t> bytes) override;
     void read(std::span<std::uint8_t> bytes) override;
+    // A dump has one byte of each register: half degrees are lost.
+    void load(const RegisterDump& dump) override;
+    int held() const override { return held_ ? 1 : 0; }
 
   private:
     void convert();
 
     double degrees_ = 25;
+    bool held_ = false;  // the temperature
     std::uint8_t pointer_ = 0;
     std::uint8_t configuration_ = 0;
     std::array<std::uint16_t, 4> words_{0x1900, 0, 0x4B00, 0x5000};  // by pointer; 1 is not a word

@@ -40,6 +40,15 @@ bool Pca9539::writable(std::uint8_t number) const {
     return number >= PCA9539_REG_OUTPUT && number <= kLastRegister;
 }
 
+bool Pca9539::loadPins(std::uint8_t number, std::uint8_t value) {
+    if (number >= PCA9539_REG_OUTPUT) {
+        return false;
+    }
+    ports_[number].driveAll(
+        static_cast<std::uint8_t>(value ^ registers_[PCA9539_REG_POLARITY + number]));
+    return true;
+}
+
 std::uint8_t Pca9539::valueOf(std::uint8_t number) const {
     if (number >= PCA9539_REG_OUTPUT) {
         return registers_[number];

@@ -26,6 +26,7 @@ class Pca9539 : public RegisterChip {
   private:
     bool writable(std::uint8_t number) const override;
     std::uint8_t valueOf(std::uint8_t number) const override;
+    bool loadPins(std::uint8_t number, std::uint8_t value) override;
     std::uint8_t next(std::uint8_t number) const override {
         return static_cast<std::uint8_t>(number ^ 1);
     }

@@ -13,6 +13,7 @@ class PortPins {
         const int mask = 1 << bit;
         driven_ = static_cast<std::uint8_t>(level ? driven_ | mask : driven_ & ~mask);
     }
+    void driveAll(std::uint8_t levels) { driven_ = levels; }
     bool driven(int bit) const { return (driven_ >> bit & 1) != 0; }
 
     // Levels on the pins of a chip with these outputs: where `inputs` has a 1 the chip only

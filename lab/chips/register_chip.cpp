@@ -2,6 +2,8 @@
 // A file of one-byte registers behind a pointer.
 #include "lab/chips/register_chip.h"
 
+#include <algorithm>
+
 namespace enclab {
 
 bool RegisterChip::write(std::span<const std::uint8_t> bytes) {
@@ -23,8 +25,40 @@ bool RegisterChip::write(std::span<const std::uint8_t> bytes) {
 
 void RegisterChip::read(std::span<std::uint8_t> bytes) {
     for (std::uint8_t& byte : bytes) {
-        byte = valueOf(pointer_);
+        byte = held_[pointer_].value_or(valueOf(pointer_));
         pointer_ = next(pointer_);
+    }
+}
+
+// From the last register down: whether a pin is shown inverted stands behind the pin.
+void RegisterChip::load(const RegisterDump& dump) {
+    for (std::size_t n = dump.size(); n-- > 0;) {
+        if (!dump[n]) {
+            continue;
+        }
+        const std::uint8_t number = static_cast<std::uint8_t>(n);
+        registers_[n] = *dump[n];
+        if (!loadPins(number, *dump[n]) && !writable(number)) {
+            held_[n] = dump[n];
+        }
+    }
+    if (written_) {
+        written_();
+    }
+}
+
+int RegisterChip::held() const {
+    return static_cast<int>(std::ranges::count_if(held_, [](auto& value) { return !!value; }));
+}
+
+void RegisterChip::sense(std::uint8_t number, std::uint8_t value) {
+    registers_[number] = value;
+    sense(number);
+}
+
+void RegisterChip::sense(std::uint8_t number) {
+    if (byHand()) {
+        held_[number].reset();
     }
 }
 

@@ -20,6 +20,8 @@ class RegisterChip : public Chip {
 
     bool write(std::span<const std::uint8_t> bytes) override;
     void read(std::span<std::uint8_t> bytes) override;
+    void load(const RegisterDump& dump) override;
+    int held() const override;
 
   protected:
     virtual bool writable(std::uint8_t number) const = 0;
@@ -28,9 +30,18 @@ class RegisterChip : public Chip {
     // The register of the byte behind this one in the same message.
     virtual std::uint8_t next(std::uint8_t number) const = 0;
 
+    // A register that shows pins gets their levels driven; false when it is none.
+    virtual bool loadPins(std::uint8_t /*number*/, std::uint8_t /*value*/) { return false; }
+
+    // What the world gives a register that only reads.
+    void sense(std::uint8_t number, std::uint8_t value);
+    // The same for one whose value is made when it is read.
+    void sense(std::uint8_t number);
+
     std::array<std::uint8_t, 256> registers_{};
 
   private:
+    RegisterDump held_;  // shown in the place of what they are
     std::uint8_t pointer_ = 0;
     std::function<void()> written_;
 };

@@ -76,7 +76,8 @@ double Vsc055::dutyPercent(int fan) const {
 }
 
 void Vsc055::setTachometer(int fan, double rpm, int divisor) {
-    registers_[registerOf(kFanSpeed, fan)] = tachometerCount(kCountsPerMinute, rpm, divisor);
+    sense(static_cast<std::uint8_t>(registerOf(kFanSpeed, fan)),
+          tachometerCount(kCountsPerMinute, rpm, divisor));
 }
 
 bool Vsc055::writable(std::uint8_t number) const {
@@ -86,6 +87,13 @@ bool Vsc055::writable(std::uint8_t number) const {
 
 std::uint8_t Vsc055::valueOf(std::uint8_t number) const {
     return contains(kData, number) ? pins(number - kData.base) : registers_[number];
+}
+
+bool Vsc055::loadPins(std::uint8_t number, std::uint8_t value) {
+    if (contains(kData, number)) {
+        ports_[static_cast<std::size_t>(number - kData.base)].driveAll(value);
+    }
+    return contains(kData, number);
 }
 
 }  // namespace enclab

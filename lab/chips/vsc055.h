@@ -37,6 +37,7 @@ class Vsc055 : public RegisterChip {
   private:
     bool writable(std::uint8_t number) const override;
     std::uint8_t valueOf(std::uint8_t number) const override;
+    bool loadPins(std::uint8_t number, std::uint8_t value) override;
     std::uint8_t next(std::uint8_t number) const override {
         return static_cast<std::uint8_t>(number + 1);
     }

@@ -63,18 +63,18 @@ W83782d::W83782d(std::uint8_t address) {
 void W83782d::setVoltage(int channel, double volts) {
     const std::size_t n = checkedIndex("W83782D: voltage outside 0 to 6", channel, kChannels);
     const double pin = volts * kDividers[n].scale + kDividers[n].offset;
-    registers_[W83782D_REG_VOLTAGE + n] =
-        static_cast<std::uint8_t>(std::clamp(std::round(pin / kStepVolts), 0.0, 255.0));
+    sense(static_cast<std::uint8_t>(W83782D_REG_VOLTAGE + n),
+          static_cast<std::uint8_t>(std::clamp(std::round(pin / kStepVolts), 0.0, 255.0)));
 }
 
 void W83782d::setTemperature(double degrees) {
-    registers_[W83782D_REG_TEMP] =
-        static_cast<std::uint8_t>(static_cast<int>(std::clamp(std::round(degrees), -128.0, 127.0)));
+    sense(W83782D_REG_TEMP, static_cast<std::uint8_t>(
+                                static_cast<int>(std::clamp(std::round(degrees), -128.0, 127.0))));
 }
 
 void W83782d::setRpm(int fan, double rpm) {
     const std::size_t n = checkedIndex("W83782D: fan outside 0 to 2", fan, kFans);
-    registers_[W83782D_REG_FAN_COUNT[n]] = tachometerCount(kCountsPerMinute, rpm, kDivisor);
+    sense(W83782D_REG_FAN_COUNT[n], tachometerCount(kCountsPerMinute, rpm, kDivisor));
 }
 
 double W83782d::dutyPercent(int output) const {

@@ -68,27 +68,30 @@ W83792ad::W83792ad(std::uint8_t address) {
 void W83792ad::setVoltage(int channel, double volts) {
     const std::size_t n = checkedIndex("W83792AD: voltage outside 0 to 6", channel, kChannels);
     const int steps = static_cast<int>(std::clamp(std::round(volts / kStepVolts[n]), 0.0, kSteps));
-    registers_[W83792AD_REG_VOLTAGE + n] = static_cast<std::uint8_t>(steps >> 2);
+    sense(static_cast<std::uint8_t>(W83792AD_REG_VOLTAGE + n),
+          static_cast<std::uint8_t>(steps >> 2));
     const int shift = 2 * (channel % kChannelsPerLowBits);
-    std::uint8_t& low = registers_[W83792AD_REG_LOW_BITS1 + n / kChannelsPerLowBits];
-    low = static_cast<std::uint8_t>((low & ~(3 << shift)) | (steps & 3) << shift);
+    const auto low = static_cast<std::uint8_t>(W83792AD_REG_LOW_BITS1 + n / kChannelsPerLowBits);
+    sense(low, static_cast<std::uint8_t>((registers_[low] & ~(3 << shift)) | (steps & 3) << shift));
 }
 
 void W83792ad::setTemperature(int sensor, double degrees) {
     const std::size_t n = checkedIndex("W83792AD: sensor outside 0 to 2", sensor, kSensors);
     if (n == 0) {
-        registers_[W83792AD_REG_TEMP1] =
-            static_cast<std::uint8_t>(std::clamp(std::round(degrees), 0.0, 255.0));
+        sense(W83792AD_REG_TEMP1,
+              static_cast<std::uint8_t>(std::clamp(std::round(degrees), 0.0, 255.0)));
         return;
     }
     const std::uint16_t halves = halfDegrees(degrees, -128, 127.5);
     const std::uint8_t high = W83792AD_REG_TEMP23[n - 1];
-    registers_[high] = static_cast<std::uint8_t>(halves >> 8);
-    registers_[high + 1U] = static_cast<std::uint8_t>(halves);
+    sense(high, static_cast<std::uint8_t>(halves >> 8));
+    sense(static_cast<std::uint8_t>(high + 1), static_cast<std::uint8_t>(halves));
 }
 
 void W83792ad::setRpm(int fan, double rpm) {
-    rpm_[checkedFan(fan)] = rpm;
+    const std::size_t n = checkedFan(fan);
+    rpm_[n] = rpm;
+    sense(W83792AD_REG_FAN_COUNT[n]);
 }
 
 double W83792ad::dutyPercent(int fan) const {
@@ -121,6 +124,14 @@ bool W83792ad::writable(std::uint8_t number) const {
     return (number >= W83792AD_REG_LIMITS && number <= W83792AD_REG_LIMITS_END) ||
            inAnyOf(number, kOtherWritable, W83792AD_REG_GPIO_CONTROL, W83792AD_REG_GPIO_DATA,
                    W83792AD_REG_FAN_DIV, W83792AD_REG_PRESCALE, W83792AD_REG_DUTY);
+}
+
+bool W83792ad::loadPins(std::uint8_t number, std::uint8_t value) {
+    const int port = indexIn(W83792AD_REG_GPIO_DATA, number);
+    if (port >= 0) {
+        ports_[static_cast<std::size_t>(port)].driveAll(value);
+    }
+    return port >= 0;
 }
 
 std::uint8_t W83792ad::valueOf(std::uint8_t number) const {

@@ -43,6 +43,7 @@ class W83792ad : public RegisterChip {
   private:
     bool writable(std::uint8_t number) const override;
     std::uint8_t valueOf(std::uint8_t number) const override;
+    bool loadPins(std::uint8_t number, std::uint8_t value) override;
     std::uint8_t next(std::uint8_t number) const override { return number; }
     std::uint8_t countOf(int fan) const;
 

@@ -74,15 +74,17 @@ void Plant::setHeat(int slot, double percent) {
 
 void Plant::setFanWear(int fan, double percent) {
     fans_[chassis_.fanIndex(fan)].setWear(checkedPercent(percent));
+    chassis_.fanTouched(fan);
 }
 
 void Plant::setFanLocked(int fan, bool locked) {
     fans_[chassis_.fanIndex(fan)].setLocked(locked);
-    chassis_.spinFans();
+    chassis_.fanTouched(fan);
 }
 
 void Plant::setFanStall(int fan, double loadPercent) {
     fans_[chassis_.fanIndex(fan)].setStall(checkedPercent(loadPercent));
+    chassis_.fanTouched(fan);
 }
 
 void Plant::pinSensor(int sensor, double degrees) {

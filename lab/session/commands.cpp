@@ -30,6 +30,7 @@ const Commands::Command Commands::kCommands[] = {
     {"fail", "DEVICE|ADDRESS N", 2, &Commands::fail},
     {"fault", "add DEVICE [read|write] [KEY=VALUE]... act=ACTION | remove N | list | clear", 1,
      &Commands::fault, kAnyNumber},
+    {"dump", "DEVICE|ADDRESS [FILE]", 1, &Commands::dump, 2},
     {"bus", "on|off", 1, &Commands::bus},
     {"switch", "stop|go|close|open", 1, &Commands::messageSwitch},
     {"show", "", 0, &Commands::show},

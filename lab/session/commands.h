@@ -51,6 +51,7 @@ class Commands {
     std::string mend(const Words& words);
     std::string fail(const Words& words);
     std::string fault(const Words& words);
+    std::string dump(const Words& words);
     std::string bus(const Words& words);
     std::string messageSwitch(const Words& words);
     std::string show(const Words& words);

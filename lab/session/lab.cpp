@@ -43,9 +43,11 @@ static std::unique_ptr<Chassis> chassisFor(const LabOptions& options) {
     };
     const std::string_view name =
         options.chassis.empty() ? chassisOf(options.personality) : options.chassis;
-    return makeChassis(name, {.fans = value("coolingMaxNumber"),
-                              .sensors = value("temperatureSensorMaxNumber"),
-                              .fanSpeedDivisor = value("fanSpeedDivisor")});
+    auto chassis = makeChassis(name, {.fans = value("coolingMaxNumber"),
+                                      .sensors = value("temperatureSensorMaxNumber"),
+                                      .fanSpeedDivisor = value("fanSpeedDivisor")});
+    loadDumps(*chassis, options.dumps);
+    return chassis;
 }
 
 Lab::Lab(LabOptions options)

@@ -28,6 +28,15 @@
 
 namespace enclab {
 
+// A register dump to be loaded into a device of the chassis, by its name or address.
+struct DumpFile {
+    std::string device;
+    std::filesystem::path path;
+};
+
+// Throws std::invalid_argument or std::out_of_range with a text fit for the user.
+void loadDumps(Chassis& chassis, const std::vector<DumpFile>& files);
+
 struct LabOptions {
     std::filesystem::path directory = LabDirectory::defaultPath("default");
     std::filesystem::path daemon = {};  // empty: `esa` of this build
@@ -37,6 +46,7 @@ struct LabOptions {
     std::string personality = Personality().xml();  // text of the file
     std::string chassis = {};  // "xyratex"; empty: the one the personality selects
     AdapterKind adapter = AdapterKind::kI2c;
+    std::vector<DumpFile> dumps = {};
     bool plant = false;  // physics; without them fans follow their load and sensors stay as set
 
     // What a test may bend.

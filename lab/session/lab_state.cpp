@@ -122,8 +122,10 @@ void addFitted(Lines& lines, const Chassis& chassis) {
 std::string deviceText(Chassis& chassis) {
     std::vector<std::string> devices;
     for (const ChassisDevice& device : chassis.devices()) {
-        devices.push_back(fmt::format("{} 0x{:02x}{}", device.name, device.address,
-                                      chassis.bus().isCut(device.address) ? " (cut)" : ""));
+        const int held = chassis.chip(device.name).held();
+        devices.push_back(fmt::format("{} 0x{:02x}{}{}", device.name, device.address,
+                                      chassis.bus().isCut(device.address) ? " (cut)" : "",
+                                      held > 0 ? fmt::format(" ({} held)", held) : ""));
     }
     return fmt::format("{}", fmt::join(devices, ", "));
 }

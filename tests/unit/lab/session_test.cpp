@@ -382,6 +382,10 @@ TEST_F(CommandsTest, BadInputIsOneErrorLineAndChangesNothing) {
                              "fault remove",
                              "fault remove 1",
                              "fault list all",
+                             "dump",
+                             "dump fan",
+                             "dump 0x20",
+                             "dump vsc055 /no/such/file",
                              "bus",
                              "bus maybe",
                              "switch",
@@ -430,6 +434,28 @@ TEST_F(PlantCommandsTest, ActOnThePhysics) {
     EXPECT_TRUE(commands_.run("rail 12 lost").ok);
     EXPECT_EQ(lab_.chassis().rails()[1].volts, 0);
     EXPECT_EQ(plant.railDrift(1), 0) << "it has gone";
+}
+
+TEST_F(CommandsTest, DumpsMoveARegisterStateToAnotherLab) {
+    const fs::path file = lab_.directory().path() / "log" / "dump.txt";
+    lab_.chassis().bus().writeRegister(0x41, 0x10, 0x5C);
+    EXPECT_TRUE(commands_.run("dump vsc055 " + file.native()).ok);
+    EXPECT_THAT(commands_.run("dump 0x41").text, HasSubstr("\n10: 5c ff ff"));
+    LabOptions options{.directory = file.parent_path() / "b", .daemon = "/bin/true"};
+    options.dumps = {{"vsc055", file}};
+    Lab other(options);
+    EXPECT_EQ(other.chassis().bus().readRegister(0x41, 0x10), 0x5C);
+
+    options.directory += "c";
+    std::ofstream(file) << "nothing\n";
+    EXPECT_THAT([&] { Lab lab(options); },
+                testing::ThrowsMessage<std::invalid_argument>(
+                    file.native() + ": line 1: no line of column numbers up to here"));
+    EXPECT_FALSE(fs::exists(options.directory));
+    options.dumps = {{"lm75-9", file}};
+    EXPECT_THROW(Lab lab(options), std::out_of_range);
+    options.dumps = {{"lm75-0", "/no/such/file"}};
+    EXPECT_THROW(Lab lab(options), std::invalid_argument);
 }
 
 TEST_F(CommandsTest, ShowTellsTheWholeState) {
