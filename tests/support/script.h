@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <concepts>
+#include <cstdint>
 #include <exception>
 #include <fstream>
 #include <functional>
@@ -28,10 +30,14 @@ struct Words {
         }
     }
     std::string operator[](std::size_t n) const { return n < all.size() ? all[n] : ""; }
-    int number(std::size_t n) const {
+    long long value(std::size_t n) const {
         const std::string word = (*this)[n];
-        return word.empty() ? 0 : static_cast<int>(std::stol(word, nullptr, 0));
+        return word.empty() ? 0 : std::stoll(word, nullptr, 0);
     }
+    int number(std::size_t n) const { return static_cast<int>(value(n)); }
+    std::uint8_t u8(std::size_t n) const { return static_cast<std::uint8_t>(value(n)); }
+    std::uint16_t u16(std::size_t n) const { return static_cast<std::uint16_t>(value(n)); }
+    std::uint32_t u32(std::size_t n) const { return static_cast<std::uint32_t>(value(n)); }
     // Everything from word `n` on.
     std::string from(std::size_t n) const {
         std::string text;
@@ -65,7 +71,12 @@ class Player {
     }
 
   protected:
-    void say(const std::string& line) { said_ += line.empty() ? "" : line + "\n"; }
+    // A line of texts and numbers.
+    template <typename... Parts>
+    void say(const Parts&... parts) {
+        const std::string line = (std::string() + ... + textOf(parts));
+        said_ += line.empty() ? "" : line + "\n";
+    }
     void say(const Lines& lines) {
         for (const std::string& line : lines) {
             say(line);
@@ -77,6 +88,8 @@ class Player {
     std::map<std::string, std::function<void(const Words&)>> commands;
 
   private:
+    static std::string textOf(const std::string& text) { return text; }
+    static std::string textOf(std::integral auto number) { return std::to_string(number); }
     void printed(const std::string& text) {
         said_ += text + (text.empty() || text.back() == '\n' ? "" : "\n");
     }

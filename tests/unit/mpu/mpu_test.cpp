@@ -57,17 +57,17 @@ int altEventLogM(const void* stored, const MPU_PARAMS_t* mpuParams) {
 
 namespace {
 
-constexpr int SIGNALS[] = {SIGILL, SIGFPE, SIGSEGV, SIGBUS, SIGHUP, SIGTERM, SIGQUIT, SIGINT};
+pid_t lastChild;
 
 // Runs `last` in a child of its own; how that ended.
 std::string endOf(const std::function<void()>& last) {
-    const pid_t child = fork();
-    if (child == 0) {
+    lastChild = fork();
+    if (lastChild == 0) {
         last();
         _exit(0);
     }
     int status = 0;
-    waitpid(child, &status, 0);
+    waitpid(lastChild, &status, 0);
     return WIFSIGNALED(status) ? "killed by " + std::to_string(WTERMSIG(status))
                                : "exit " + std::to_string(WEXITSTATUS(status));
 }
@@ -82,15 +82,15 @@ class TracePlayer : public Player {
         writerCommands();
         lastCommands();
         commands["level"] = [this](auto& w) {
-            if (TRACE__setTraceLevel(w.number(1), static_cast<U16_t>(w.number(2))) != 0) {
+            if (TRACE__setTraceLevel(w.number(1), w.u16(2)) != 0) {
                 say("refused");
             }
-            say("level " + std::to_string(TRACE__getTraceLevel(w.number(1))));
+            say("level ", TRACE__getTraceLevel(w.number(1)));
         };
         commands["modules"] = [this](auto&) {
-            say(std::string(traceData.modNames[0]) + " " + traceData.modNames[1]);
+            say(traceData.modNames[0], " ", traceData.modNames[1]);
         };
-        commands["allocations"] = [this](auto&) { say(std::to_string(allocated_)); };
+        commands["allocations"] = [this](auto&) { say(allocated_); };
         commands["sh"] = [](auto& w) { ASSERT_EQ(std::system(w.from(1).c_str()), 0); };
     }
     ~TracePlayer() override {
@@ -130,12 +130,10 @@ class TracePlayer : public Player {
         commands["next"] = counted([](auto&) { TRACE_openLog(); });
         commands["check"] = counted([](auto&) { TRACE_checkLog(); });
         commands["grow"] = [](auto& w) { std::filesystem::resize_file(w[1], std::stoull(w[2])); };
-        commands["instance"] = [](auto& w) {
-            traceData.logInstanceNumber = static_cast<U8_t>(w.number(1));
-        };
+        commands["instance"] = [](auto& w) { traceData.logInstanceNumber = w.u8(1); };
         commands["count"] = [this](auto& w) {
-            say(std::to_string(traceData.logWriteCount));
-            traceData.logWriteCount = static_cast<U32_t>(w.number(1));
+            say(traceData.logWriteCount);
+            traceData.logWriteCount = w.u32(1);
         };
     }
     void writerCommands() {
@@ -157,8 +155,8 @@ class TracePlayer : public Player {
             for (int n = 0; n < w.number(1); ++n) {
                 bytes_[n] = static_cast<U8_t>(w.number(2) + n);
             }
-            TRACE__dumpStatement(0, file_.c_str(), function_.c_str(), 77, bytes_,
-                                 static_cast<U32_t>(w.number(1)), "%s", w.from(3).c_str());
+            TRACE__dumpStatement(0, file_.c_str(), function_.c_str(), 77, bytes_, w.u32(1), "%s",
+                                 w.from(3).c_str());
         });
         // A writer is handed a length beyond the text's buffer.
         commands["raw"] = [](auto& w) {
@@ -180,7 +178,7 @@ class TracePlayer : public Player {
         };
         last("bugcheck", [](auto& w) {
             errno = w.number(1);
-            MPU_BUGCHECK(static_cast<U32_t>(w.number(2)), w.from(3).c_str());
+            MPU_BUGCHECK(w.u32(2), w.from(3).c_str());
         });
         // bugstatement FILE FUNCTION LINE TEXT, on standard error
         last("bugstatement", [this](auto& w) {
@@ -300,46 +298,45 @@ TEST(Trace, TimestampIsLocalTimeInsideItsBuffer) {
 }
 
 TEST(Signals, AreCaughtWithoutAnAreaOnlyAndLeaveARecord) {
-    struct sigaction kept[std::size(SIGNALS)];
-    for (std::size_t n = 0; n < std::size(SIGNALS); n++) {
-        sigaction(SIGNALS[n], nullptr, &kept[n]);
-    }
     const auto caught = [] {
-        std::string numbers;
-        for (const int signal : SIGNALS) {
+        std::string names;
+        for (const int number :
+             {SIGILL, SIGFPE, SIGSEGV, SIGBUS, SIGHUP, SIGTERM, SIGQUIT, SIGINT}) {
             struct sigaction action = {};
-            sigaction(signal, nullptr, &action);
-            numbers += (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == catchEvent
-                           ? strsignal(signal) + std::string(" ")
-                           : "";
+            sigaction(number, nullptr, &action);
+            const bool ours =
+                (action.sa_flags & SA_SIGINFO) != 0 && action.sa_sigaction == catchEvent;
+            names += ours ? strsignal(number) + std::string(" ") : "";
         }
-        return numbers;
+        return names;
     };
-    MPU_PARAMS_t params = {};
-    params.flags = 0xFFFFFFFF;
-    pMpuParams = &params;
-    handleUnexpectedSignals();
-    EXPECT_EQ(caught(), "") << "whatever the flags";
-    pMpuParams = nullptr;
-    handleUnexpectedSignals();
-    EXPECT_EQ(caught(),
-              "Illegal instruction Floating point exception Segmentation fault Bus error Hangup "
-              "Terminated Quit ");
     std::memset(record, 0xEE, ALT_EVENT_K_RECORD_SIZE);
-    EXPECT_EQ(endOf([] { raise(SIGTERM); }), "killed by 6");
-    for (std::size_t n = 0; n < std::size(SIGNALS); n++) {
-        sigaction(SIGNALS[n], &kept[n], nullptr);
-    }
-    std::string expected =
-        std::string(24, '0') + "08000001" + std::string(384, '0') + "0158120301010004";
-    char process[9];  // the handlers were installed before the fork
-    std::snprintf(process, sizeof process, "%08X", static_cast<unsigned>(getpid()));
-    EXPECT_EQ(hexText({record, record + 220}), hexText(expected + process));
+    EXPECT_EQ(endOf([&] {
+                  static MPU_PARAMS_t params;
+                  params.flags = 0xFFFFFFFF;
+                  pMpuParams = &params;
+                  handleUnexpectedSignals();
+                  EXPECT_EQ(caught(), "") << "whatever the flags";
+                  pMpuParams = nullptr;
+                  handleUnexpectedSignals();
+                  EXPECT_EQ(caught(),
+                            "Illegal instruction Floating point exception Segmentation "
+                            "fault Bus error Hangup Terminated Quit ");
+                  if (!testing::Test::HasFailure()) {
+                      raise(SIGTERM);
+                  }
+              }),
+              "killed by 6");
+    char process[9];
+    std::snprintf(process, sizeof process, "%08X", static_cast<unsigned>(lastChild));
+    EXPECT_EQ(hexText({record, record + 220}),
+              hexText(std::string(24, '0') + "08000001" + std::string(384, '0') +
+                      "0158120301010004" + process));
     EXPECT_STREQ(std::string(reinterpret_cast<char*>(record) + 220, 20).c_str(),
                  std::string(program_invocation_name).substr(0, 19).c_str());
-    int signal;
-    std::memcpy(&signal, record + 240, sizeof signal);
-    EXPECT_EQ(signal, SIGTERM);
+    int number;
+    std::memcpy(&number, record + 240, sizeof number);
+    EXPECT_EQ(number, SIGTERM);
     EXPECT_FALSE(hexRows({record + 368, record + 456}).empty()) << "registers";
     EXPECT_FALSE(hexRows({record + 456, record + 544}).empty()) << "more of them";
     EXPECT_TRUE(hexRows({record + 544, record + ALT_EVENT_K_RECORD_SIZE}).empty());

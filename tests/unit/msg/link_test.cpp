@@ -72,7 +72,7 @@ class LinkPlayer : public Player {
         commands["pass"] = [this](auto& w) {
             for (int pass = 1; pass <= std::max(w.number(1), 1); ++pass) {
                 if (esaLinkPass()) {
-                    say("connected in pass " + std::to_string(pass));
+                    say("connected in pass ", pass);
                 }
             }
         };
@@ -128,7 +128,7 @@ class LinkPlayer : public Player {
             EXPECT_EQ(message_->mmch_lh.flink, address);
             EXPECT_EQ(message_->mmch_lh.blink, address);
             for (std::size_t n = 1; n < w.all.size(); ++n) {
-                esaMmsgRecipientAdd(message_, static_cast<U32_t>(w.number(n)));
+                esaMmsgRecipientAdd(message_, w.u32(n));
             }
             say(hexLine({esaControl.esaWorkSpace + 8, esaControl.esaWorkSpace + 36}));
             say(hexLine({esaControl.esaWorkSpace + 36, esaControl.esaWorkSpace + 76}));
@@ -136,19 +136,18 @@ class LinkPlayer : public Player {
         commands["send"] = [this](auto& w) {
             const auto protocol =
                 w[1] == "event" ? MMSG_E_PROTOCOL_EVENTMGR : MMSG_E_PROTOCOL_STARTUP;
-            esaMmsgHeaderInit(message_, protocol, static_cast<U32_t>(w.number(2)), 64);
+            esaMmsgHeaderInit(message_, protocol, w.u32(2), 64);
             const auto start = std::chrono::steady_clock::now();
             const S32_t sent = esaMmsgSend("sender()");
             const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-            say("sent " + std::to_string(sent) +
-                (took.count() < 0.9 ? ""
-                 : took.count() < 3 ? " in a second"
-                                    : " late"));
+            say("sent ", sent,
+                took.count() < 0.9 ? ""
+                : took.count() < 3 ? " in a second"
+                                   : " late");
             const std::vector<Bytes> out = listener_.take();
             if (!out.empty()) {
-                say(out.size() > 1
-                        ? "went out: many"
-                        : "went out: " + hexLine({out[0].begin() + 8, out[0].begin() + 20}));
+                say("went out: ",
+                    out.size() > 1 ? "many" : hexLine({out[0].begin() + 8, out[0].begin() + 20}));
             }
         };
         commands["fill"] = [this](auto&) {

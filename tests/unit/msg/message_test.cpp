@@ -69,8 +69,8 @@ class MessagePlayer : public Player {
             esaMmsgPrint(wireView<MMSG_t>(received(w.from(1)).data()));
         };
         commands["remembered"] = [this](auto& w) {
-            say(std::to_string(esaControl.pageCodeInRecentSndDiagCmd));
-            esaControl.pageCodeInRecentSndDiagCmd = static_cast<U8_t>(w.number(1));
+            say(esaControl.pageCodeInRecentSndDiagCmd);
+            esaControl.pageCodeInRecentSndDiagCmd = w.u8(1);
         };
         commands["counts"] = [](auto& w) {
             U8_t EsaControl_t::*const counts[] = {
@@ -81,22 +81,17 @@ class MessagePlayer : public Player {
                 esaControl.*counts[n] = static_cast<U8_t>(w.number(n + 1));
             }
         };
-        commands["level"] = [](auto& w) {
-            TRACE__setTraceLevel(0, static_cast<U16_t>(w.number(1)));
-        };
+        commands["level"] = [](auto& w) { TRACE__setTraceLevel(0, w.u16(1)); };
         commands["lost"] = [this](auto&) { peer_.close(); };
         sender("mail", [](auto&) { return esaEmailNotificationMmsgToStartupSend(); });
         sender("shutdown", [](auto&) { return esaOrderlyShutdownMmsgToStartupSend(); });
         sender("led", [](auto& w) {
             return esaCompositeFaultMmsgToStartupSend(static_cast<ESA_CODE_e>(w.number(1)));
         });
-        sender("test", [](auto& w) {
-            return esaTestMsg(static_cast<U8_t>(w.number(1)), static_cast<U8_t>(w.number(2)));
-        });
+        sender("test", [](auto& w) { return esaTestMsg(w.u8(1), w.u8(2)); });
         sender("event", [](auto& w) {
             const Bytes data = hexBytes(w.from(3));
-            return esaEventMmsgToEmpSend(static_cast<U16_t>(w.number(1)),
-                                         static_cast<U8_t>(w.number(2)), data.data());
+            return esaEventMmsgToEmpSend(w.u16(1), w.u8(2), data.data());
         });
         sender("statistics", [](auto&) {
             esaControl.enclosureType = 5;

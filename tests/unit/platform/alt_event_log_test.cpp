@@ -67,7 +67,7 @@ class LogPlayer : public Player {
         commands["directory"] = [this](auto& w) { directory(w[1]); };
         commands["limit"] = [this](auto& w) {
             std::signal(SIGXFSZ, SIG_IGN);
-            const rlimit small = {static_cast<rlim_t>(w.number(1)), limit_.rlim_max};
+            const rlimit small = {w.u32(1), limit_.rlim_max};
             setrlimit(RLIMIT_FSIZE, w[1].empty() ? &limit_ : &small);
         };
     }
@@ -97,11 +97,11 @@ class LogPlayer : public Player {
     }
     // look INDEX...: number of the slots in the file, and each of those named.
     void look(const Words& w) {
-        say(std::to_string(fs::file_size("altevent.log")) + " bytes");
+        say(fs::file_size("altevent.log"), " bytes");
         for (std::size_t n = 1; n < w.all.size(); ++n) {
             const AltEventSlot_t slot = slotAt(w.number(n));
             const char* const names[] = {"good", "empty", "foreign", "torn"};
-            const int state = altEventSlotCheck(slot, static_cast<U32_t>(w.number(n)));
+            const int state = altEventSlotCheck(slot, w.u32(n));
             const Bytes record(slot.record, slot.record + sizeof slot.record);
             std::string text = w[n] + " " + names[state];
             for (const char* name : {"zeros", "ladder", "fives"}) {

@@ -21,41 +21,32 @@ std::string hex(const U8_t* bytes, std::size_t count) {
     return hexLine({bytes, bytes + count});
 }
 
+const std::map<unsigned long, std::string> REQUESTS = {
+    {I2C_FUNCS, "FUNCS"}, {I2C_TIMEOUT, "TIMEOUT"}, {I2C_RETRIES, "RETRIES"},
+    {I2C_SLAVE, "SLAVE"}, {I2C_RDWR, "RDWR"},       {I2C_SMBUS, "SMBUS"}};
+
 // Answers the ioctls of an I2C adapter and writes them down.
 struct FakeAdapter {
     unsigned long functions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_BYTE_DATA;
-    std::map<unsigned long, int> errors;  // ioctl request -> errno it fails with
-    U8_t answer = 0xA5;                   // all that reads give
-    int messagesDone = -1;                // what I2C_RDWR says it did; -1: all
+    std::map<std::string, int> errors;  // of requests: errno they fail with
+    U8_t answer = 0xA5;                 // all that reads give
+    int messagesDone = -1;              // what I2C_RDWR says it did; -1: all
     Lines log;
 
     int handle(unsigned long request, void* argument) {
-        const std::string number = std::to_string(reinterpret_cast<std::uintptr_t>(argument));
+        const std::string name = REQUESTS.at(request);
         int done = 0;
-        switch (request) {
-            case I2C_FUNCS:
-                log.push_back("FUNCS");
-                *static_cast<unsigned long*>(argument) = functions;
-                break;
-            case I2C_TIMEOUT:
-                log.push_back("TIMEOUT " + number);
-                break;
-            case I2C_RETRIES:
-                log.push_back("RETRIES " + number);
-                break;
-            case I2C_SLAVE:
-                log.push_back("SLAVE " + number);
-                break;
-            case I2C_RDWR:
-                done = messages(*static_cast<i2c_rdwr_ioctl_data*>(argument));
-                break;
-            case I2C_SMBUS:
-                smbus(*static_cast<i2c_smbus_ioctl_data*>(argument));
-                break;
-            default:
-                log.push_back("another ioctl");
+        if (request == I2C_FUNCS) {
+            log.push_back(name);
+            *static_cast<unsigned long*>(argument) = functions;
+        } else if (request == I2C_RDWR) {
+            done = messages(*static_cast<i2c_rdwr_ioctl_data*>(argument));
+        } else if (request == I2C_SMBUS) {
+            smbus(*static_cast<i2c_smbus_ioctl_data*>(argument));
+        } else {
+            log.push_back(name + " " + std::to_string(reinterpret_cast<std::uintptr_t>(argument)));
         }
-        errno = errors[request];
+        errno = errors[name];
         return errno != 0 ? -1 : done;
     }
     int messages(const i2c_rdwr_ioctl_data& transfer) {
@@ -102,12 +93,7 @@ class I2cDevPlayer : public Player {
         commands["plain"] = [this](auto&) { fake_ = {}; };
         commands["answer"] = [this](auto& w) { fake_.answer = hexBytes(w[1]).at(0); };
         commands["done"] = [this](auto& w) { fake_.messagesDone = w.number(1); };
-        commands["error"] = [this](auto& w) {
-            static const std::map<std::string, unsigned long> REQUESTS = {
-                {"FUNCS", I2C_FUNCS}, {"TIMEOUT", I2C_TIMEOUT}, {"RETRIES", I2C_RETRIES},
-                {"SLAVE", I2C_SLAVE}, {"RDWR", I2C_RDWR},       {"SMBUS", I2C_SMBUS}};
-            fake_.errors[REQUESTS.at(w[1])] = w.number(2);
-        };
+        commands["error"] = [this](auto& w) { fake_.errors[w[1]] = w.number(2); };
         // Another file behind the descriptor, or behind one `offset` above it.
         commands["file"] = [this](auto& w) {
             const int file = memfd_create("adapter", 0);
@@ -118,7 +104,7 @@ class I2cDevPlayer : public Player {
         commands["descriptor"] = [this](auto& w) { used_ = w.number(1); };
         commands["read"] = [this, result](auto& w) {
             U8_t bytes[64] = {};
-            const auto count = static_cast<U32_t>(w.number(3));
+            const auto count = w.u32(3);
             const U8_t address = hexBytes(w[1]).at(0);
             const int done = read_i2c_data(used_, address, hexBytes(w[2]).at(0), bytes, count);
             result(done, bytes, count);
