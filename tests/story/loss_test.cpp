@@ -88,7 +88,7 @@ class Loss {
     bool runWithout(std::uint32_t n, bool forGood, const char* command) {
         lost_ = false;
         forGood_ = forGood;
-        bus_.add({n});
+        bus_.add({.nth = n});
         run(command);
         bus_.clearFaults();
         return lost_;

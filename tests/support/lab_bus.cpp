@@ -23,7 +23,7 @@ static int result(int error) {
 int read_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t length) {
     std::vector<enclab::BusMessage> messages{{i2cAddress, false, {registerNumber}},
                                              {i2cAddress, true, std::vector<std::uint8_t>(length)}};
-    const int error = theBus->transfer(messages);
+    const int error = theBus->transfer(messages).error;
     if (error == 0) {
         std::ranges::copy(messages[1].bytes, buffer);
     }
@@ -33,5 +33,5 @@ int read_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t
 int write_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer, U32_t length) {
     std::vector<enclab::BusMessage> messages{{i2cAddress, false, {registerNumber}}};
     messages[0].bytes.insert(messages[0].bytes.end(), buffer, buffer + length);
-    return result(theBus->transfer(messages));
+    return result(theBus->transfer(messages).error);
 }
