@@ -28,8 +28,9 @@ std::vector<std::uint8_t> devicesMeant(const Chassis& chassis, const std::string
 }
 
 std::string faultLine(const Fault& fault, double now) {
-    return fmt::format("{:<3} {}: acted on {}, matched {}{}", fault.number(), describe(fault.rule()),
-                       fault.fired(), fault.matched(), fault.over(now) ? ", over" : "");
+    return fmt::format("{:<3} {}: acted on {}, matched {}{}", fault.number(),
+                       describe(fault.rule()), fault.fired(), fault.matched(),
+                       fault.over(now) ? ", over" : "");
 }
 
 std::string faultList(const Bus& bus) {

@@ -7,18 +7,37 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "core/esa_control.h"
 #include "esamain.h"
+#include "i2c.h"
 #include "msg/esa_mmsg.h"
 #include "sys_msg.h"
 #include "tests/support/fake_alt_event_log.h"
-#include "tests/support/fake_bus.h"
+
+// The enclosure bus: one device, or none.
+static bool isOnBus = false;
+static U8_t registers[256];
+
+static bool answers(U8_t i2cAddress) {
+    return isOnBus && i2cAddress == 0x41;
+}
+
+int read_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t) {
+    *buffer = answers(i2cAddress) ? registers[registerNumber] : *buffer;
+    return answers(i2cAddress) ? 0 : -1;
+}
+
+int write_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer, U32_t) {
+    registers[registerNumber] = *buffer;
+    return answers(i2cAddress) ? 0 : -1;
+}
 
 namespace {
 
-void enclosureSet(FakeBus* bus, std::uint8_t choice) {
+void enclosureSet(std::uint8_t choice) {
     esaControl = {};
     esaControl.enclosureType = choice & 0x7;
     esaControl.i2cConnected = 1;
@@ -30,9 +49,9 @@ void enclosureSet(FakeBus* bus, std::uint8_t choice) {
     // Counts as a file may claim them, beyond the arrays too.
     esaControl.coolingMaxNumber = (choice & 0x10) != 0 ? 255 : 4;
     esaControl.temperatureSensorMaxNumber = (choice & 0x20) != 0 ? 44 : 4;
-    if ((choice & 0x8) != 0) {
-        bus->reg(0x41, 0x04) = 0x80;
-    }
+    isOnBus = (choice & 0x8) != 0;
+    std::memset(registers, 0, sizeof registers);
+    registers[0x04] = 0x80;
 }
 
 // What the switch sends.
@@ -65,8 +84,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair) != 0) {
         return 0;
     }
-    FakeBus bus;
-    enclosureSet(&bus, data[0]);
+    enclosureSet(data[0]);
     esaControl.socketFdMSM = pair[0];
     const auto stream = streamOf(data[0], data + 1, size - 1);
     if (send(pair[1], stream.data(), stream.size(), MSG_NOSIGNAL) >= 0) {

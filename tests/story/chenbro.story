@@ -20,7 +20,7 @@ drives  00000000 01000000 01010000 01020000 01030000 01040000 01050000 01060000 
 supply  00000000 01000001 01000001 01000001
 fans    00000000 00805AE0 00805AE0 00805AE0 00805AE0 00805AE0 00805AE0
 sensors 00000000 00003200 00003200 00003200 00003200
-alarms  00000000 000000
+alarms  00000000 000000(00)
 
 # A fan is pulled: one event, one LED request, one mail, all alarms, all fans up; and the way back.
 > fan 3 pull
@@ -53,7 +53,7 @@ loads   50 50 50 50 50 50
 > temp 2 35
 > temp 3 29
 > poll
-> fail w83782d-2 8
+> fail 8 w83782d-2
 > poll
 led     composite fault LED on
 led     composite fault LED off
@@ -90,6 +90,7 @@ loads   75 75 75 75 75 75
 reply   to environment manager: GOOD, enclosure status page, 212 bytes, handle 0
 fans    00000000 00C084E0 00C084E0 00C084E0 00C084E0 00C084E0 00C084E0
 sensors 00000000 00003B00 00003B00 00003B00 00003B00
+alarms  00000000 000000(01)
 > temp all 45
 > poll
 loads   100 100 100 100 100 100
@@ -216,6 +217,7 @@ reply   to environment manager: GOOD, 68 bytes, handle 0
 > page
 reply   to environment manager: GOOD, enclosure status page, 212 bytes, handle 0
 drives  00000000 01000000 01010000 01020000 01030000 01040000 01050000 01060000 01070000 01080000 01090000 010A0000 010B0000 010C0000 010D0000 010E0000 010F0004
+alarms  00000000 000000(00)
 > put leds
 event   drive fault LEDs: warning, drives 16, lit 0x0000 (none)
 reply   to environment manager: GOOD, 68 bytes, handle 0

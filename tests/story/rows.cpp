@@ -6,6 +6,7 @@
 #include "lab/chassis/w83782d_chassis.h"
 #include "lab/chassis/w83792ad_chassis.h"
 #include "lab/chassis/xyratex_chassis.h"
+#include "tests/story/registers.h"
 
 namespace {
 
@@ -35,6 +36,11 @@ constexpr StoryRow chenbroRow(const char* name, const char* story,
             0};
 }
 
+constexpr StoryRow plainRow(const char* name, const char* story) {
+    return {name,    story, make<RegisterChassis>,           KORVO_E_CHASSIS_NONE, "", "", 0, false,
+            nullptr, 0,     "log bus messages result fields"};
+}
+
 constexpr StoryRow ROWS[] = {
     {"Xyratex", "xyratex", make<enclab::XyratexChassis>, KORVO_E_CHASSIS_XYRATEX_2U12ATX,
      "Xyratex 2U12ATX", "Xyratex 2U12ATX", 1, false, nullptr, 0},
@@ -52,8 +58,18 @@ constexpr StoryRow ROWS[] = {
                make<enclab::ChenbroChassis, Wiring::kByShift>),
     chenbroRow("ChenbroInSequence", "chenbro_in_sequence",
                make<enclab::ChenbroChassis, Wiring::kInSequence>),
+    plainRow("BringUp", "bring_up"),
+    plainRow("Vsc055Operations", "vsc055_operations"),
+    plainRow("XyratexOperations", "xyratex_operations"),
+    plainRow("WinbondOperations", "winbond_operations"),
+    plainRow("Transfers", "transfers"),
+    plainRow("Policies", "policies"),
+    plainRow("StatusPage", "status_page"),
+    plainRow("ControlPage", "control_page"),
 };
 constexpr std::size_t SOUND = 6;
+
+constexpr StoryRow REGISTERS = plainRow("Registers", "");
 
 }  // namespace
 
@@ -63,4 +79,8 @@ std::span<const StoryRow> soundRows() {
 
 std::span<const StoryRow> storyRows() {
     return ROWS;
+}
+
+const StoryRow& registersRow() {
+    return REGISTERS;
 }

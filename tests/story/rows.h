@@ -20,12 +20,16 @@ struct StoryRow {
     bool isWinbond;           // its monitors are Winbond's
     void (*afterInit)();      // sets what no personality file does; null: nothing
     U32_t lastingFaults;      // composite faults of the enclosure in perfect health
+    const char* shown = "messages page state";
 };
 
 // One of each chassis, in perfect health.
 std::span<const StoryRow> soundRows();
 // These, and chassis whose wiring lacks something.
 std::span<const StoryRow> storyRows();
+
+// An enclosure of plain registers; no story of its own.
+const StoryRow& registersRow();
 
 // Shows in the test's name.
 inline void PrintTo(const StoryRow& row, std::ostream* out) {

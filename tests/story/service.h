@@ -24,6 +24,8 @@ constexpr PageSection PAGE_SECTIONS[] = {{"drives", &EsaControl_t::deviceMaxNumb
                                          {"sensors", &EsaControl_t::temperatureSensorMaxNumber},
                                          {"alarms", &EsaControl_t::audibleAlarmMaxNumber}};
 
+class RegisterChip;
+
 class StoryService {
   public:
     explicit StoryService(const StoryRow& row);
@@ -34,34 +36,61 @@ class StoryService {
     const StoryRow& row() const { return row_; }
     enclab::Chassis& chassis() { return *chassis_; }
 
-    // Does what a line says; throws when it cannot.
-    //   start | tune KEY VALUE | poll [N]: start-up; before it, a personality value; hardware polls
+    // Does what a command says, and throws when it cannot. Registers, addresses and records are
+    // hexadecimal.
+    // The enclosure:
     //   fan N pull|return, temp N|all DEGREES, rail NAME VOLTS, psu lost|good, drive N out|in,
-    //   cut DEVICE|all, mend DEVICE|all, fail DEVICE N, wait SECONDS: the enclosure
-    //   page: a peer asks for the status page
-    //   put leds N... | put SECTION N HEX: a peer sends a control page that asks for these drive
-    //   fault LEDs, or selects one record and asks for the LEDs as they were
-    void run(const std::string& command);
+    //   cut DEVICE|all, mend DEVICE|all, fail N, fail N DEVICE (the N-th transfer), wait SECONDS
+    // An enclosure of plain registers (a row without chips):
+    //   use FILE: lines of tests/golden/FILE/registers.txt; up FILE: and bring-up
+    //   reg ADDRESS NUMBER VALUE...: registers from there on; next ADDRESS NUMBER VALUE...: what
+    //   the next reads give; input ADDRESS NUMBER MASK: bits that writes leave alone
+    // The service:
+    //   tune KEY VALUE: of the personality file; start: until the loop is entered
+    //   link TYPE: a service of that type without start-up, connected
+    //   poll [N]: passes up to the next hardware poll
+    //   set FIELD VALUE...; call ROUTINE ARGUMENT...: what it returns is the result
+    // The peers:
+    //   page: asks for the status page
+    //   put SECTION N RECORD, ...: a control page that selects these records; "leds N..." stands
+    //   for drives with lit fault LEDs, which later pages repeat
+    //   send [FIELD=NUMBER]... DATA...: a message with these header fields
+    // Returns the result of a routine called, " = 0".
+    std::string run(const std::string& command);
+
+    // Later messages end after so many bytes; what they lack stands in the receive buffer as from
+    // an older message. 0: whole. Returns how long the latest message was meant to be.
+    std::size_t cutMessages(std::size_t length) {
+        cut_ = length;
+        return wholeLength_;
+    }
 
     // Messages sent since the last call. Throws when the stream is no whole messages.
     std::vector<enclab::Message> take();
 
   private:
     using Words = std::vector<std::string>;
+    using Command = void (*)(StoryService& service, const Words& words);
+    static const std::map<std::string, Command> COMMANDS;
 
-    bool serviceRun(const Words& words);
-    bool enclosureRun(const Words& words);
     std::string personalityText() const;
     void start();
+    void link(U8_t type);
     void poll();
-    void send(std::uint32_t type, const Bytes& userData);
+    // A message with these header fields, and the pass that handles it.
+    void send(const std::map<std::string, U32_t>& header, const Bytes& userData);
     void put(const Words& words);
+    void use(const std::string& file);
     void devicesCut(const std::string& device, bool cut);
+    RegisterChip& chip(const std::string& address);
 
     const StoryRow& row_;
     std::unique_ptr<enclab::Chassis> chassis_;
     LabBus bus_;
     SwitchListener switch_;
     std::map<std::string, int> tuning_;
-    std::vector<std::size_t> litSlots_;  // drive fault LEDs as last requested
+    std::map<std::size_t, Bytes> drives_;  // records of the drives as last requested
+    std::string result_;
+    std::size_t cut_ = 0;
+    std::size_t wholeLength_ = 0;
 };

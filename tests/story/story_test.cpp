@@ -1,24 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every enclosure lives its story: the transcript of each chapter must come out as it is written.
+// Every story must come out as it is written.
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <sstream>
 
 #include "tests/story/transcript.h"
-#include "tests/support/fake_alt_event_log.h"
+#include "tests/support/script.h"
 
 namespace {
-
-struct Step {
-    int line;  // in the file
-    std::string command;
-    std::string outcome;  // lines
-};
-
-struct Chapter {
-    std::string title;
-    std::vector<Step> steps;
-};
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
@@ -27,42 +16,60 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-// "== TITLE" begins a chapter, "> COMMAND" a step; '#' comments.
-std::vector<Chapter> chaptersOf(const StoryRow& row) {
-    std::ifstream file(std::string(STORY_DIR) + "/" + row.story + ".story");
-    std::vector<Chapter> chapters;
-    int number = 0;
-    for (std::string line; std::getline(file, line);) {
-        ++number;
-        if (line.starts_with("== ")) {
-            chapters.push_back({line.substr(3), {}});
-        } else if (line.starts_with("> ")) {
-            chapters.back().steps.push_back({number, line.substr(2), ""});
-        } else if (!line.empty() && line[0] != '#') {
-            chapters.back().steps.back().outcome +=
-                replaced(line, "{enclosure}", row.enclosure) + "\n";
-        }
-    }
-    return chapters;
-}
-
 class Story : public testing::TestWithParam<StoryRow> {};
 
 TEST_P(Story, ComesOutAsWritten) {
-    const std::vector<Chapter> chapters = chaptersOf(GetParam());
-    ASSERT_FALSE(chapters.empty());
-    for (const Chapter& chapter : chapters) {
+    for (const ScriptChapter& chapter :
+         scriptRead(std::string(STORY_DIR) + "/" + GetParam().story + ".story")) {
         Transcript transcript(GetParam());
-        for (const Step& step : chapter.steps) {
-            EXPECT_EQ(step.outcome, transcript.run(step.command))
-                << GetParam().story << ".story:" << step.line << ": " << step.command << ", in \""
-                << chapter.title << "\"";
+        for (const ScriptStep& step : chapter) {
+            expectSame(replaced(step.expected, "{enclosure}", GetParam().enclosure),
+                       transcript.run(step.command), step.place);
         }
-        EXPECT_EQ(takeFaults(), std::vector<std::string>()) << chapter.title;
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Story, testing::ValuesIn(storyRows()),
                          [](const auto& row) { return row.param.name; });
+
+// ---- register traffic ----
+
+// One transfer a line, without comments.
+std::string traffic(const std::string& text) {
+    std::istringstream lines(text);
+    std::string entries;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        for (std::string word; words >> word;) {
+            const bool begins = word == "R" || word == "W" || word == "sleep";
+            entries += (begins ? "\n" : " ") + word;
+        }
+    }
+    return entries;
+}
+
+class RegisterTraffic : public testing::TestWithParam<std::tuple<int, const char*>> {};
+
+TEST_P(RegisterTraffic, IsTheOneWrittenDown) {
+    const auto& [type, situation] = GetParam();
+    const char* const folders[] = {"xyratex", "vsc055", "chenbro", "vsc055", "w83782d", "w83792ad"};
+    const std::string folder = folders[type - 2];
+    Transcript transcript(registersRow());
+    transcript.run("use " + folder + "; set enclosureType " + std::to_string(type));
+    if (std::string(situation) != "bring-up") {
+        transcript.run("call init");
+    }
+    transcript.run("hide log fields messages result");
+    const std::string file = std::string(GOLDEN_DIR) + "/" + folder + "/" + situation + ".txt";
+    const auto chapters = scriptRead(file);
+    for (const ScriptStep& step : chapters.at(0)) {
+        expectSame(traffic(step.expected), traffic(transcript.run(step.command)), step.place);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OfType, RegisterTraffic,
+                         testing::Combine(testing::Range(2, 8),
+                                          testing::Values("bring-up", "poll", "status-page",
+                                                          "control-page")));
 
 }  // namespace

@@ -25,7 +25,7 @@ drives  00000000 01000000 01010000 01020000 01030000 01040000 01050000 01060000 
 supply  00000000 01000001 01000001
 fans    00000000 00402DE0 00402DE0 00402DE0
 sensors 00000000 00003200 00000000 00000000
-alarms  00000000 000000
+alarms  00000000 000000(00)
 
 # A fan is pulled: one event, one LED request, one mail, the alarm, all fans up; and the way back.
 > fan 1 pull
@@ -52,7 +52,7 @@ loads   25 25 25
 
 # The sensor is not read once. The monitor takes the write that sounds the alarm and counts as good
 # again before its loss is told: peers hear of both in the other order, and the alarm stays on.
-> fail w83782d 11
+> fail 11 w83782d
 > poll
 led     composite fault LED on
 led     composite fault LED off
@@ -99,6 +99,7 @@ stop    orderly shutdown
 reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 fans    00000000 0000B5E0 0000B5E0 0000B5E0
 sensors 00000000 00005130 00000000 00000000
+alarms  00000000 000000(01)
 > temp 0 55
 > poll
 event   temperature: warning, sensor 0 of 3 at 55 degrees, over 45
@@ -204,6 +205,7 @@ reply   to environment manager: GOOD, 68 bytes, handle 0
 > page
 reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 drives  00000000 01000000 01010000 01020000 01030004 01040000 01050000 01060000 01070000 01080000 01090004 010A0000 010B0000 010C0000 010D0000 010E0000 010F0000
+alarms  00000000 000000(00)
 > put leds
 event   drive fault LEDs: warning, drives 16, lit 0x0000 (none)
 reply   to environment manager: GOOD, 68 bytes, handle 0

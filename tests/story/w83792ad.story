@@ -29,7 +29,7 @@ drives  00000000 01000000 01010000 01020000 01030000 01040000 01050000 01060000 
 supply  00000000 05000043 05000043
 fans    00000000 0040C2E0 0040C2E0 0040C2E0 0040C2E0 0040C2E0 0040C2E0
 sensors 00000000 00003200 00003200 00003200
-alarms  00000000 000000
+alarms  00000000 000000(00)
 > rail 5 5.2
 > poll
 
@@ -58,14 +58,14 @@ loads   50 50 50 50 50 50
 > temp 1 35
 > temp 2 26
 > poll
-> fail w83792ad 23
+> fail 23 w83792ad
 > poll
 mail    e-mail notification
 event   device W83792AD: warning, enclosure {enclosure}, does not answer
 event   device W83792AD: warning, enclosure {enclosure}, answers
 loads   25 25 25 25 25 25
 > poll
-> fail w83792ad 38
+> fail 38 w83792ad
 > page
 mail    e-mail notification
 event   device W83792AD: warning, enclosure {enclosure}, does not answer
@@ -345,7 +345,7 @@ drives  00000000 01000000 01010000 01020000 01030000 01040000 01050000 01060000 
 supply  00000000 05000043 05000043
 fans    00000000 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0
 sensors 00000000 00000000 00000000 00000000
-alarms  00000000 000000
+alarms  00000000 000000(02)
 faults  0x80000013
 
 == The expander is lost before the start

@@ -19,7 +19,7 @@ drives  00000000 01000000 01010000 01020000 01030000 01040000 01050000 01060000 
 supply  00000000 01000001 01000001
 fans    00000000 0040F4E0 0040F4E0 0040F4E0 0040F4E0 0040F4E0 0040F4E0 0040F4E0 0040F4E0
 sensors 00000000 00003200 00003200
-alarms  00000000 000000
+alarms  00000000 000000(02)
 > poll 10
 
 # Drives come and go.
@@ -180,6 +180,7 @@ reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 supply  00000000 05000003 05000003
 fans    00000000 00C0E8E0 00C0E8E0 00C0E8E0 00C0E8E0 00C0E8E0 00C0E8E0 00C0E8E0 00C0E8E0
 sensors 00000000 00003200 00003200
+alarms  00000000 000000(00)
 > put alarms 0 80000002
 reply   to environment manager: GOOD, 68 bytes, handle 0
 alarm   3, S3 mute
@@ -204,6 +205,7 @@ alarm   0, S1 fault
 > page
 event   power supply status: warning, supplies 2, status 0x01 (voltage good, redundancy lost)
 reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
+alarms  00000000 000000(01)
 status  psu-ok redundancy-fail
 > psu good
 alarm   0, S0 idle
@@ -211,6 +213,7 @@ alarm   0, S0 idle
 event   power supply status: warning, supplies 2, status 0x03 (voltage good, redundancy good)
 reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 supply  00000000 01000001 01000001
+alarms  00000000 000000(03)
 status  psu-ok
 
 # A voltage leaves its tolerance.
@@ -227,6 +230,7 @@ faults  0x80000001
 > page
 reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 supply  00000000 01000043 01000043
+alarms  00000000 000000(01)
 > rail 5 5
 alarm   1, S0 idle
 > poll
@@ -248,6 +252,7 @@ status  none
 > page
 reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 supply  00000000 01000003 01000001
+alarms  00000000 000000(02)
 > put supply 0 80000000
 event   power supply status: warning, supplies 2, status 0x07 (voltage good, redundancy good)
 reply   to environment manager: GOOD, 68 bytes, handle 0
@@ -337,6 +342,7 @@ reply   to environment manager: GOOD, enclosure status page, 192 bytes, handle 0
 drives  00000000 05000000 05010000 05020000 05030000 05040000 05050000 05060000 05070000 05080000 05090000 050A0000 050B0000
 supply  00000000 05000043 05000043
 fans    00000000 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0
+alarms  00000000 000000(00)
 > mend vsc055
 > poll
 led     composite fault LED off
@@ -413,7 +419,7 @@ drives  00000000 05000000 05010000 05020000 05030000 05040000 05050000 05060000 
 supply  00000000 05000043 05000043
 fans    00000000 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0 000000E0
 sensors 00000000 00000000 00000000
-alarms  00000000 000000
+alarms  00000000 000000(00)
 
 == A sensor is lost before the start
 # Bring-up does not look for the sensors.

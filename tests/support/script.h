@@ -12,7 +12,6 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -96,43 +95,56 @@ class Player {
     std::string said_;
 };
 
+struct ScriptStep {
+    std::string place;  // "print.txt:12: COMMAND, in CHAPTER"
+    std::string command;
+    std::string expected;  // lines
+};
+using ScriptChapter = std::vector<ScriptStep>;
+
+// Steps in front of the first title are a chapter, too.
+inline std::vector<ScriptChapter> scriptRead(const std::string& path) {
+    std::ifstream file(path);
+    std::vector<ScriptChapter> chapters(1);
+    std::string title;
+    int number = 0, steps = 0;
+    for (std::string line; std::getline(file, line);) {
+        ++number;
+        ScriptChapter& chapter = chapters.back();
+        if (line.starts_with("== ")) {
+            title = ", in \"" + line.substr(3) + "\"";
+            if (!chapter.empty()) {
+                chapters.emplace_back();
+            }
+        } else if (line.starts_with("> ")) {
+            const std::string place = path + ":" + std::to_string(number) + ": ";
+            chapter.push_back({place + line.substr(2) + title, line.substr(2), ""});
+            ++steps;
+        } else if (!line.empty() && !line.starts_with("# ")) {
+            chapter.at(chapter.size() - 1).expected += line + "\n";
+        }
+    }
+    EXPECT_GT(steps, 0) << path;
+    return chapters;
+}
+
+// Shows what differs from the first line on.
+inline void expectSame(const std::string& expected, const std::string& got,
+                       const std::string& place) {
+    const auto differs = std::ranges::mismatch(expected, got).in1 - expected.begin();
+    const auto line = expected.rfind('\n', static_cast<std::size_t>(differs)) + 1;
+    EXPECT_TRUE(expected == got) << place << "\nexpected: "
+                                 << expected.substr(std::min(line, expected.size()), 300)
+                                 << "\ngot: " << got.substr(std::min(line, got.size()), 300);
+}
+
 // Plays each chapter with a new player.
 template <typename P>
 void scriptPlay(const std::string& path) {
-    std::ifstream file(path);
-    std::optional<P> player;
-    std::string title, command, expected;
-    int number = 0, steps = 0, at = 0;
-    const auto stepPlay = [&] {
-        if (!command.empty()) {
-            ++steps;
-            const std::string got = player->run(command);
-            const auto differs = std::ranges::mismatch(expected, got).in1 - expected.begin();
-            const auto line = expected.rfind('\n', static_cast<std::size_t>(differs)) + 1;
-            EXPECT_TRUE(expected == got)
-                << path << ":" << at << ": " << command << ", in \"" << title
-                << "\"\nexpected: " << expected.substr(std::min(line, expected.size()), 300)
-                << "\ngot: " << got.substr(std::min(line, got.size()), 300);
-        }
-        command.clear();
-        expected.clear();
-    };
-    for (std::string line; std::getline(file, line);) {
-        ++number;
-        if (line.starts_with("== ") || line.starts_with("> ")) {
-            stepPlay();
-            at = number;
-        }
-        if (line.starts_with("== ")) {
-            title = line.substr(3);
-            player.reset();
-            player.emplace();
-        } else if (line.starts_with("> ")) {
-            command = line.substr(2);
-        } else if (!line.empty() && !line.starts_with("# ")) {
-            expected += line + "\n";
+    for (const ScriptChapter& chapter : scriptRead(path)) {
+        P player;
+        for (const ScriptStep& step : chapter) {
+            expectSame(step.expected, player.run(step.command), step.place);
         }
     }
-    stepPlay();
-    EXPECT_GT(steps, 0) << path;
 }

@@ -1,0 +1,273 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tests/story/calls.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+#include <tuple>
+#include <type_traits>
+
+#include "backend/chassis.h"
+#include "backend/chenbro.h"
+#include "backend/lm75.h"
+#include "backend/pca9539.h"
+#include "backend/vsc055.h"
+#include "backend/w83782d.h"
+#include "backend/w83792ad.h"
+#include "backend/xyratex.h"
+#include "i2c/esa_i2c.h"
+#include "msg/esa_event.h"
+#include "policy/esa_policy.h"
+
+namespace {
+
+// ---- routines ----
+
+template <typename Parameter>
+constexpr bool givesBack =
+    std::is_pointer_v<Parameter> && !std::is_const_v<std::remove_pointer_t<Parameter>>;
+template <typename Parameter>
+using Held = std::remove_const_t<std::remove_pointer_t<Parameter>>;
+
+template <typename Parameter>
+Held<Parameter> take(const std::vector<Number>& arguments, std::size_t* next) {
+    if constexpr (givesBack<Parameter>) {
+        return static_cast<Held<Parameter>>(4711);
+    } else {
+        return static_cast<Held<Parameter>>(arguments.at((*next)++));
+    }
+}
+
+template <typename Parameter>
+auto pass(Held<Parameter>& held) {
+    if constexpr (std::is_pointer_v<Parameter>) {
+        return &held;
+    } else {
+        return held;
+    }
+}
+
+template <typename Parameter>
+std::string backText(const Held<Parameter>& held) {
+    return givesBack<Parameter> ? ", " + std::to_string(static_cast<Number>(held)) : "";
+}
+
+template <typename Result, typename... Parameters>
+std::string invoke(Result (*routine)(Parameters...), const std::vector<Number>& arguments) {
+    std::size_t next = 0;
+    std::tuple<Held<Parameters>...> held{take<Parameters>(arguments, &next)...};
+    return std::apply(
+        [&](auto&... each) -> std::string {
+            if constexpr (std::is_void_v<Result>) {
+                routine(pass<Parameters>(each)...);
+                return "";
+            } else {
+                const auto result = static_cast<Number>(routine(pass<Parameters>(each)...));
+                return " = " + std::to_string(result) + (backText<Parameters>(each) + ... + "");
+            }
+        },
+        held);
+}
+
+ESA_CODE_e init() {
+    return esaChassis()->init();
+}
+void poll() {
+    esaChassis()->poll();
+}
+void fanLoad(U8_t fan, U8_t percent) {
+    esaChassis()->fanLoad(fan, percent);
+}
+
+using Routine = std::string (*)(const std::vector<Number>& arguments);
+template <auto Function>
+std::string call(const std::vector<Number>& arguments) {
+    return invoke(Function, arguments);
+}
+#define ROUTINE(name) \
+    { #name, call < name> }
+
+const std::map<std::string, Routine> ROUTINES = {
+    ROUTINE(init),
+    ROUTINE(poll),
+    ROUTINE(fanLoad),
+    ROUTINE(chenbroAlarmStateSet),
+    ROUTINE(chenbroPowerVoltageToleranceStatusRead),
+    ROUTINE(chenbroW83782dFanPwmLoad),
+    ROUTINE(chenbroW83782dFanSpeedRead),
+    ROUTINE(esaCompositeFaultManage),
+    ROUTINE(esaFanFailStatusRead),
+    ROUTINE(esaI2CDataRead),
+    ROUTINE(esaI2CDataWrite),
+    ROUTINE(esaPca9539DriveFaultLEDClear),
+    ROUTINE(esaPca9539DriveFaultLEDSet),
+    ROUTINE(esaReportTimeoutProcess),
+    ROUTINE(esaTemperatureEventLog),
+    ROUTINE(esaTemperatureFanPolicyFlexibleThreshold),
+    ROUTINE(esaTemperatureOverheatCheck),
+    ROUTINE(esaVsc055AlarmStateBackplaneSet),
+    ROUTINE(esaVsc055AlarmStateRead),
+    ROUTINE(esaVsc055DriveFaultLEDClear),
+    ROUTINE(esaVsc055DriveFaultLEDSet),
+    ROUTINE(esaVsc055FanPwmLoad),
+    ROUTINE(esaVsc055FanSpeedRead),
+    ROUTINE(esaW83782dAlarmStateSet),
+    ROUTINE(esaW83782dFanPwmLoad),
+    ROUTINE(esaW83782dFanSpeedRead),
+    ROUTINE(esaW83782dInit),
+    ROUTINE(esaW83782dPowerVoltageToleranceStatusRead),
+    ROUTINE(esaW83782dTemperatureRead),
+    ROUTINE(esaW83792adAlarmStateBackplaneSet),
+    ROUTINE(esaW83792adFanPwmLoad),
+    ROUTINE(esaW83792adFanSpeedRead),
+    ROUTINE(esaW83792adPowerVoltageToleranceStatusRead),
+    ROUTINE(esaW83792adTemperatureRead),
+    ROUTINE(lm75TemperatureRead),
+    ROUTINE(winbondFanPwmLoad),
+    ROUTINE(xyratexAlarmStateRead),
+    ROUTINE(xyratexAlarmStateSet),
+    ROUTINE(xyratexDriveFaultLEDClear),
+    ROUTINE(xyratexDriveFaultLEDSet),
+    ROUTINE(xyratexDrivePresenceRead),
+    ROUTINE(xyratexIsDrivePresent),
+};
+
+// ---- state ----
+
+struct Field {
+    const char* name;
+    std::size_t count;
+    bool isRecords;  // of four bytes, shown as they travel
+    Number (*get)(std::size_t n);
+    void (*set)(std::size_t n, Number value);
+};
+
+template <auto& Values, bool AreRecords>
+auto& valueAt(std::size_t n) {
+    if constexpr (AreRecords) {
+        return reinterpret_cast<U8_t*>(&Values)[n];
+    } else if constexpr (std::is_array_v<std::remove_reference_t<decltype(Values)>>) {
+        return Values[n];
+    } else {
+        return Values;
+    }
+}
+
+template <auto& Values, bool AreRecords = false>
+Field fieldOf(const char* name) {
+    using Value = std::remove_reference_t<decltype(valueAt<Values, AreRecords>(0))>;
+    constexpr std::size_t size = sizeof(Value);
+    return {name, sizeof Values / size, AreRecords,
+            [](std::size_t n) { return static_cast<Number>(valueAt<Values, AreRecords>(n)); },
+            [](std::size_t n, Number value) {
+                valueAt<Values, AreRecords>(n) = static_cast<Value>(value);
+            }};
+}
+#define FIELD(name) fieldOf<esaControl.name>(#name)
+#define RECORDS(name) fieldOf<esaControl.name, true>(#name)
+
+const Field FIELDS[] = {
+    FIELD(enclosureType),
+    FIELD(i2cConnected),
+    FIELD(i2cAddressVsc055),
+    FIELD(i2cAddressLM75),
+    FIELD(i2cAddressW83782d),
+    FIELD(i2cAddressW83792ad),
+    FIELD(i2cAddressPca9539),
+    FIELD(i2cDeviceFaultStatus),
+    FIELD(elementTypeMaxNumber),
+    FIELD(deviceMaxNumber),
+    FIELD(powerSupplyMaxNumber),
+    FIELD(coolingMaxNumber),
+    FIELD(temperatureSensorMaxNumber),
+    FIELD(audibleAlarmMaxNumber),
+    FIELD(pageCodeInRecentSndDiagCmd),
+    FIELD(driveFaultLedStatus0),
+    FIELD(powerSupplyStatus),
+    FIELD(coolingElementOnOff),
+    FIELD(fanFaultStatus),
+    FIELD(fanFaultRpmLimit),
+    FIELD(fanPwmLoadMinimum),
+    FIELD(fanSpeedDivisor),
+    FIELD(fanPwmLoad),
+    FIELD(fanRpmSpeed),
+    FIELD(temperatureSensor),
+    FIELD(temperatureReportStatus),
+    FIELD(temperatureSensorAverage),
+    FIELD(overheatTemperatureLimit),
+    FIELD(fanPwm25To50TemperatureThreshold),
+    FIELD(fanPwm50To75TemperatureThreshold),
+    FIELD(fanPwm75To100TemperatureThreshold),
+    FIELD(fanPwm100To75TemperatureThreshold),
+    FIELD(fanPwm75To50TemperatureThreshold),
+    FIELD(fanPwm50To25TemperatureThreshold),
+    FIELD(alarmState),
+    FIELD(compositeFaultStatus),
+    FIELD(deviceElementControlOverall),
+    FIELD(powerSupplyElementControlOverall),
+    FIELD(coolingElementControlOverall),
+    FIELD(temperatureSensorElementControlOverall),
+    FIELD(audibleAlarmElementControlOverall),
+    RECORDS(deviceElementControl),
+    RECORDS(powerSupplyElementControl),
+    RECORDS(coolingElementControl),
+    RECORDS(temperatureSensorElementControl),
+    RECORDS(audibleAlarmElementControl),
+    FIELD(vitesse.vsc055GPD),
+    FIELD(vitesse.vsc055DDP),
+    FIELD(vitesse.vsc055FSC),
+    FIELD(vitesse.vsc055PWMC),
+    RECORDS(winbond[0]),
+    RECORDS(winbond[1]),
+    RECORDS(winbond[2]),
+    RECORDS(winbond[3]),
+};
+
+}  // namespace
+
+static std::string valueText(const Field& field, std::size_t n) {
+    if (field.isRecords) {
+        return fmt::format("{}{:02X}", n % 4 == 0 ? " " : "", field.get(n));
+    }
+    const std::string_view name = field.name;
+    const bool isBits = name.ends_with("Status") || name.ends_with("Overall") ||
+                        name.find("vsc055") != name.npos || name.ends_with("Register");
+    return isBits ? fmt::format(" 0x{:X}", field.get(n)) : fmt::format(" {}", field.get(n));
+}
+
+std::string callRoutine(const std::string& name, const std::vector<Number>& arguments) {
+    return ROUTINES.at(name)(arguments);
+}
+
+void setField(const std::string& name, const std::vector<Number>& values) {
+    const auto named = std::ranges::find(FIELDS, name, &Field::name);
+    std::size_t index = 0;
+    const Field* field = named;
+    if (named == std::end(FIELDS)) {
+        const std::size_t bracket = name.rfind('[');
+        field = std::ranges::find(FIELDS, name.substr(0, bracket), &Field::name);
+        index = std::stoul(name.substr(bracket + 1));
+    }
+    if (field == std::end(FIELDS)) {
+        throw std::out_of_range("no field " + name);
+    }
+    for (const Number value : values) {
+        if (index >= field->count) {
+            throw std::out_of_range(name);
+        }
+        field->set(index++, value);
+    }
+}
+
+std::vector<std::string> fieldTexts() {
+    std::vector<std::string> texts;
+    for (const Field& field : FIELDS) {
+        texts.emplace_back(field.name);
+        for (std::size_t n = 0; n < field.count; ++n) {
+            texts.back() += valueText(field, n);
+        }
+    }
+    return texts;
+}
