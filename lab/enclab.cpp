@@ -113,6 +113,7 @@ class Foreground {
         });
         lab_.onDaemonLine([this](const std::string& line) { tell("daemon", line); });
         lab_.onDaemonExit([this] { daemonEnded(); });
+        lab_.onNote([this](const std::string& line) { tell("lab", line); });
         lab_.chassis().bus().observe([this](const enclab::BusTransfer& transfer) {
             if (watchBus_) {
                 tell("bus", enclab::describe(transfer));

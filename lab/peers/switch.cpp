@@ -19,6 +19,7 @@ struct MessageSwitch::Port {
     std::filesystem::path path;
     std::optional<Local::acceptor> acceptor;
     bool reading = true;
+    std::uint64_t accepted = 0;
     std::vector<std::shared_ptr<Connection>> connections;
 };
 
@@ -162,6 +163,7 @@ void MessageSwitch::accept(Port& port) {
             const auto connection =
                 std::make_shared<Connection>(*this, port.endpoint, std::move(socket), port.reading);
             port.connections.push_back(connection);
+            ++port.accepted;
             connection->start();
         }
         accept(port);
@@ -187,6 +189,11 @@ bool MessageSwitch::deliver(std::uint8_t endpoint, const Message& message) {
     const auto found = ports_.find(endpoint);
     if (found == ports_.end()) {
         return false;
+    }
+    const auto outlet = outlets_.find(endpoint);
+    if (outlet != outlets_.end() && !found->second->connections.empty()) {
+        outlet->second(message.bytes());
+        return true;
     }
     bool taken = false;
     for (const auto& connection : found->second->connections) {
@@ -239,6 +246,11 @@ void MessageSwitch::open(std::uint8_t endpoint) {
     std::filesystem::remove(target.path);
     target.acceptor.emplace(io_, Local::endpoint(target.path.string()));
     accept(target);
+}
+
+std::uint64_t MessageSwitch::accepted(std::uint8_t endpoint) const {
+    const auto found = ports_.find(endpoint);
+    return found == ports_.end() ? 0 : found->second->accepted;
 }
 
 std::size_t MessageSwitch::connections(std::uint8_t endpoint) const {

@@ -37,6 +37,11 @@ class MessageSwitch {
     // Sees every message before it is routed.
     void observe(Observer observer) { observer_ = std::move(observer); }
 
+    // Messages for the connections of this endpoint go to `outlet` instead, which puts them there
+    // with sendRaw(), as they are or as a bad link makes them.
+    using Outlet = std::function<void(const Bytes&)>;
+    void lead(std::uint8_t endpoint, Outlet outlet) { outlets_[endpoint] = std::move(outlet); }
+
     // Routes a message to each of its recipients on this blade.
     void route(std::uint8_t from, const Message& message);
     // Puts bytes, which need not be a message, on every connection of a listening endpoint.
@@ -50,6 +55,8 @@ class MessageSwitch {
     void open(std::uint8_t endpoint);
 
     std::size_t connections(std::uint8_t endpoint) const;
+    // Connections of the endpoint since the start, the newest included.
+    std::uint64_t accepted(std::uint8_t endpoint) const;
     // Messages nobody took: no such endpoint here, nobody connected, or a full queue.
     std::uint64_t undelivered() const { return undelivered_; }
     // Connections dropped because what came was not a stream of messages.
@@ -68,6 +75,7 @@ class MessageSwitch {
     std::filesystem::path directory_;
     std::map<std::uint8_t, std::unique_ptr<Port>> ports_;
     std::map<std::uint8_t, Handler> handlers_;
+    std::map<std::uint8_t, Outlet> outlets_;
     Observer observer_;
     std::uint64_t undelivered_ = 0;
     std::uint64_t brokenStreams_ = 0;

@@ -32,7 +32,14 @@ const Commands::Command Commands::kCommands[] = {
      &Commands::fault, kAnyNumber},
     {"dump", "DEVICE|ADDRESS [FILE]", 1, &Commands::dump, 2},
     {"bus", "on|off", 1, &Commands::bus},
-    {"switch", "stop|go|close|open", 1, &Commands::messageSwitch},
+    {"switch",
+     "stop|go|close|open | delay MS | split BYTES [MS] | glue N | plain | die BYTES | "
+     "flood N | flood RATE/s SECONDS",
+     1, &Commands::messageSwitch, 3},
+    {"startup", "answer|error|silent", 1, &Commands::startup},
+    {"shutdown", "ignore|perform|refuse", 1, &Commands::shutdown},
+    {"mail", "", 0, &Commands::mail},
+    {"events", "", 0, &Commands::events},
     {"show", "", 0, &Commands::show},
     {"help", "", 0, &Commands::help},
     {"quit", "", 0, &Commands::quit},
@@ -109,25 +116,6 @@ std::string Commands::bus(const Words& words) {
     const bool on = choice(words[0], {"on", "off"}) == 0;
     watchBus_(on);
     return fmt::format("bus transfers {}", on ? "shown" : "not shown");
-}
-
-std::string Commands::messageSwitch(const Words& words) {
-    MessageSwitch& target = lab_.messageSwitch();
-    constexpr std::uint8_t daemon = MMSG_E_EPID_ES_ADAPTERMP;
-    switch (choice(words[0], {"stop", "go", "close", "open"})) {
-        case 0:
-            target.stopReading(daemon);
-            return "the switch does not read from the daemon";
-        case 1:
-            target.resumeReading(daemon);
-            return "the switch reads from the daemon";
-        case 2:
-            target.close(daemon);
-            return "the switch has dropped the daemon and refuses it";
-        default:
-            target.open(daemon);
-            return "the switch takes the daemon again";
-    }
 }
 
 std::string Commands::show(const Words&) {

@@ -54,6 +54,10 @@ class Commands {
     std::string dump(const Words& words);
     std::string bus(const Words& words);
     std::string messageSwitch(const Words& words);
+    std::string startup(const Words& words);
+    std::string shutdown(const Words& words);
+    std::string mail(const Words& words);
+    std::string events(const Words& words);
     std::string show(const Words& words);
     std::string help(const Words& words);
     std::string quit(const Words& words);

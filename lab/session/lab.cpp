@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -58,8 +59,9 @@ Lab::Lab(LabOptions options)
       plant_(options_.plant ? std::make_unique<Plant>(*chassis_) : nullptr),
       busServer_(io_, *schedule_, chassis_->bus(), directory_.busSocket(), options_.adapter),
       switch_(io_, directory_.switchSockets()),
-      startupProcess_(switch_),
-      eventManager_(switch_),
+      daemonLink_(switch_, *schedule_),
+      startupProcess_(switch_, *schedule_),
+      eventManager_(switch_, *schedule_),
       tick_(io_) {
     directory_.noteSegment(parameters_.shmid());
     parameters_.setDirectories(
@@ -81,6 +83,7 @@ Lab::Lab(LabOptions options)
             parameters_.setFlag(MPU_K_FLAG_RCP_COMPLETE);
         }
     });
+    startupProcess_.onPowerOff([this] { powerOff(); });
     chassis_->bus().setClock([this] { return time(); });
     letTimePass();
 }
@@ -96,6 +99,18 @@ void Lab::startDaemon() {
             onDaemonExit_();
         }
     });
+}
+
+// The shutdown is done: the power goes away under the daemon.
+void Lab::powerOff() {
+    if (!daemonRunning()) {
+        return;
+    }
+    daemon_->onExit({});
+    kill(daemon_->pid(), SIGKILL);
+    if (onNote_) {
+        onNote_("shutdown performed, the enclosure is without power");
+    }
 }
 
 std::string Lab::preloadVariable() const {

@@ -16,6 +16,7 @@
 
 #include "lab/chassis/chassis.h"
 #include "lab/encdev/bus_server.h"
+#include "lab/peers/daemon_link.h"
 #include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
 #include "lab/peers/switch.h"
@@ -92,6 +93,7 @@ class Lab {
     LabDirectory& directory() { return directory_; }
     ParameterArea& parameters() { return parameters_; }
     MessageSwitch& messageSwitch() { return switch_; }
+    DaemonLink& daemonLink() { return daemonLink_; }
     StartupProcess& startupProcess() { return startupProcess_; }
     EventManager& eventManager() { return eventManager_; }
     Chassis& chassis() { return *chassis_; }
@@ -115,10 +117,13 @@ class Lab {
         onDaemonLine_ = std::move(handler);
     }
     void onDaemonExit(std::function<void()> handler) { onDaemonExit_ = std::move(handler); }
+    // What the lab has done by itself, a line for the reader.
+    void onNote(std::function<void(const std::string&)> handler) { onNote_ = std::move(handler); }
 
   private:
     void takeMessage(std::uint8_t from, const Message& message);
     void takeLine(const std::string& line);
+    void powerOff();
     void letTimePass();
     std::vector<std::string> daemonCommand() const;
     std::vector<std::string> daemonEnvironment() const;
@@ -133,6 +138,7 @@ class Lab {
     std::unique_ptr<Plant> plant_;
     BusServer busServer_;
     MessageSwitch switch_;
+    DaemonLink daemonLink_;
     StartupProcess startupProcess_;
     EventManager eventManager_;
     asio::steady_timer tick_;
@@ -143,6 +149,7 @@ class Lab {
     MessageSwitch::Observer onMessage_;
     std::function<void(const std::string&)> onDaemonLine_;
     std::function<void()> onDaemonExit_;
+    std::function<void(const std::string&)> onNote_;
 };
 
 }  // namespace enclab

@@ -161,6 +161,7 @@ std::string labState(Lab& lab) {
     }
     addFitted(lines, chassis);
     add(lines, "devices", deviceText(chassis));
+    add(lines, "switch", lab.daemonLink().describe());
     add(lines, "requests", requestText(lab.startupProcess()));
     add(lines, "events", eventText(lab.eventManager()));
     return fmt::format("{}", fmt::join(lines, "\n"));

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <string>
 
-#include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
 #include "lab/peers/switch.h"
 
@@ -64,6 +63,7 @@ class SwitchTest : public testing::Test {
     }
 
     asio::io_context io_;
+    enclab::RealSchedule schedule_{io_, 1};
     std::filesystem::path directory_;
     std::unique_ptr<enclab::MessageSwitch> switch_;
 };
@@ -196,7 +196,7 @@ TEST_F(SwitchTest, TheSocketFilesGoWithTheSwitch) {
 }
 
 TEST_F(SwitchTest, TheStartupProcessAnswersLikeTheRealOne) {
-    enclab::StartupProcess startup(*switch_);
+    enclab::StartupProcess startup(*switch_, schedule_);
     auto daemon = connect("esadapter");
     int notified = 0;
     startup.onInitComplete([&] { ++notified; });
@@ -212,52 +212,4 @@ TEST_F(SwitchTest, TheStartupProcessAnswersLikeTheRealOne) {
     EXPECT_EQ(answer, expected);
     EXPECT_EQ(notified, 1);
     EXPECT_EQ(startup.initCompletes(), 1);
-
-    startup.answerWith(2);
-    send(daemon, init.bytes());
-    EXPECT_EQ(take(daemon).at(39), 2);
-}
-
-TEST_F(SwitchTest, TheStartupProcessKeepsTheLedAndCounts) {
-    enclab::StartupProcess startup(*switch_);
-    auto daemon = connect("esadapter");
-    const auto request = [&](std::uint8_t protocol, std::uint8_t type, std::uint32_t which,
-                             std::uint32_t state) {
-        Message message = Message::make(protocol, type, kDaemon);
-        message.header().general_use1 = which;
-        message.header().general_use2 = state;
-        message.addRecipient(18);
-        send(daemon, message.bytes());
-        settle();
-    };
-    request(12, 14, 2, 2);
-    EXPECT_TRUE(startup.compositeLedLit());
-    request(12, 14, 1, 1);
-    EXPECT_TRUE(startup.compositeLedLit()) << "another LED";
-    request(12, 14, 2, 1);
-    EXPECT_FALSE(startup.compositeLedLit());
-    request(12, 16, 0, 0);
-    request(13, 1, 0, 1);
-    request(13, 1, 0, 1);
-    EXPECT_EQ(startup.ledRequests(), 3);
-    EXPECT_EQ(startup.mails(), 1);
-    EXPECT_EQ(startup.shutdownRequests(), 2);
-    EXPECT_EQ(startup.initCompletes(), 0);
-}
-
-TEST_F(SwitchTest, TheEventManagerCountsRecordsById) {
-    enclab::EventManager events(*switch_);
-    auto daemon = connect("esadapter");
-    Message event = Message::make(8, 1, kDaemon, 360);
-    event.addRecipient(27);
-    Bytes bytes = event.bytes();
-    bytes[215] = 7;
-    send(daemon, bytes);
-    send(daemon, bytes);
-    bytes[215] = 10;
-    send(daemon, bytes);
-    settle();
-    EXPECT_EQ(events.count(7), 2);
-    EXPECT_EQ(events.count(10), 1);
-    EXPECT_EQ(events.count(8), 0);
 }
