@@ -2,6 +2,7 @@
 // The link to the switch: what is taken off the stream for which length, what a pass does with half
 // a message, when the link goes down and how it comes back.
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/socket.h>
 
 #include <algorithm>
