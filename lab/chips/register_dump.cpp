@@ -92,7 +92,8 @@ class Parser {
         }
         const auto value = byteOf(cell.substr(1));
         if (!value || cell[0] != ' ') {
-            refuse("'" + std::string(cell.substr(1)) + "' is not a register's two digits or XX");
+            const std::string_view shown = cell.substr(cell[0] == ' ' ? 1 : 0);
+            refuse("'" + std::string(shown) + "' is not a register's two digits or XX");
         }
         dump_[row_ + column] = value;
     }

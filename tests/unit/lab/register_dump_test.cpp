@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <memory>
+#include <vector>
 
 #include "lab/chassis/catalog.h"
 #include "lab/chips/pca9539.h"
@@ -13,6 +13,8 @@
 
 namespace enclab {
 namespace {
+
+using testing::ElementsAre;
 
 const std::string kColumnNumbers =
     "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f    0123456789abcdef\n";
@@ -45,7 +47,7 @@ TEST(RegisterDumpText, MayComeFromATerminalOrAMail) {
                         "access)\r\n" +
                         kColumnNumbers +
                         "10:       3f 0A                                                 ?? \r\n\n"
-                        "90: C4"),
+                        "90: C4\r\n"),
               dump);
 }
 
@@ -63,8 +65,7 @@ TEST(RegisterDumpText, ThatIsNoneIsRefusedWithItsLine) {
         {kColumnNumbers + "10: 00\n\n10: 00", "line 4: row 10 behind row 10"},
         {kColumnNumbers + "00: 00 0g", "line 2: '0g' is not a register's two digits or XX"},
         {kColumnNumbers + "00: 00 1", "line 2: '1' is not"},
-        {kColumnNumbers + "00: 00 -1", "line 2: '-1' is not"},
-        {kColumnNumbers + "00: 0011", "line 2: '1' is not"},
+        {kColumnNumbers + "00: 00-11", "line 2: '-11' is not"},
         {kColumnNumbers + "00: 00  11", "line 2: ' 1' is not"},
     };
     for (const auto& row : rows) {
@@ -97,34 +98,44 @@ TEST(RegisterDump, OfEveryChipMakesAnotherOneLikeIt) {
 
 TEST(RegisterDump, HoldsWhatTheWorldMovesUntilAHandDoes) {
     const auto chassis = makeChassis("w83792ad");
+    Chip& chip = chassis->chip("w83792ad");
     RegisterDump dump;
     dump[0x28] = 0xFF;  // fans 0 and 1, temperature 0, rail 12, duty of fan 1
     dump[0x29] = 200;
     dump[0x27] = 70;
     dump[0x22] = 100;
     dump[0x83] = 0x84;
-    chassis->chip("w83792ad").load(dump);
+    dump[0x94] = 0x84;  // and of fan 2, without its count
+    chip.load(dump);
     EXPECT_EQ(chassis->fanLoadPercent(1), 25);
     chassis->warmSensor(0, 33);
     chassis->driftRail(1, 11);
-    writeAt(*chassis, 0x2C, 0x81, 0x88);
     writeAt(*chassis, 0x2C, 0x83, 0x88);
-    const auto expectRegisters = [&](int fan0, int fan1, int temperature, int rail) {
-        EXPECT_EQ(readAt(*chassis, 0x2C, 0x28), fan0);
-        EXPECT_EQ(readAt(*chassis, 0x2C, 0x29), fan1);
-        EXPECT_EQ(readAt(*chassis, 0x2C, 0x27), temperature);
-        EXPECT_EQ(readAt(*chassis, 0x2C, 0x22), rail);
+    const auto readings = [&] {
+        const RegisterDump now = readAll(chip);
+        return std::vector<int>{*now[0x28], *now[0x29], *now[0x2A], *now[0x27], *now[0x22]};
     };
-    expectRegisters(0xFF, 200, 70, 100);
-    EXPECT_EQ(readAt(*chassis, 0x2C, 0x83), 0x88) << "the service's own";
-    EXPECT_EQ(chassis->chip("0x2c").held(), 4);
+    EXPECT_THAT(readings(), ElementsAre(0xFF, 200, 254, 70, 100));
+    EXPECT_EQ(chip.held(), 4);
     chassis->returnFan(1);
-    expectRegisters(0xFF, 254, 70, 100);
+    EXPECT_THAT(readings(), ElementsAre(0xFF, 254, 254, 70, 100));
     chassis->setTemperature(0, 33);
-    expectRegisters(0xFF, 254, 33, 100);
+    EXPECT_THAT(readings(), ElementsAre(0xFF, 254, 254, 33, 100));
     chassis->setRail("12", 12);
-    expectRegisters(0xFF, 254, 33, 750 >> 2);
-    EXPECT_EQ(chassis->chip("0x2c").held(), 1);
+    EXPECT_THAT(readings(), ElementsAre(0xFF, 254, 254, 33, 750 >> 2));
+    EXPECT_EQ(readAll(chip)[0x83], 0x88) << "the service's own";
+    EXPECT_EQ(chip.held(), 1);
+}
+
+TEST(RegisterDump, HoldsTheTemperatureOfAnLm75) {
+    const auto chassis = makeChassis("vsc055");
+    RegisterDump dump;
+    dump[0] = 0xF6;
+    chassis->chip("lm75-1").load(dump);
+    chassis->warmSensor(1, 33);
+    EXPECT_EQ(readAt(*chassis, 0x4B, 0), 0xF6);
+    chassis->setTemperature(1, 34);
+    EXPECT_EQ(readAt(*chassis, 0x4B, 0), 34);
 }
 
 TEST(RegisterDump, OfPinsDrivesThemWhicheverWayTheyPoint) {
