@@ -4,14 +4,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include "core/esa_init.h"
 #include "esamain.h"
+#include "i2c.h"
 #include "msg/esa_mmsg.h"
 #include "tests/story/calls.h"
 #include "tests/story/registers.h"
@@ -21,10 +22,35 @@
 
 static MPU_PARAMS_t area;
 
+// ---- the platform's transfers ----
+
+static enclab::Bus* theBus = nullptr;
+
+// -1 with errno, as the platform gives it.
+static int transfer(std::vector<enclab::BusMessage>* messages) {
+    errno = theBus->transfer(*messages).error;
+    return errno == 0 ? 0 : -1;
+}
+
+int read_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t length) {
+    std::vector<enclab::BusMessage> messages{{i2cAddress, false, {registerNumber}},
+                                             {i2cAddress, true, Bytes(length)}};
+    const int result = transfer(&messages);
+    if (result == 0) {
+        std::ranges::copy(messages[1].bytes, buffer);
+    }
+    return result;
+}
+
+int write_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer, U32_t length) {
+    std::vector<enclab::BusMessage> messages{{i2cAddress, false, {registerNumber}}};
+    messages[0].bytes.insert(messages[0].bytes.end(), buffer, buffer + length);
+    return transfer(&messages);
+}
+
 StoryService::StoryService(const StoryRow& row)
     : row_(row),
       chassis_(row.chassis()),
-      bus_(chassis_->bus()),
       tuning_{{"fanSpeedDivisor", row.fanSpeedDivisor},
               {"coolingMaxNumber", chassis_->fans()},
               {"temperatureSensorMaxNumber", chassis_->sensors()},
@@ -47,13 +73,18 @@ StoryService::StoryService(const StoryRow& row)
     pMpuParams = &area;
     systemCalls = {};
     systemCalls.enclosureDevice = "/dev/null";
+    theBus = &chassis_->bus();
     switch_.open();
+    enclosureCommands();
+    registerCommands();
+    serviceCommands();
 }
 
 StoryService::~StoryService() {
     close(esaControl.socketFdMSM);
     close(esaControl.i2cFileFd);
     pMpuParams = nullptr;
+    theBus = nullptr;
 }
 
 std::vector<enclab::Message> StoryService::take() {
@@ -160,15 +191,20 @@ void StoryService::send(const std::map<std::string, U32_t>& header, const Bytes&
     }
 }
 
+static std::vector<Number> numbersFrom(const Words& words, std::size_t first) {
+    std::vector<Number> numbers;
+    for (std::size_t n = first; n < words.all.size(); ++n) {
+        numbers.push_back(words.value(n));
+    }
+    return numbers;
+}
+
 // Requests apart: "fans 2 80000004, alarms 0 80000002".
-static std::vector<std::vector<std::string>> requestsOf(const std::vector<std::string>& words) {
-    std::vector<std::vector<std::string>> requests(1);
-    for (auto word = words.begin() + 1; word != words.end(); ++word) {
-        const bool last = word->ends_with(',');
-        requests.back().push_back(last ? word->substr(0, word->size() - 1) : *word);
-        if (last) {
-            requests.emplace_back();
-        }
+static std::vector<Words> requestsOf(const Words& words) {
+    std::vector<Words> requests;
+    std::istringstream list(words.from(1));
+    for (std::string request; std::getline(list, request, ',');) {
+        requests.emplace_back(request);
     }
     return requests;
 }
@@ -176,13 +212,13 @@ static std::vector<std::vector<std::string>> requestsOf(const std::vector<std::s
 void StoryService::put(const Words& words) {
     std::map<std::string, std::map<std::size_t, Bytes>> records;
     for (const Words& request : requestsOf(words)) {
-        if (request.at(0) == "leds") {
+        if (request[0] == "leds") {
             drives_.clear();
-            for (std::size_t n = 1; n < request.size(); ++n) {
-                drives_[std::stoul(request[n])] = {0, 0, 0, 0x04};
+            for (const Number drive : numbersFrom(request, 1)) {
+                drives_[static_cast<std::size_t>(drive)] = {0, 0, 0, 0x04};
             }
         } else {
-            records[request[0]][std::stoul(request.at(1))] = hexBytes(request.at(2));
+            records[request[0]][request.u8(1)] = hexBytes(request[2]);
         }
     }
     records["drives"].merge(std::map(drives_));
@@ -218,107 +254,75 @@ RegisterChip& StoryService::chip(const std::string& address) {
 
 // ---- commands ----
 
-static int numberOf(const std::string& word) {
-    return static_cast<int>(std::stoll(word, nullptr, 0));
+void StoryService::enclosureCommands() {
+    commands_["fan"] = [this](auto& w) {
+        w[2] == "pull" ? chassis_->pullFan(w.number(1)) : chassis_->returnFan(w.number(1));
+    };
+    commands_["temp"] = [this](auto& w) {
+        for (int sensor = 0; sensor < chassis_->sensors(); ++sensor) {
+            if (w[1] == "all" || sensor == w.number(1)) {
+                chassis_->setTemperature(sensor, std::stod(w[2]));
+            }
+        }
+    };
+    commands_["rail"] = [this](auto& w) { chassis_->setRail(w[1], std::stod(w[2])); };
+    commands_["psu"] = [this](auto& w) { chassis_->setRedundancy(w[1] == "good"); };
+    commands_["drive"] = [this](auto& w) { chassis_->setDrivePresent(w.number(1), w[2] == "in"); };
+    commands_["cut"] = [this](auto& w) { devicesCut(w[1], true); };
+    commands_["mend"] = [this](auto& w) { devicesCut(w[1], false); };
+    commands_["fail"] = [this](auto& w) {
+        enclab::FaultRule fault{.nth = w.u32(1)};
+        if (!w[2].empty()) {
+            fault.addresses = {chassis_->addressOf(w[2])};
+        }
+        chassis_->bus().add(fault);
+    };
+    commands_["wait"] = [this](auto& w) { chassis_->advance(std::chrono::seconds(w.number(1))); };
 }
 
-static std::vector<Number> numbersFrom(const std::vector<std::string>& words, std::size_t first) {
-    std::vector<Number> numbers;
-    for (std::size_t n = first; n < words.size(); ++n) {
-        numbers.push_back(std::stoll(words[n], nullptr, 0));
-    }
-    return numbers;
+void StoryService::registerCommands() {
+    commands_["use"] = [this](auto& w) { use(w[1]); };
+    commands_["up"] = [this](auto& w) {
+        use(w[1]);
+        callRoutine("init", {});
+    };
+    commands_["reg"] = [this](auto& w) {
+        U8_t number = hexByte(w[2]);
+        for (const U8_t value : hexBytes(w.from(3))) {
+            chip(w[1]).set(number++, value);
+        }
+    };
+    commands_["next"] = [this](auto& w) { chip(w[1]).setNext(hexByte(w[2]), hexBytes(w.from(3))); };
+    commands_["input"] = [this](auto& w) { chip(w[1]).setInputs(hexByte(w[2]), hexByte(w[3])); };
 }
 
-const std::map<std::string, StoryService::Command> StoryService::COMMANDS = {
-    // the enclosure
-    {"fan",
-     [](StoryService& s, const Words& w) {
-         w.at(2) == "pull" ? s.chassis_->pullFan(numberOf(w[1]))
-                           : s.chassis_->returnFan(numberOf(w[1]));
-     }},
-    {"temp",
-     [](StoryService& s, const Words& w) {
-         for (int sensor = 0; sensor < s.chassis_->sensors(); ++sensor) {
-             if (w.at(1) == "all" || sensor == numberOf(w[1])) {
-                 s.chassis_->setTemperature(sensor, std::stod(w.at(2)));
-             }
-         }
-     }},
-    {"rail",
-     [](StoryService& s, const Words& w) { s.chassis_->setRail(w.at(1), std::stod(w.at(2))); }},
-    {"psu", [](StoryService& s, const Words& w) { s.chassis_->setRedundancy(w.at(1) == "good"); }},
-    {"drive",
-     [](StoryService& s, const Words& w) {
-         s.chassis_->setDrivePresent(numberOf(w.at(1)), w.at(2) == "in");
-     }},
-    {"cut", [](StoryService& s, const Words& w) { s.devicesCut(w.at(1), true); }},
-    {"mend", [](StoryService& s, const Words& w) { s.devicesCut(w.at(1), false); }},
-    {"fail",
-     [](StoryService& s, const Words& w) {
-         enclab::FaultRule fault{.nth = static_cast<std::uint64_t>(numberOf(w.at(1)))};
-         if (w.size() > 2) {
-             fault.addresses = {s.chassis_->addressOf(w[2])};
-         }
-         s.chassis_->bus().add(fault);
-     }},
-    {"wait", [](StoryService& s,
-                const Words& w) { s.chassis_->advance(std::chrono::seconds(numberOf(w.at(1)))); }},
-    // plain registers
-    {"use", [](StoryService& s, const Words& w) { s.use(w.at(1)); }},
-    {"up",
-     [](StoryService& s, const Words& w) {
-         s.use(w.at(1));
-         callRoutine("init", {});
-     }},
-    {"reg",
-     [](StoryService& s, const Words& w) {
-         for (std::size_t n = 3; n < w.size(); ++n) {
-             s.chip(w.at(1)).set(static_cast<U8_t>(hexByte(w[2]) + n - 3), hexByte(w[n]));
-         }
-     }},
-    {"next",
-     [](StoryService& s, const Words& w) {
-         Bytes values;
-         std::transform(w.begin() + 3, w.end(), std::back_inserter(values), hexByte);
-         s.chip(w.at(1)).setNext(hexByte(w.at(2)), values);
-     }},
-    {"input",
-     [](StoryService& s, const Words& w) {
-         s.chip(w.at(1)).setInputs(hexByte(w.at(2)), hexByte(w.at(3)));
-     }},
-    // the service
-    {"tune", [](StoryService& s, const Words& w) { s.tuning_.at(w.at(1)) = numberOf(w.at(2)); }},
-    {"start", [](StoryService& s, const Words&) { s.start(); }},
-    {"link", [](StoryService& s, const Words& w) { s.link(static_cast<U8_t>(numberOf(w.at(1)))); }},
-    {"poll",
-     [](StoryService& s, const Words& w) {
-         for (int n = w.size() > 1 ? numberOf(w[1]) : 1; n > 0; --n) {
-             s.poll();
-         }
-     }},
-    {"set", [](StoryService&, const Words& w) { setField(w.at(1), numbersFrom(w, 2)); }},
-    {"call",
-     [](StoryService& s, const Words& w) { s.result_ = callRoutine(w.at(1), numbersFrom(w, 2)); }},
-    // the peers
-    {"page", [](StoryService& s, const Words&) { s.send({}, hexBytes("1C800200FFFF0000")); }},
-    {"put", [](StoryService& s, const Words& w) { s.put(w); }},
-    {"send",
-     [](StoryService& s, const Words& w) {
-         std::map<std::string, U32_t> header;
-         std::string data;
-         for (auto word = w.begin() + 1; word != w.end(); ++word) {
-             const std::size_t equals = word->find('=');
-             if (equals == std::string::npos) {
-                 data += *word;
-             } else {
-                 header[word->substr(0, equals)] =
-                     static_cast<U32_t>(std::stoll(word->substr(equals + 1), nullptr, 0));
-             }
-         }
-         s.send(header, hexBytes(data));
-     }},
-};
+void StoryService::serviceCommands() {
+    commands_["tune"] = [this](auto& w) { tuning_.at(w[1]) = w.number(2); };
+    commands_["start"] = [this](auto&) { start(); };
+    commands_["link"] = [this](auto& w) { link(w.u8(1)); };
+    commands_["poll"] = [this](auto& w) {
+        for (int n = std::max(w.number(1), 1); n > 0; --n) {
+            poll();
+        }
+    };
+    commands_["set"] = [](auto& w) { setField(w[1], numbersFrom(w, 2)); };
+    commands_["call"] = [this](auto& w) { result_ = callRoutine(w[1], numbersFrom(w, 2)); };
+    commands_["page"] = [this](auto&) { send({}, hexBytes("1C800200FFFF0000")); };
+    commands_["put"] = [this](auto& w) { put(w); };
+    commands_["send"] = [this](auto& w) {
+        std::map<std::string, U32_t> header;
+        std::string data;
+        for (const std::string& word : Words(w.from(1)).all) {
+            const std::size_t equals = word.find('=');
+            if (equals == word.npos) {
+                data += word;
+            } else {
+                header[word.substr(0, equals)] = Words(word.substr(equals + 1)).u32(0);
+            }
+        }
+        send(header, hexBytes(data));
+    };
+}
 
 void StoryService::use(const std::string& file) {
     std::ifstream lines(std::string(GOLDEN_DIR) + "/" + file + "/registers.txt");
@@ -332,14 +336,13 @@ void StoryService::use(const std::string& file) {
 
 std::string StoryService::run(const std::string& command) {
     result_.clear();
-    std::istringstream stream(command);
-    const Words words{std::istream_iterator<std::string>(stream), {}};
-    if (!words.empty()) {
-        const auto found = COMMANDS.find(words[0]);
-        if (found == COMMANDS.end()) {
+    const Words words(command);
+    if (!words.all.empty()) {
+        const auto found = commands_.find(words[0]);
+        if (found == commands_.end()) {
             throw std::invalid_argument("no such command: " + command);
         }
-        found->second(*this, words);
+        found->second(words);
     }
     return result_;
 }

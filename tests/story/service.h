@@ -3,6 +3,7 @@
 // chip models, with a switch at the other end of its link. Only time is not real.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -10,7 +11,7 @@
 
 #include "lab/peers/message.h"
 #include "tests/story/rows.h"
-#include "tests/support/lab_bus.h"
+#include "tests/support/script.h"
 #include "tests/support/switch_listener.h"
 
 // Elements of one type in the status and control pages, in page order.
@@ -69,10 +70,9 @@ class StoryService {
     std::vector<enclab::Message> take();
 
   private:
-    using Words = std::vector<std::string>;
-    using Command = void (*)(StoryService& service, const Words& words);
-    static const std::map<std::string, Command> COMMANDS;
-
+    void enclosureCommands();
+    void registerCommands();
+    void serviceCommands();
     std::string personalityText() const;
     void start();
     void link(U8_t type);
@@ -86,8 +86,8 @@ class StoryService {
 
     const StoryRow& row_;
     std::unique_ptr<enclab::Chassis> chassis_;
-    LabBus bus_;
     SwitchListener switch_;
+    std::map<std::string, std::function<void(const Words&)>> commands_;
     std::map<std::string, int> tuning_;
     std::map<std::size_t, Bytes> drives_;  // records of the drives as last requested
     std::string result_;

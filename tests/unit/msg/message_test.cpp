@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Messages: what a received one makes the service say and do, what the printer says of it, and the
 // bytes of those the service sends.
+#include <unistd.h>
+
 #include <csignal>
 #include <cstring>
 
@@ -16,7 +18,7 @@
 #include "tests/support/fake_alt_event_log.h"
 #include "tests/support/hex.h"
 #include "tests/support/script.h"
-#include "tests/support/switch_peer.h"
+#include "tests/support/switch_listener.h"
 #include "tests/support/trace_capture.h"
 
 // What a message is dispatched to says so in the trace log, which gives the order.
@@ -59,6 +61,8 @@ class MessagePlayer : public Player {
   public:
     MessagePlayer() {
         std::signal(SIGPIPE, SIG_IGN);
+        esaControl = {};
+        esaControl.socketFdMSM = peer_.connect();
         std::memset(esaControl.esaWorkSpace, 0xEE, sizeof esaControl.esaWorkSpace);
         takeAltRecords();
         commands["receive"] = [](auto& w) {
@@ -82,7 +86,7 @@ class MessagePlayer : public Player {
             }
         };
         commands["level"] = [](auto& w) { TRACE__setTraceLevel(0, w.u16(1)); };
-        commands["lost"] = [this](auto&) { peer_.close(); };
+        commands["lost"] = [this](auto&) { peer_.drop(); };
         sender("mail", [](auto&) { return esaEmailNotificationMmsgToStartupSend(); });
         sender("shutdown", [](auto&) { return esaOrderlyShutdownMmsgToStartupSend(); });
         sender("led", [](auto& w) {
@@ -104,6 +108,8 @@ class MessagePlayer : public Player {
             return esaReportTimeoutProcess();
         });
     }
+
+    ~MessagePlayer() override { close(esaControl.socketFdMSM); }
 
   private:
     void sender(const std::string& name, std::function<S32_t(const Words&)> send) {
@@ -132,17 +138,14 @@ class MessagePlayer : public Player {
         if (!sent_.empty()) {
             say(std::exchange(sent_, ""));
         }
-        for (Bytes message : peer_.fd() < 0 ? std::vector<Bytes>() : peer_.take()) {
+        for (Bytes message : peer_.take()) {
             std::fill_n(message.begin(), 8, std::uint8_t{0});
             say(hexRows(message));
         }
     }
 
-    struct Cleared {
-        Cleared() { esaControl = {}; }
-    } cleared_;  // before the peer puts its socket there
     TraceCapture trace_{0x4010};
-    SwitchPeer peer_;
+    SwitchListener peer_;
     std::string printed_;
     std::string sent_;
 };
