@@ -58,6 +58,7 @@ class Bus {
     int add(FaultRule rule);
     // Whether there was a fault of this number.
     bool remove(int number);
+    // What was cut too.
     void clearFaults() { faults_.clear(); }
     // Those that are over too, until they are removed.
     const std::vector<Fault>& faults() const { return faults_; }

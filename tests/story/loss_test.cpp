@@ -88,9 +88,9 @@ class Loss {
     bool runWithout(std::uint32_t n, bool forGood, const char* command) {
         lost_ = false;
         forGood_ = forGood;
-        bus_.add({.nth = n});
+        const int fault = bus_.add({.nth = n});
         run(command);
-        bus_.clearFaults();
+        bus_.remove(fault);
         return lost_;
     }
 

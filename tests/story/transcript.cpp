@@ -214,11 +214,11 @@ void Transcript::runOne(const std::string& command) {
 // Without the n-th transfer; empty when there are less.
 std::string Transcript::outcomeWithout(std::uint32_t n, const std::string& command,
                                        std::string* transfer) {
-    service_.chassis().bus().add({.nth = n});
+    const int fault = service_.chassis().bus().add({.nth = n});
     lines_.clear();
     transfers_.clear();
     const std::string result = service_.run(command);
-    service_.chassis().bus().clearFaults();
+    service_.chassis().bus().remove(fault);
     service_.take();
     logTake();
     if (transfers_.size() < n) {
