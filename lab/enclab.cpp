@@ -14,6 +14,7 @@
 #include "lab/session/commands.h"
 #include "lab/session/control_server.h"
 #include "lab/session/lab.h"
+#include "lab/web/panel.h"
 
 using enclab::Commands;
 using enclab::Lab;
@@ -53,6 +54,8 @@ struct Arguments {
     bool still = false;
     std::vector<std::string> faults;
     std::vector<std::string> dumps;
+    bool noPanel = false;
+    int port = 0;
     std::vector<std::string> command;
 
     std::filesystem::path labDirectory() const {
@@ -90,8 +93,10 @@ LabOptions labOptions(const Arguments& arguments) {
 // The lab in the foreground: live lines, typed commands, signals, the end.
 class Foreground {
   public:
-    explicit Foreground(const Arguments& arguments)
-        : lab_(labOptions(arguments)),
+    // `panel` may be null.
+    Foreground(const Arguments& arguments, enclab::Panel* panel)
+        : panel_(panel),
+          lab_(labOptions(arguments)),
           commands_(
               lab_, [this] { stop(); }, [this](bool on) { watchBus_ = on; }),
           control_(lab_.io(), lab_.directory().controlSocket(), commands_),
@@ -110,6 +115,9 @@ class Foreground {
             if (from != MMSG_E_EPID_STARTUPMP) {
                 show(enclab::describe(message));
             }
+            if (panel_ != nullptr) {
+                panel_->message(from, message);
+            }
         });
         lab_.onDaemonLine([this](const std::string& line) { tell("daemon", line); });
         lab_.onDaemonExit([this] { daemonEnded(); });
@@ -119,10 +127,30 @@ class Foreground {
                 tell("bus", enclab::describe(transfer));
             }
         });
+        if (panel_ != nullptr) {
+            panel_->show(lab_, {[this](const std::string& line) { return doForPanel(line); },
+                                [this](const std::string& chassis) {
+                                    nextChassis_ = chassis;
+                                    stop();
+                                }});
+        }
     }
+    ~Foreground() {
+        if (panel_ != nullptr) {
+            panel_->leave();
+        }
+    }
+    Foreground(const Foreground&) = delete;
+    Foreground& operator=(const Foreground&) = delete;
+
+    // The chassis of the lab that is to follow this one; empty: none.
+    const std::string& nextChassis() const { return nextChassis_; }
 
     int run(const Arguments& arguments) {
         watchSignals();
+        if (panel_ != nullptr) {
+            tell("panel", panel_->url());
+        }
         tell("lab", fmt::format("directory {}", lab_.directory().path().native()));
         if (arguments.trace) {
             tell("lab", fmt::format("trace {}/esa_01.log", lab_.directory().log().native()));
@@ -141,6 +169,9 @@ class Foreground {
 
   private:
     void show(const std::string& line) {
+        if (panel_ != nullptr) {
+            panel_->line(lab_.time(), line);
+        }
         fmt::print("[{:9.1f}] {}\n", lab_.time(), line);
         // Nobody listens any more: the same as a signal.
         if (std::fflush(stdout) != 0) {
@@ -157,7 +188,10 @@ class Foreground {
         tell("lab", fmt::format("the daemon ended with status {}",
                                 lab_.daemon().exitStatus().value_or(0)));
         status_ = kExitFailed;
-        stop();
+        // With a panel the lab stays for who looks at it.
+        if (panel_ == nullptr) {
+            stop();
+        }
     }
 
     void watchSignals() {
@@ -195,6 +229,16 @@ class Foreground {
         }
     }
 
+    // What has been done is of interest here too; an answer of many lines is for who asked.
+    Commands::Result doForPanel(const std::string& line) {
+        Commands::Result result = commands_.run(line);
+        if (result.text.find('\n') == std::string::npos) {
+            tell(result.ok ? "lab" : "error", result.text);
+        }
+        return result;
+    }
+
+    enclab::Panel* panel_;
     Lab lab_;
     Commands commands_;
     enclab::ControlServer control_;
@@ -202,13 +246,25 @@ class Foreground {
     asio::posix::stream_descriptor input_;
     std::string typed_;
     bool watchBus_ = false;
+    std::string nextChassis_;
     int status_ = 0;
 };
 
-int runLab(const Arguments& arguments) {
+// One lab, and as many more as are asked for in the panel.
+int runLabs(Arguments arguments) {
     maskEndSignals(SIG_BLOCK);
-    Foreground lab(arguments);
-    return lab.run(arguments);
+    const auto panel = arguments.noPanel ? nullptr : enclab::openPanel(arguments.port);
+    for (;;) {
+        Foreground lab(arguments, panel.get());
+        const int status = lab.run(arguments);
+        if (lab.nextChassis().empty()) {
+            return status;
+        }
+        arguments.chassis = lab.nextChassis();
+        arguments.personality.clear();
+        arguments.faults.clear();  // these name devices of the last one
+        arguments.dumps.clear();
+    }
 }
 
 int runControl(const Arguments& arguments) {
@@ -260,6 +316,10 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
         });
     app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
         ->check(CLI::ExistingFile);
+    app.add_option("--port", arguments.port,
+                   "port of the panel (default: the first free one from 8090 on)")
+        ->check(CLI::Range(1, 65535));
+    app.add_flag("--no-panel", arguments.noPanel, "no panel in the browser");
     app.add_flag("--keep", arguments.keep, "keep the trace and the alternate event log at the end");
 }
 
@@ -278,7 +338,7 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? 0 : kExitUsage;
     }
     try {
-        return *control ? runControl(arguments) : runLab(arguments);
+        return *control ? runControl(arguments) : runLabs(arguments);
     } catch (const std::exception& error) {
         fmt::print(stderr, "enclab: {}\n", error.what());
         return kExitFailed;

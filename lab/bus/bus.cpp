@@ -65,6 +65,11 @@ void Bus::attach(std::uint8_t address, Chip& chip) {
     chips_[address] = &chip;
 }
 
+const Chip* Bus::chipAt(std::uint8_t address) const {
+    const auto found = chips_.find(address);
+    return found == chips_.end() ? nullptr : found->second;
+}
+
 BusResult Bus::transfer(std::vector<BusMessage>& messages) {
     if (messages.empty()) {
         return {EINVAL};

@@ -41,6 +41,9 @@ class Bus {
     // The chip must outlive the bus. One chip per address; a chip may stand at several.
     void attach(std::uint8_t address, Chip& chip);
 
+    // The chip at an address; null when there is none.
+    const Chip* chipAt(std::uint8_t address) const;
+
     // One transfer; fills the bytes of read messages. Messages before one that is not acknowledged
     // have happened; a transfer that a fault makes fail has not.
     BusResult transfer(std::vector<BusMessage>& messages);
@@ -72,6 +75,8 @@ class Bus {
     // The last transfers, oldest first, kLogLength at most.
     const std::deque<BusTransfer>& log() const { return log_; }
     void clearLog() { log_.clear(); }
+    // Transfers so far.
+    std::uint64_t count() const { return count_; }
 
     // Called after each transfer, in the order of observe(). The number ends it in unobserve(); an
     // observer must not do either.

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <stdexcept>
+#include <vector>
 
 #include "lab/chips/register_dump.h"
 
@@ -21,6 +22,9 @@ class Chip {
 
     // One read message: fills all of `bytes` with what the chip puts on the wire.
     virtual void read(std::span<std::uint8_t> bytes) = 0;
+
+    // What a one-byte read of each register from 0 on would give; nothing moves in the chip.
+    virtual std::vector<std::uint8_t> registers() const { return {}; }
 
     // Makes a dump its state. What it measures of the world is held at the dumped values then,
     // whatever the world does, until it is changed by hand.

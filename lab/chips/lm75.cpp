@@ -67,4 +67,13 @@ void Lm75::read(std::span<std::uint8_t> bytes) {
     }
 }
 
+std::vector<std::uint8_t> Lm75::registers() const {
+    std::vector<std::uint8_t> values;
+    for (const std::uint16_t word : words_) {
+        values.push_back(static_cast<std::uint8_t>(word >> 8));
+    }
+    values[kConfiguration] = configuration_;
+    return values;
+}
+
 }  // namespace enclab

@@ -22,6 +22,7 @@ class Lm75 : public Chip {
     // A dump has one byte of each register: half degrees are lost.
     void load(const RegisterDump& dump) override;
     int held() const override { return held_ ? 1 : 0; }
+    std::vector<std::uint8_t> registers() const override;
 
   private:
     void convert();

@@ -23,9 +23,13 @@ bool RegisterChip::write(std::span<const std::uint8_t> bytes) {
     return true;
 }
 
+std::uint8_t RegisterChip::shown(std::uint8_t number) const {
+    return held_[number].value_or(valueOf(number));
+}
+
 void RegisterChip::read(std::span<std::uint8_t> bytes) {
     for (std::uint8_t& byte : bytes) {
-        byte = held_[pointer_].value_or(valueOf(pointer_));
+        byte = shown(pointer_);
         pointer_ = next(pointer_);
     }
 }
@@ -60,6 +64,14 @@ void RegisterChip::sense(std::uint8_t number) {
     if (byHand()) {
         held_[number].reset();
     }
+}
+
+std::vector<std::uint8_t> RegisterChip::registers() const {
+    std::vector<std::uint8_t> values;
+    for (std::size_t number = 0; number < registers_.size(); ++number) {
+        values.push_back(shown(static_cast<std::uint8_t>(number)));
+    }
+    return values;
 }
 
 }  // namespace enclab

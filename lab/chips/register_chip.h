@@ -22,6 +22,7 @@ class RegisterChip : public Chip {
     void read(std::span<std::uint8_t> bytes) override;
     void load(const RegisterDump& dump) override;
     int held() const override;
+    std::vector<std::uint8_t> registers() const override;
 
   protected:
     virtual bool writable(std::uint8_t number) const = 0;
@@ -41,6 +42,8 @@ class RegisterChip : public Chip {
     std::array<std::uint8_t, 256> registers_{};
 
   private:
+    std::uint8_t shown(std::uint8_t number) const;
+
     RegisterDump held_;  // shown in the place of what they are
     std::uint8_t pointer_ = 0;
     std::function<void()> written_;

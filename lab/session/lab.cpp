@@ -37,16 +37,19 @@ static LabOptions completed(LabOptions options) {
     return options;
 }
 
+static std::string nameOfChassis(const LabOptions& options) {
+    return options.chassis.empty() ? std::string(chassisOf(options.personality)) : options.chassis;
+}
+
 // The enclosure the personality file describes, as far as it can be built.
 static std::unique_ptr<Chassis> chassisFor(const LabOptions& options) {
     const auto value = [&](const char* key) {
         return personalityValue(options.personality, key).value_or(0);
     };
-    const std::string_view name =
-        options.chassis.empty() ? chassisOf(options.personality) : options.chassis;
-    auto chassis = makeChassis(name, {.fans = value("coolingMaxNumber"),
-                                      .sensors = value("temperatureSensorMaxNumber"),
-                                      .fanSpeedDivisor = value("fanSpeedDivisor")});
+    auto chassis =
+        makeChassis(nameOfChassis(options), {.fans = value("coolingMaxNumber"),
+                                             .sensors = value("temperatureSensorMaxNumber"),
+                                             .fanSpeedDivisor = value("fanSpeedDivisor")});
     loadDumps(*chassis, options.dumps);
     return chassis;
 }
@@ -209,6 +212,10 @@ bool Lab::runUntil(const std::function<bool()>& condition, std::chrono::millisec
         io_.run_one_for(std::chrono::milliseconds(20));
     }
     return true;
+}
+
+std::string Lab::chassisName() const {
+    return nameOfChassis(options_);
 }
 
 int Lab::count(Kind kind) const {

@@ -100,7 +100,10 @@ class Lab {
     Plant* plant() { return plant_.get(); }  // nullptr without the option
     BusServer& busServer() { return busServer_; }
     Child& daemon() { return *daemon_; }
+    bool daemonStarted() const { return daemon_ != nullptr; }
     bool daemonRunning() const { return daemon_ && daemon_->running(); }
+    // Of the chassis, in the lab.
+    std::string chassisName() const;
 
     // Messages from the daemon in order; the newest kReceivedMax of a long run.
     static constexpr std::size_t kReceivedMax = 10000;

@@ -39,6 +39,23 @@ Personality personalityOf(std::string_view labChassis) {
     throw std::out_of_range(fmt::format("no personality file selects {}", labChassis));
 }
 
+std::vector<std::string> selectableChassis() {
+    std::vector<std::string> names;
+    for (const auto& entry : kPersonalities) {
+        names.emplace_back(entry.lab);
+    }
+    return names;
+}
+
+std::string chassisTitle(std::string_view labChassis) {
+    for (const auto& [lab, personality] : kPersonalities) {
+        if (lab == labChassis) {
+            return personality.chassis;
+        }
+    }
+    return std::string(labChassis);
+}
+
 // The prequalified names select the VSC055 chassis.
 std::string_view chassisOf(std::string_view xml) {
     for (const auto& [lab, personality] : kPersonalities) {

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace enclab {
 
@@ -30,6 +31,11 @@ struct Personality {
 // The personality of a chassis by its name in the lab. Throws std::out_of_range when it has none:
 // no personality file selects it.
 Personality personalityOf(std::string_view labChassis);
+
+// The chassis that a personality file can select, by their names in the lab.
+std::vector<std::string> selectableChassis();
+// The name personality files give such a chassis; the name itself for any other.
+std::string chassisTitle(std::string_view labChassis);
 
 // Name in the lab of the chassis a personality file selects, "vsc055" where it selects none.
 std::string_view chassisOf(std::string_view xml);

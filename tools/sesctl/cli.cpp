@@ -11,8 +11,8 @@
 #include <numeric>
 #include <thread>
 
-#include "tools/sesctl/client.h"
 #include "tools/sesctl/control_page.h"
+#include "tools/sesctl/enclosure.h"
 #include "tools/sesctl/failure.h"
 #include "tools/sesctl/render.h"
 
@@ -55,39 +55,6 @@ struct Session {
     std::ostream& out;
 };
 using Command = ExitCode (*)(Session&);
-
-// Both pages as they came, completed, and what they say.
-struct Enclosure {
-    Bytes configurationPage;
-    Bytes statusPage;
-    Configuration configuration;
-    Status status;
-};
-
-Reply callGood(Client& client, Bytes request) {
-    Reply reply = client.call(std::move(request));
-    if (reply.checkCondition) {
-        const Sense& sense = *reply.checkCondition;
-        throw Failure(
-            ExitCode::checkCondition,
-            fmt::format("CHECK CONDITION: sense key {}, additional sense 0x{:02X}/0x{:02X}",
-                        sense.key, sense.code, sense.qualifier));
-    }
-    return reply;
-}
-
-Bytes readPage(Client& client, std::uint8_t pageCode) {
-    return completePage(callGood(client, receiveDiagnostic(pageCode)).payload, pageCode);
-}
-
-Enclosure readEnclosure(Client& client) {
-    Enclosure enclosure;
-    enclosure.configurationPage = readPage(client, SES_K_CONFIGURATION_DIAGNOSTIC_PAGE);
-    enclosure.configuration = decodeConfiguration(enclosure.configurationPage);
-    enclosure.statusPage = readPage(client, SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE);
-    enclosure.status = decodeStatus(enclosure.statusPage, enclosure.configuration);
-    return enclosure;
-}
 
 // The service keeps no more elements than its arrays hold, whatever the counts say.
 void checkNumber(unsigned number, unsigned count, int arraySize, const char* what) {

@@ -24,6 +24,13 @@ bool codeFault(const Element& element) {
            element.code == SES_E_ELEMENT_STATUS_CODE_UNRECOVERABLE;
 }
 
+template <typename T>
+bool anyInFault(const std::vector<T>& elements) {
+    return std::any_of(elements.begin(), elements.end(), [](const T& e) { return inFault(e); });
+}
+
+}  // namespace
+
 bool inFault(const Device& device) {
     return codeFault(device) || anyFault(device, DEVICE_FLAGS);
 }
@@ -39,13 +46,6 @@ bool inFault(const Sensor& sensor) {
 bool inFault(const Alarm& alarm) {
     return codeFault(alarm) || (alarm.flags && anyFault(*alarm.flags, ALARM_FLAGS));
 }
-
-template <typename T>
-bool anyInFault(const std::vector<T>& elements) {
-    return std::any_of(elements.begin(), elements.end(), [](const T& e) { return inFault(e); });
-}
-
-}  // namespace
 
 std::string statusName(std::uint8_t code) {
     return code < std::size(STATUS_NAMES) ? STATUS_NAMES[code] : "reserved " + std::to_string(code);

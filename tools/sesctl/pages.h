@@ -170,6 +170,12 @@ inline constexpr Flag<PageFlags> PAGE_FLAGS[] = {
 // "OK", "not installed", ... of a SesElementStatusCode_e.
 std::string statusName(std::uint8_t code);
 
+bool inFault(const Device& device);
+bool inFault(const PowerSupply& supply);
+bool inFault(const Fan& fan);
+bool inFault(const Sensor& sensor);
+bool inFault(const Alarm& alarm);
+
 // True when anything in the page is a fault or a warning: an element's status code or flags, a fan
 // that stands still, a fan or sensor that could not be read, a drive whose fault LED was requested.
 bool faultPresent(const Status& status);

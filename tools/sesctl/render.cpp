@@ -129,7 +129,55 @@ Json toJson(const std::vector<T>& elements) {
     return list;
 }
 
+std::string recordText(const Device& device) {
+    return fmt::format("{}, {}", statusName(device.code), words(device, DEVICE_FLAGS, "no flags"));
+}
+std::string recordText(const PowerSupply& supply) {
+    return fmt::format("{}, {}", statusName(supply.code),
+                       words(supply, POWER_SUPPLY_FLAGS, "no flags"));
+}
+std::string recordText(const Fan& fan) {
+    const std::string speed = fan.rpm ? fmt::format("{} RPM", *fan.rpm) : "no reading";
+    return fmt::format("{}, {}, {}", statusName(fan.code), speed, words(fan, FAN_FLAGS, "running"));
+}
+std::string recordText(const Sensor& sensor) {
+    const std::string degrees =
+        sensor.celsius ? fmt::format("{} °C", *sensor.celsius) : "no reading";
+    return fmt::format("{}, {}, {}", statusName(sensor.code), degrees,
+                       words(sensor, SENSOR_FLAGS, "no flags"));
+}
+std::string recordText(const Alarm& alarm) {
+    return fmt::format("{}, {}", alarm.disabled ? "disabled" : "enabled",
+                       alarm.flags ? words(*alarm.flags, ALARM_FLAGS, "no flags")
+                                   : "flags not told (the byte is left out)");
+}
+
+template <typename T>
+void addRows(std::vector<PageRow>& rows, Kind kind, const std::vector<T>& elements) {
+    const auto add = [&rows](const std::string& of, const std::string& says, bool fault) {
+        const std::size_t offset = rows.back().offset + rows.back().size;
+        rows.push_back({offset, SES_K_ELEMENT_SIZE, of, says, fault});
+    };
+    add(fmt::format("{}s, overall", KIND_NAMES[kind]), fmt::format("{} of them", elements.size()),
+        false);
+    for (std::size_t i = 0; i < elements.size(); i++) {
+        add(fmt::format("{} {}", KIND_NAMES[kind], i), recordText(elements[i]),
+            inFault(elements[i]));
+    }
+}
+
 }  // namespace
+
+std::vector<PageRow> statusRows(const Status& status) {
+    std::vector<PageRow> rows{{0, sizeof(EncStatDiagPageHdr_t), "page header",
+                               words(status.page, PAGE_FLAGS, "no condition"), false}};
+    addRows(rows, devices, status.devices);
+    addRows(rows, powerSupplies, status.powerSupplies);
+    addRows(rows, fans, status.fans);
+    addRows(rows, sensors, status.sensors);
+    addRows(rows, alarms, status.alarms);
+    return rows;
+}
 
 std::string configurationTable(const Configuration& configuration) {
     const auto orDash = [](const std::string& text) { return text.empty() ? "-" : text; };

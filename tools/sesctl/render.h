@@ -17,6 +17,17 @@ std::string driveLedTable(const Status& status, const std::vector<unsigned>& slo
 // One object; what a page does not tell is null.
 std::string statusJson(const Status& status);
 
+// One record of the status page: where it stands, what it is of ("fan 1") and what it says.
+struct PageRow {
+    std::size_t offset;
+    std::size_t size;
+    std::string of;
+    std::string says;
+    bool fault;
+};
+// All of the page, in its order.
+std::vector<PageRow> statusRows(const Status& status);
+
 // A page as `sg_ses --inhex` reads it, under a comment line.
 std::string pageHex(View page, const std::string& comment);
 

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+// The details: event list, mailbox, register files, the SES status page beside its bytes.
+import { $, el, setText, setAttribute, button } from '/dom.js';
+
+// ---- events and mails ----
+
+const LIST_MAX = 300;
+// Lines of these kinds come with every question to the daemon.
+const CHATTER = new Set(['ses', 'reply', 'bus', 'other']);
+let lines = [];
+let mails = 0;
+
+const clock = (seconds) => `${seconds.toFixed(1)} s`;
+const shown = (line) => $('all-lines').checked || !CHATTER.has(line.tag);
+
+function item(line) {
+  return el('li', { class: `of-${line.tag}` }, el('time', {}, clock(line.time)), el('span', { class: `tag ${line.tag}` }, line.tag),
+    el('span', {}, line.text));
+}
+
+// Newest first.
+function prepend(list, node) {
+  list.querySelector('.none')?.remove();
+  list.prepend(node);
+  if (list.childElementCount > LIST_MAX) list.lastElementChild.remove();
+}
+
+// The event that a mail follows says what it is about.
+function addMail(line) {
+  const cause = lines.findLast((earlier) => earlier.tag === 'event');
+  mails += 1;
+  setText($('mail-count'), `${mails} sent`);
+  prepend($('mails'), el('li', {}, el('time', {}, clock(line.time)),
+    el('span', {}, cause ? `About: ${cause.text}` : 'Notification')));
+}
+
+export function clearLines() {
+  lines = [];
+  mails = 0;
+  $('events').replaceChildren(el('li', { class: 'none' }, 'Nothing yet.'));
+  $('mails').replaceChildren(el('li', { class: 'none' }, 'No mail yet. A fault sends one.'));
+  setText($('mail-count'), '');
+}
+
+// `text` as the lab's terminal shows it: a tag of eight columns, then what happened. The parsed
+// line is the result.
+export function addLine({ time, text }) {
+  const line = { time, tag: text.slice(0, 8).trim(), text: text.slice(8) };
+  if (line.tag === 'panel') return line;
+  if (line.tag === 'mail') addMail(line);
+  lines.push(line);
+  if (lines.length > LIST_MAX) lines.shift();
+  if (shown(line)) prepend($('events'), item(line));
+  return line;
+}
+
+$('all-lines').addEventListener('change', () => {
+  $('events').replaceChildren(...lines.filter(shown).reverse().map(item));
+});
+
+// ---- registers ----
+
+const HOT_FOR = 2500;  // milliseconds
+let chips = null;
+let chipsKey = '';
+const hex = (value) => value.toString(16).padStart(2, '0');
+
+function registerTable(count) {
+  const cells = Array.from({ length: count }, (_, n) => el('td', { title: `register 0x${hex(n)}` }));
+  const columns = Math.min(16, count);
+  const head = el('tr', {}, el('th'), ...cells.slice(0, columns).map((_, n) => el('th', { scope: 'col' }, `_${n.toString(16)}`)));
+  const body = [];
+  for (let n = 0; n < count; n += columns) {
+    body.push(el('tr', {}, el('th', { scope: 'row' }, hex(n)), ...cells.slice(n, n + columns)));
+  }
+  return { table: el('table', { class: 'registers' }, head, ...body), cells };
+}
+
+function buildChip(chip, first) {
+  const { table, cells } = registerTable(chip.registers.length / 2);
+  const state = el('span', { class: 'quiet' });
+  const cut = button('', () => `${cut.dataset.cut === 'true' ? 'mend' : 'cut'} ${chip.name}`);
+  const node = el('details', { class: 'chip', id: `chip-${chip.name}`, open: first },
+    el('summary', {}, el('span', { class: 'chip-name' }, chip.name), el('span', { class: 'quiet' }, `0x${hex(chip.address)}`), state),
+    el('div', { class: 'buttons' }, cut, button('Fail its next transfer', `fail ${chip.name} 1`)),
+    el('div', { class: 'scroll', tabindex: 0, role: 'region', 'aria-label': `Registers of ${chip.name}` }, table));
+  return { node, cells, state, cut, bytes: [], hotUntil: new Map() };
+}
+
+function updateChip(view, chip) {
+  const now = performance.now();
+  const last = chip.lastWrite?.[0];
+  view.cells.forEach((cell, n) => {
+    const byte = chip.registers.slice(2 * n, 2 * n + 2);
+    if (view.bytes[n] !== byte) {
+      if (view.bytes[n] !== undefined) view.hotUntil.set(n, now + HOT_FOR);
+      view.bytes[n] = byte;
+      cell.textContent = byte;
+    }
+    const hot = (view.hotUntil.get(n) ?? 0) > now;
+    const kind = [byte === '00' ? 'zero' : '', hot ? 'hot' : '', n === last ? 'last' : ''].join(' ').trim();
+    if (cell.className !== kind) cell.className = kind;
+  });
+  const written = chip.lastWrite ? `last written 0x${hex(last)} = ${hex(chip.lastWrite[1])}` : 'never written';
+  setText(view.state, chip.cut ? 'does not answer' : written);
+  view.cut.dataset.cut = String(chip.cut);
+  setText(view.cut, chip.cut ? 'Back on the bus' : 'Cut off the bus');
+  setAttribute(view.cut, 'aria-label', `${chip.cut ? 'Mend' : 'Cut'} ${chip.name}`);
+}
+
+export function showChips(state) {
+  const key = state.chips.map((chip) => chip.name + chip.address).join();
+  if (key !== chipsKey) {
+    chipsKey = key;
+    chips = state.chips.map((chip, n) => buildChip(chip, n === 0));
+    $('chips').replaceChildren(...chips.map((chip) => chip.node));
+  }
+  state.chips.forEach((chip, n) => updateChip(chips[n], chip));
+}
+
+// ---- the status page ----
+
+export function showPage(page) {
+  const rows = page.rows.map((row) => {
+    const bytes = page.bytes.slice(2 * row.offset, 2 * (row.offset + row.size)).match(/../g).join(' ');
+    const kind = row.fault ? 'fault' : /overall|header/.test(row.of) ? 'head' : null;
+    return el('tr', { class: kind }, el('td', {}, row.offset.toString(16).padStart(3, '0')), el('td', {}, bytes),
+      el('td', {}, row.of), el('td', {}, row.says));
+  });
+  $('page').tBodies[0].replaceChildren(...rows);
+}
