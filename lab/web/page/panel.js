@@ -112,6 +112,8 @@ function tools(title, ...list) {
   return [el('h3', {}, title), el('div', { class: 'tools' }, ...list)];
 }
 $('faults').append(
+  ...tools('Daemon',
+    button('Start', 'daemon start'), button('Stop', 'daemon stop'), button('Kill', 'daemon kill')),
   ...tools('Message switch',
     button('Stop reading', 'switch stop'), button('Read again', 'switch go'),
     button('Drop the daemon', 'switch close'), button('Take it again', 'switch open')));
