@@ -50,7 +50,7 @@ class EnclabTest : public testing::Test {
         return {std::string("PATH=") + std::getenv("PATH")};
     }
     void start(std::vector<std::string> words = {}) {
-        words.insert(words.begin(), {"--name", name_, "--speed", "50"});
+        words.insert(words.begin(), {"--name", name_, "--speed", "50", "--no-panel"});
         exits_ = 0;
         lab_ = std::make_unique<Child>(io_, program(words), environment(),
                                        [this](const std::string& line) { lines_.push_back(line); });

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The live charts: temperatures over the thresholds of the personality, fan loads beneath, and the
 // controls that make it warm.
-import { $, el, setText, setAttribute, button, act, getJson } from '/dom.js';
+import { $, el, setText, button, act, getJson } from '/dom.js';
 
 const dark = matchMedia('(prefers-color-scheme: dark)');
 const ROWS_MAX = 6000;
@@ -50,7 +50,8 @@ function temperatureRange() {
 function window_() {
   const span = Number($('span').value);
   const end = rows.length ? rows[rows.length - 1][0] : 1;
-  return [span === 0 ? (rows[0]?.[0] ?? 0) : end - span * Math.max(1, latest.speed / 4), end];
+  const start = rows[0]?.[0] ?? 0;
+  return [span === 0 ? start : Math.max(start, end - span), Math.max(end, start + 10)];
 }
 
 function options(labels, colours, more) {
@@ -161,7 +162,7 @@ export function showHeat(state, page) {
     const daemon = page ? (told === null || told === undefined ? 'daemon: no reading' : `daemon read ${told} °C`) : '';
     setText(tile.note, [sensor.held ? 'held' : '', daemon].filter(Boolean).join(' · '));
     tile.node.classList.toggle('fault', sensor.celsius > limit || (page !== null && told === null));
-    setAttribute(tile.release, 'style', sensor.held ? '' : 'visibility: hidden');
+    tile.release.hidden = !sensor.held;
   });
   addRow(state);
 }

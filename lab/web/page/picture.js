@@ -235,7 +235,7 @@ function updatePower(state) {
   });
   const sound = alarmSound(state);
   updateTile(power.alarm, sound === 'fault' ? 'sounds' : sound === 'remind' ? 'reminds' : 'quiet', sound !== '',
-    chassis.alarm || 'none in this chassis: follows the fault LED');
+    chassis.alarm || 'none fitted: sounds with the fault LED');
 }
 
 // ---- the whole ----

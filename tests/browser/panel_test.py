@@ -1,0 +1,239 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The front panel in a real browser, on a lab with the shipped daemon.
+
+usage: panel_test.py BIN_DIRECTORY [unittest arguments]
+"""
+import json
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import time
+import unittest
+import urllib.error
+import urllib.request
+
+from prometheus_client.parser import text_string_to_metric_families
+from selenium import webdriver
+from selenium.webdriver.chrome.options import Options
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.support.ui import Select
+
+BIN = pathlib.Path(sys.argv[1])
+PATIENCE = 20
+
+
+def until(condition, what):
+    end = time.monotonic() + PATIENCE
+    while time.monotonic() < end:
+        if condition():
+            return
+        time.sleep(0.05)
+    raise AssertionError(f"never: {what}")
+
+
+class Lab:
+    """One enclab with its panel."""
+
+    def __init__(self, name, *words):
+        self.name = f"{name}-{os.getpid()}"
+        self.process = subprocess.Popen(
+            [BIN / "enclab", "--name", self.name, "--speed", "40", *words],
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
+        first = self.process.stdout.readline()
+        self.url = re.search(r"panel +(http://127\.0\.0\.1:\d+/\?token=\w+)", first).group(1)
+        self.base, self.token = re.match(r"(.*)/\?token=(\w+)", self.url).groups()
+
+    def get(self, path, **headers):
+        return urllib.request.urlopen(urllib.request.Request(self.base + path, headers=headers), timeout=10).read().decode()
+
+    def post(self, path, body, token):
+        request = urllib.request.Request(self.base + path, body.encode(), {"X-Panel-Token": token})
+        try:
+            return 200, urllib.request.urlopen(request, timeout=10).read().decode().strip()
+        except urllib.error.HTTPError as error:
+            return error.code, error.read().decode().strip()
+
+    def do(self, line):
+        return self.post("/api/command", line, self.token)
+
+    def state(self):
+        return json.loads(self.get("/api/state"))
+
+    def ses(self):
+        """What an SES client reads from the daemon."""
+        out = subprocess.run([BIN / "sesctl", "--name", self.name, "status", "--json"], capture_output=True, text=True)
+        return json.loads(out.stdout or "null")
+
+    def end(self):
+        self.process.send_signal(signal.SIGINT)
+        self.process.stdout.read()
+        return self.process.wait(PATIENCE)
+
+
+class PanelTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        options = Options()
+        for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1400,2400"):
+            options.add_argument(argument)
+        cls.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+        cls.lab = Lab("browser")
+        cls.browser.get(cls.lab.url)
+        cls.addClassCleanup(cls.lab.process.kill)
+        cls.addClassCleanup(cls.browser.quit)
+        until(lambda: "VSC055, answers" in cls.text("#events"), "bring-up")
+
+    @classmethod
+    def all(cls, css):
+        return cls.browser.find_elements(By.CSS_SELECTOR, css)
+
+    @classmethod
+    def text(cls, css):
+        # In one step: the page may replace the element between two.
+        script = "return document.querySelector(arguments[0])?.innerText ?? ''"
+        return cls.browser.execute_script(script, css)
+
+    @classmethod
+    def has(cls, css):
+        return cls.browser.execute_script("return document.querySelector(arguments[0]) !== null", css)
+
+    def press(self, css):
+        self.browser.find_element(By.CSS_SELECTOR, css).click()
+
+    def led(self, text):
+        until(lambda: self.text("#fact-led strong") == text, f"fault LED {text}")
+
+    # A pulled fan is found without knowing anything: its tile, its event, the LED, the mail.
+    def test_1_a_pulled_fan_its_led_and_its_mail(self):
+        self.press("button[aria-label='Pull fan 1']")
+        until(lambda: "reported failed" in self.text("#fan-1.fault"), "fan 1 shown as failed")
+        self.assertIn("failed 0x02 (fan 1)", self.text("#events"))
+        self.led("lit")
+        self.assertEqual(self.text("#fact-mail strong"), "1")
+        self.assertIn("failed 0x02 (fan 1)", self.text("#mails"))
+        self.assertTrue(self.has("[data-led=fault] .led.fault"))
+        self.assertIsNone(self.lab.ses()["fans"][1]["rpm"])
+        self.press("button[aria-label='Put back fan 1']")
+        self.led("off")
+
+    # Each switch: the button, what the picture shows, what the daemon answers, the way back.
+    def test_2_every_fault_switch_changes_picture_and_answer(self):
+        self.browser.execute_script("document.querySelectorAll('details').forEach((d) => { d.open = true; })")
+        rows = [
+            ("button[aria-label='Lock the rotor of fan 2']", "#fan-2.fault", lambda s: s["fans"][2]["rpm"] is None,
+             "button[aria-label='Free the rotor of fan 2']"),
+            ("#supplies button[title='psu lost']", "#supplies.fault",
+             lambda s: s["powerSupplies"][0]["status"] != "OK" or s["powerSupplies"][1]["status"] != "OK",
+             "#supplies button[title='psu good']"),
+            ("button[aria-label='Cut lm75-1']", "#sensor-1.fault",
+             lambda s: s["temperatureSensors"][1]["celsius"] is None, "button[aria-label='Mend lm75-1']"),
+            ("button[aria-label='Hold sensor 3']", "#sensor-3", lambda s: s["temperatureSensors"][3]["celsius"] == 50,
+             "button[aria-label='Release sensor 3']"),
+        ]
+        for break_it, shown, told, mend in rows:
+            with self.subTest(break_it):
+                before = self.lab.ses()
+                self.assertFalse(told(before))
+                self.press(break_it)
+                until(lambda: self.has(shown), shown)
+                until(lambda: told(self.lab.ses()), "the daemon's answer")
+                until(lambda: self.has(mend), mend)
+                self.press(mend)
+                until(lambda: not told(self.lab.ses()), "the daemon's answer, healed")
+
+    # One fact, five ways to see it. By keyboard.
+    def test_3_pins_json_page_and_client_agree(self):
+        bay = self.browser.find_element(By.CSS_SELECTOR, ".bay[data-slot='3']")
+        self.browser.execute_script("arguments[0].focus()", bay)
+        bay.send_keys(Keys.ENTER)
+        for switch, lit in (("on", True), ("off", False)):
+            with self.subTest(switch):
+                self.press(f"#slot-tools button[title='ses drive 3 fault {switch}']")
+                until(lambda: self.lab.state()["chassis"]["slots"][3]["faultLed"] is lit, "JSON")
+                chip = self.lab.state()["chips"][0]
+                pins = bytes.fromhex(chip["registers"])[6]
+                self.assertEqual(pins, 0xF7 if lit else 0xFF)
+                until(lambda: self.text("#chip-vsc055 td[title='register 0x06']") == f"{pins:02x}", "register file")
+                until(lambda: self.has(".bay[data-slot='3'] .led.fault") is lit, "picture")
+                until(lambda: ("fault LED on" in self.text("#page tbody tr:nth-child(6)")) is lit, "status page")
+                self.assertEqual(self.text("#page tbody tr:nth-child(6) td:nth-child(2)").split()[3], "20" if lit else "00")
+                self.assertEqual([d["faultRequested"] for d in self.lab.ses()["devices"]], [n == 3 and lit for n in range(16)])
+
+    def test_4_metrics_are_what_a_scraper_expects(self):
+        def scrape():
+            families = {f.name: f for f in text_string_to_metric_families(self.lab.get("/metrics"))}
+            samples = {}
+            for family in families.values():
+                self.assertTrue(family.documentation, family.name)
+                for sample in family.samples:
+                    samples[sample.name, tuple(sorted(sample.labels.items()))] = sample.value
+            return {name: f.type for name, f in families.items()}, samples
+
+        types, before = scrape()
+        for name, kind in (("esa_temperature_celsius", "gauge"), ("esa_fan_speed_rpm", "gauge"), ("esa_fan_duty_ratio", "gauge"),
+                           ("esa_psu_ok", "gauge"), ("esa_i2c_transfers", "counter"), ("esa_events", "counter"),
+                           ("esa_polls", "counter"), ("esa_mails", "counter"), ("esa_reply_seconds", "histogram")):
+            self.assertEqual(types.get(name), kind, name)
+        self.lab.do("cut lm75-0")
+        self.lab.do("temp 2 41.5")
+        self.lab.ses()
+        nak = ("esa_i2c_transfers_total", (("chip", "lm75-0"), ("result", "nak")))
+        until(lambda: scrape()[1].get(nak, 0) > before.get(nak, 0), "transfers not acknowledged")
+        _, after = scrape()
+        self.assertEqual(after["esa_temperature_celsius", (("chassis", "vsc055"), ("sensor", "2"))], 41.5)
+        self.assertEqual(after["esa_fan_speed_rpm", (("chassis", "vsc055"), ("fan", "0"))] > 1000, True)
+        self.assertGreaterEqual(after["esa_reply_seconds_count", ()] - before["esa_reply_seconds_count", ()], 2)
+        self.assertEqual(after["esa_reply_seconds_bucket", (("le", "+Inf"),)], after["esa_reply_seconds_count", ()])
+        until(lambda: scrape()[1]["esa_polls_total", ()] > after["esa_polls_total", ()], "polls counted")
+        self.assertEqual(after["esa_mails_total", ()], self.lab.state()["peers"]["mails"])
+        self.lab.do("mend lm75-0")
+        self.lab.do("temp 2 auto")
+
+    def test_5_only_the_token_and_the_own_name_open_the_panel(self):
+        self.assertEqual(self.lab.post("/api/command", "fan 0 pull", "wrong")[0], 403)
+        self.assertEqual(self.lab.post("/api/chassis", "xyratex", "")[0], 403)
+        self.assertTrue(self.lab.state()["chassis"]["fans"][0]["present"])
+        with self.assertRaises(urllib.error.HTTPError) as refused:
+            self.lab.get("/api/state", Host="elsewhere.example")
+        self.assertEqual(refused.exception.code, 403)
+        self.assertEqual(self.lab.do("fan 9 pull"), (400, "fan: no fan 9: the chassis has 4, from 0"))
+
+    # A second lab finds its own port; a browser that does not read stops neither the lab nor its end.
+    def test_6_labs_stand_side_by_side(self):
+        other = Lab("browser-2", "--chassis", "w83792ad")
+        self.addCleanup(other.process.kill)
+        self.assertNotEqual(other.base, self.lab.base)
+        slow = urllib.request.urlopen(other.base + "/api/events", timeout=10)
+        self.assertEqual(other.state()["chassis"]["name"], "w83792ad")
+        self.assertEqual(other.end(), 0)
+        slow.close()
+        self.assertFalse(pathlib.Path(f"/tmp/enclab-{os.getuid()}/{other.name}").exists())
+        self.assertTrue(self.lab.state()["daemon"]["running"])
+
+    def test_7_another_chassis_is_chosen_in_the_panel(self):
+        Select(self.browser.find_element(By.ID, "chassis")).select_by_visible_text("Xyratex 2U12ATX")
+        until(lambda: len(self.all(".bay")) == 12 and len(self.all("#fans .tile")) == 8, "the other enclosure")
+        until(lambda: "Xyratex 2U12ATX, answers" in self.text("#events"), "bring-up")
+        self.press(".bay[data-slot='5']")
+        self.press("#slot-tools button[title='drive 5 absent']")
+        until(lambda: self.has(".bay.absent[data-slot='5']"), "the empty slot")
+        self.assertEqual(self.lab.ses()["devices"][5]["status"], "not installed")
+        self.press("#supplies button[title='psu lost']")
+        until(lambda: "S1 fault" in self.text("#alarm.fault"), "the alarm")
+        self.assertTrue(self.has("[data-led=redundancy-fail]"))
+
+    def test_8_the_panel_says_when_the_daemon_or_the_lab_is_gone(self):
+        os.kill(self.lab.state()["daemon"]["pid"], signal.SIGKILL)
+        until(lambda: "The daemon has ended with status 137" in self.text("#gone"), "the daemon's end")
+        self.assertEqual(self.text("#fact-daemon strong"), "ended")
+        self.lab.end()
+        until(lambda: "The lab is gone" in self.text("#gone"), "the lab's end")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0], *sys.argv[2:]], verbosity=2)
