@@ -10,6 +10,7 @@ import re
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 import urllib.error
@@ -41,10 +42,12 @@ class Lab:
 
     def __init__(self, name, *words):
         self.name = f"{name}-{os.getpid()}"
+        self.output = tempfile.NamedTemporaryFile("w")
         self.process = subprocess.Popen(
             [BIN / "enclab", "--name", self.name, "--speed", "40", *words],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True)
-        first = self.process.stdout.readline()
+            stdin=subprocess.DEVNULL, stdout=self.output, text=True)
+        until(lambda: os.path.getsize(self.output.name) > 100, "the panel's address")
+        first = pathlib.Path(self.output.name).read_text().splitlines()[0]
         self.url = re.search(r"panel +(http://127\.0\.0\.1:\d+/\?token=\w+)", first).group(1)
         self.base, self.token = re.match(r"(.*)/\?token=(\w+)", self.url).groups()
 
@@ -71,7 +74,6 @@ class Lab:
 
     def end(self):
         self.process.send_signal(signal.SIGINT)
-        self.process.stdout.read()
         return self.process.wait(PATIENCE)
 
 
@@ -100,9 +102,11 @@ class PanelTest(unittest.TestCase):
 
     @classmethod
     def has(cls, css):
-        return cls.browser.execute_script("return document.querySelector(arguments[0]) !== null", css)
+        script = "return (document.querySelector(arguments[0])?.getClientRects().length ?? 0) > 0"
+        return cls.browser.execute_script(script, css)
 
     def press(self, css):
+        until(lambda: self.has(css), css)
         self.browser.find_element(By.CSS_SELECTOR, css).click()
 
     def led(self, text):
@@ -123,6 +127,7 @@ class PanelTest(unittest.TestCase):
 
     # Each switch: the button, what the picture shows, what the daemon answers, the way back.
     def test_2_every_fault_switch_changes_picture_and_answer(self):
+        until(lambda: self.has("#chip-lm75-1"), "chips")
         self.browser.execute_script("document.querySelectorAll('details').forEach((d) => { d.open = true; })")
         rows = [
             ("button[aria-label='Lock the rotor of fan 2']", "#fan-2.fault", lambda s: s["fans"][2]["rpm"] is None,
@@ -153,7 +158,7 @@ class PanelTest(unittest.TestCase):
         bay.send_keys(Keys.ENTER)
         for switch, lit in (("on", True), ("off", False)):
             with self.subTest(switch):
-                self.press(f"#slot-tools button[title='ses drive 3 fault {switch}']")
+                subprocess.run([BIN / "sesctl", "--name", self.lab.name, "led", switch, "3"], check=True)
                 until(lambda: self.lab.state()["chassis"]["slots"][3]["faultLed"] is lit, "JSON")
                 chip = self.lab.state()["chips"][0]
                 pins = bytes.fromhex(chip["registers"])[6]
