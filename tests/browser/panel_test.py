@@ -166,7 +166,7 @@ class PanelTest(unittest.TestCase):
                 until(lambda: self.text("#chip-vsc055 td[title='register 0x06']") == f"{pins:02x}", "register file")
                 until(lambda: self.has(".bay[data-slot='3'] .led.fault") is lit, "picture")
                 until(lambda: ("fault LED on" in self.text("#page tbody tr:nth-child(6)")) is lit, "status page")
-                self.assertEqual(self.text("#page tbody tr:nth-child(6) td:nth-child(2)").split()[3], "20" if lit else "00")
+                self.assertEqual(self.text("#page tbody tr:nth-child(6) td:nth-child(2)").split()[3], "04" if lit else "00")
                 self.assertEqual([d["faultRequested"] for d in self.lab.ses()["devices"]], [n == 3 and lit for n in range(16)])
 
     def test_4_metrics_are_what_a_scraper_expects(self):
