@@ -224,6 +224,7 @@ TEST_F(PlantTest, StepsAreTheSameHoweverTimeComes) {
         other.advance(0.03125);
     }
     EXPECT_EQ(plant.temperature(2), other.temperature(2));
+    EXPECT_EQ(plant.temperature(2), 0x1.281cf369fe5cap+5) << "to the last bit on every machine";
 }
 
 TEST_F(PlantTest, WhatIsNotThereOrOutOfRangeIsRefused) {
