@@ -303,3 +303,12 @@ R 00 00 ENXIO
  = -128
 > sweep use vsc055, set i2cConnected 1 | call lm75TemperatureRead 0x4C
 1: R 4C 00 ENXIO ends it = 32767
+
+== Redundancy is one bit of the port, whatever the others are
+> up vsc055; hide log bus fields; reg 41 04 7F; call poll
+led     composite fault LED on
+mail    e-mail notification
+event   power supply status: warning, supplies 2, status 0x01 (voltage good, redundancy lost)
+> reg 41 04 80; call poll
+led     composite fault LED off
+event   power supply status: information, supplies 2, status 0x03 (voltage good, redundancy good)

@@ -632,7 +632,7 @@ temperatureSensorAverage = [26] degrees Celsius.
 This Fault bit is [TEMPERATURE_OVERHEAT]
 This Fault bit [0x8] does NOT exist currently.
 The Fault bit [0x8] is already clear.
-> reg 2C 1C 00; set coolingMaxNumber 0; set temperatureSensorMaxNumber 0; call poll
+> reg 2C 1C 7F; set coolingMaxNumber 0; set temperatureSensorMaxNumber 0; call poll
 Return Power Redundancy Status [ERROR].
 This Fault bit is [POWER_SUPPLY_REDUNDANCY]
 This Fault bit [0x2] does NOT exist currently.
@@ -1093,7 +1093,7 @@ The Fault bit [0x1] is already set.
 Power Redundancy Status already [NOT OK].
 Send out a Diagnostic Page.
 reply   to environment manager: GOOD, enclosure status page, 100 bytes, handle 0
-> reg 2C 1C 00; page
+> reg 2C 1C 7F; page
 Receive a MMSG to the Enclosure Services Adapter
 ESA receives RCV DIAG Cmd.
 Return Power Redundancy Status [ERROR].

@@ -121,7 +121,7 @@ Read the Alarm State as [IDEL_S0].
 > next 63 05 00 10 00; call xyratexAlarmStateRead
 Read the Alarm State as [REMIND_S2].
  = 2
-> next 63 05 10 10 00; call xyratexAlarmStateRead
+> next 63 05 10 10 EF; call xyratexAlarmStateRead
 Read the Alarm State as [MUTE_S3].
  = 3
 > next 63 05 00 00 10; call xyratexAlarmStateRead
@@ -298,7 +298,7 @@ event   power supply status: information, supplies 2, status 0x03 (voltage good,
 
 == Lost supplies in words, by polls and by pages
 > up xyratex; hide bus fields messages; set coolingMaxNumber 0; set deviceMaxNumber 0
-> reg 63 04 00; call poll
+> reg 63 04 CF; call poll
 Return Power Voltage Status [ERROR].
 This Fault bit is [POWER_SUPPLY_VOLTAGE_TOLERANCE]
 This Fault bit [0x1] does NOT exist currently.
@@ -380,7 +380,7 @@ This Fault bit is [TEMPERATURE_OVERHEAT]
 This Fault bit [0x8] does NOT exist currently.
 The Fault bit [0x8] is already clear.
 Read the Alarm State as [IDEL_S0].
-> reg 63 04 00; page
+> reg 63 04 CF; page
 Receive a MMSG to the Enclosure Services Adapter
 ESA receives RCV DIAG Cmd.
 Return Power Redundancy Fail Status [ERROR].
