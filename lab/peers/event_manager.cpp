@@ -25,8 +25,7 @@ void EventManager::receive(const Message& message) {
     const double now = schedule_.now();
     ++counts_[id];
     std::string text = describe(message).substr(kTagLength);
-    const auto same = std::ranges::find_if(
-        groups_, [&](const EventGroup& group) { return group.id == id && group.text == text; });
+    const auto same = std::ranges::find(groups_, text, &EventGroup::text);
     if (same != groups_.end()) {
         ++same->count;
         same->last = now;

@@ -13,7 +13,7 @@
 
 namespace enclab {
 
-// Events of one id that say the same.
+// Events that say the same; the text of another id is another.
 struct EventGroup {
     std::uint16_t id;
     std::string text;  // as describe(Message) says it, without the tag

@@ -154,7 +154,7 @@ constexpr Case kCases[] = {
     {"TornBetweenBytes", "any nth=2 act=torn",
      "4c.00:12 4c.01:34 4c.00+1 4c.00:56 4c.01:78 4c.00+1 4c.00+1", "12 34 56 34 56 78"},
     {"TornWithinAByte", "any act=torn", "4c.00:1f 4c.00 4c.00:20 4c.00 4c.00", "1f 2f 20"},
-    {"Delay", "lm75-0 act=delay:40 | any act=delay:2", "41.04 4c.00", "00~2 00~42"},
+    {"Delay", "lm75-0 act=delay:40 | any nth=2 act=delay:2", "41.04 4c.00 4c.00", "00 00~42 00~40"},
     {"FirstFaultSaysHowAndAllCount",
      "any nth=2 act=timeout | any nth=2 act=nak | any nth=3 act=nak", "41.00 41.00 41.00 41.00",
      "00 ETIMEDOUT ENXIO 00"},

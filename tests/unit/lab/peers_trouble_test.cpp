@@ -177,6 +177,7 @@ TEST_F(PeersInTrouble, TheStartupProcessNotesAndAnswersAsItIsTold) {
     EXPECT_EQ(powerOffs, 0) << "ignored at first";
     startup.setShutdown(ShutdownWay::kRefuse);
     EXPECT_EQ(ask(shutdown), 2);
+    EXPECT_EQ(ask(message(12, 1, 18)), 1) << "refuses nothing else";
     EXPECT_EQ(powerOffs, 0);
     startup.setShutdown(ShutdownWay::kPerform);
     EXPECT_EQ(ask(shutdown), 1);
@@ -200,7 +201,7 @@ TEST_F(PeersInTrouble, TheStartupProcessNotesAndAnswersAsItIsTold) {
     EXPECT_EQ(startup.mailbox(), "2 mails\n      0.0\n      0.3  0.3 s later");
 }
 
-TEST_F(PeersInTrouble, TheEventManagerGroupsByIdAndText) {
+TEST_F(PeersInTrouble, TheEventManagerGroupsWhatSaysTheSame) {
     EventManager events(switch_, schedule_);
     Bytes event = message(8, 1, 27, 360);
     const auto send = [&](std::uint8_t id) {
