@@ -53,46 +53,43 @@ std::optional<Message> SesClient::receive(std::chrono::milliseconds patience) {
     return message;
 }
 
-std::optional<Message> SesClient::replyTo(std::uint32_t handle,
-                                          std::chrono::milliseconds patience) {
-    std::optional<Message> reply;
-    do {
-        reply = receive(patience);
-    } while (reply && reply->header().handle != handle);
-    return reply;
-}
-
 std::optional<Message> SesClient::request(const Message& message,
                                           std::chrono::milliseconds patience) {
     send(message.bytes());
-    return replyTo(message.header().handle, patience);
+    std::optional<Message> reply;
+    do {
+        reply = receive(patience);
+    } while (reply && reply->header().handle != message.header().handle);
+    return reply;
+}
+
+static Message command(const Bytes& block, std::uint32_t handle, std::uint8_t requestor) {
+    Bytes bytes = Message::make(18, block[0], requestor, 64 + block.size()).bytes();
+    std::copy(block.begin(), block.end(), bytes.begin() + 64);
+    Message message(bytes);
+    message.addRecipient(kDaemon);
+    message.header().handle = handle;
+    return message;
 }
 
 Message getPage(std::uint8_t page, std::uint16_t allocation, std::uint32_t handle,
                 std::uint8_t requestor) {
-    Bytes bytes = Message::make(18, 28, requestor, 72).bytes();
-    bytes[64] = 28;
-    bytes[65] = 0x80;
-    bytes[66] = page;
-    bytes[68] = static_cast<std::uint8_t>(allocation >> 8);
-    bytes[69] = static_cast<std::uint8_t>(allocation);
-    Message message(bytes);
-    message.addRecipient(kDaemon);
-    message.header().handle = handle;
-    return message;
+    return command({28, 0x80, page, 0, static_cast<std::uint8_t>(allocation >> 8),
+                    static_cast<std::uint8_t>(allocation), 0, 0},
+                   handle, requestor);
 }
 
 Message putPage(const Bytes& page, std::uint32_t handle, std::uint8_t requestor) {
-    Bytes bytes = Message::make(18, 29, requestor, 72 + page.size()).bytes();
-    bytes[64] = 29;
-    bytes[65] = 0x08;
-    bytes[68] = static_cast<std::uint8_t>(page.size() >> 8);
-    bytes[69] = static_cast<std::uint8_t>(page.size());
-    std::copy(page.begin(), page.end(), bytes.begin() + 72);
-    Message message(bytes);
-    message.addRecipient(kDaemon);
-    message.header().handle = handle;
-    return message;
+    Bytes block = {29,
+                   0x08,
+                   0,
+                   0,
+                   static_cast<std::uint8_t>(page.size() >> 8),
+                   static_cast<std::uint8_t>(page.size()),
+                   0,
+                   0};
+    block.insert(block.end(), page.begin(), page.end());
+    return command(block, handle, requestor);
 }
 
 Bytes userData(const Message& message) {
@@ -101,7 +98,7 @@ Bytes userData(const Message& message) {
 
 LabTest::LabTest() {
     options.directory = LabDirectory::defaultPath(fmt::format("test-{}", getpid()));
-    options.speed = 20;
+    options.speed = 50;
 }
 
 LabTest::~LabTest() {
@@ -133,31 +130,33 @@ Lab& LabTest::prepare() {
 Lab& LabTest::start() {
     prepare().startDaemon();
     EXPECT_TRUE(untilLoop());
-    polls_ = 0;
     return *lab_;
 }
 
 bool LabTest::untilLoop() {
-    return lab().runUntil([this] { return informationEvents(2) > 0; });
+    return lab().runUntil([this] { return timesSaid("event   enclosure bus: ") > 0; });
 }
 
-std::vector<EsaEvent_t> LabTest::events(std::uint16_t id) const {
-    std::vector<EsaEvent_t> found;
+bool LabTest::pollsPass(int count) {
+    const int target = polls_ + count + 1;
+    return lab().runUntil([&] { return polls_ >= target; });
+}
+
+std::vector<std::string> LabTest::said() const {
+    std::vector<std::string> lines;
     for (const Received& received : lab_->received()) {
-        const EsaEvent_t* event = received.message.event();
-        if (event != nullptr && event->header.evId == id) {
-            found.push_back(*event);
-        }
+        lines.push_back(describe(received.message));
     }
-    return found;
+    return lines;
 }
 
-int LabTest::informationEvents(std::uint32_t information) const {
-    int count = 0;
-    for (const EsaEvent_t& event : events(ESA_E_ID_ES_ADAPTERMP_INFORMATION)) {
-        count += event.data.information == information ? 1 : 0;
-    }
-    return count;
+static int countOf(const std::vector<std::string>& lines, const std::string& text) {
+    return static_cast<int>(std::ranges::count_if(
+        lines, [&](const std::string& line) { return line.find(text) != line.npos; }));
+}
+
+int LabTest::timesSaid(const std::string& text) const {
+    return countOf(said(), text);
 }
 
 std::vector<int> LabTest::fanLoads() const {
@@ -178,11 +177,7 @@ std::vector<std::string> LabTest::trace() const {
 }
 
 int LabTest::traced(const std::string& text) const {
-    int count = 0;
-    for (const std::string& line : trace()) {
-        count += line.find(text) != line.npos ? 1 : 0;
-    }
-    return count;
+    return countOf(trace(), text);
 }
 
 bool LabTest::untilTraced(const std::string& text) {

@@ -29,13 +29,9 @@ class SesClient {
     void send(const Bytes& bytes);
     // The next message that comes, if one does in time.
     std::optional<Message> receive(std::chrono::milliseconds patience = 10s);
-    // The next reply with the handle; others are passed over.
-    std::optional<Message> replyTo(std::uint32_t handle, std::chrono::milliseconds patience = 10s);
-    // Sends the message and gives the reply with its handle.
+    // Sends the message and gives the reply with its handle; others are passed over.
     std::optional<Message> request(const Message& message,
                                    std::chrono::milliseconds patience = 10s);
-    // Nothing comes for as long as `time`.
-    bool staysSilent(std::chrono::milliseconds time = 300ms) { return !receive(time); }
 
   private:
     Lab& lab_;
@@ -64,17 +60,13 @@ class LabTest : public testing::Test {
     bool untilLoop();
 
     Lab& lab() { return *lab_; }
-    // Back-end polls begun so far, where nobody asks for status pages.
-    int polls() const { return polls_; }
-    bool untilPolls(int count) {
-        return lab().runUntil([&] { return polls() >= count; });
-    }
-    // Runs until `count` more polls have ended: until the one after them begins.
-    bool pollsPass(int count = 1) { return untilPolls(polls() + count + 1); }
+    // Runs until `count` more polls have ended: until the one after them begins. Nobody may ask for
+    // status pages meanwhile.
+    bool pollsPass(int count = 1);
 
-    // Event records from the daemon with this id, and with this `information`.
-    std::vector<EsaEvent_t> events(std::uint16_t id) const;
-    int informationEvents(std::uint32_t information) const;
+    // What the daemon sent, one line each, and how often a text is in it.
+    std::vector<std::string> said() const;
+    int timesSaid(const std::string& text) const;
     std::vector<int> fanLoads() const;
     // Lines of the trace file so far.
     std::vector<std::string> trace() const;
@@ -87,7 +79,7 @@ class LabTest : public testing::Test {
 
   private:
     std::unique_ptr<Lab> lab_;
-    int polls_ = 0;
+    int polls_ = 0;  // begun so far
 };
 
 }  // namespace enclab

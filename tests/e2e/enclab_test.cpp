@@ -2,7 +2,6 @@
 // The program enclab as its user meets it: live lines, commands, and that nothing is left behind
 // however it ends.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/shm.h>
 #include <unistd.h>
 
@@ -18,47 +17,51 @@
 using namespace std::chrono_literals;
 using namespace enclab;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 namespace fs = std::filesystem;
 
 namespace {
 
+using Words = std::vector<std::string>;
+
 class EnclabTest : public testing::Test {
   protected:
+    // A program that runs, and its lines so far.
+    struct Running {
+        std::unique_ptr<Child> child;
+        Words lines;
+
+        std::size_t position(const std::string& text) const {
+            const auto found = std::ranges::find_if(
+                lines, [&](const std::string& line) { return line.find(text) != line.npos; });
+            return static_cast<std::size_t>(found - lines.begin());
+        }
+        bool has(const std::string& text) const { return position(text) != lines.size(); }
+    };
+
     EnclabTest()
         : name_("program-" + std::to_string(getpid())),
           directory_(LabDirectory::defaultPath(name_)) {}
     ~EnclabTest() override {
-        if (HasFailure()) {
-            for (const std::string& line : lines_) {
-                std::printf("%s\n", line.c_str());
-            }
+        for (const std::string& line : HasFailure() ? lab_.lines : Words()) {
+            std::printf("%s\n", line.c_str());
         }
-        lab_.reset();
+        lab_.child.reset();
         fs::remove_all(directory_);
     }
 
-    // Words of a program of this build, under the emulator where it needs one.
-    std::vector<std::string> program(const std::vector<std::string>& words) const {
+    // Words of enclab of this build, under the emulator where it needs one.
+    static Words enclab(const Words& words) {
         std::istringstream emulator(ENCLAB_EMULATOR);
-        std::vector<std::string> command(std::istream_iterator<std::string>(emulator), {});
+        Words command(std::istream_iterator<std::string>(emulator), {});
         command.push_back(fs::read_symlink("/proc/self/exe").parent_path() / "enclab");
         command.insert(command.end(), words.begin(), words.end());
         return command;
     }
-    static std::vector<std::string> environment() {
-        return {std::string("PATH=") + std::getenv("PATH")};
-    }
-    void start(std::vector<std::string> words = {}) {
-        words.insert(words.begin(), {"--name", name_, "--speed", "50", "--no-panel"});
-        exits_ = 0;
-        lab_ = std::make_unique<Child>(io_, program(words), environment(),
-                                       [this](const std::string& line) { lines_.push_back(line); });
-        lab_->onExit([this] { ++exits_; });
-    }
-    void startUntilLoop(const std::vector<std::string>& words = {}) {
-        start(words);
-        ASSERT_TRUE(untilLine("enclosure bus: information, enclosure VSC055, answers"));
+    void run(Running& running, const Words& command) {
+        running.lines.clear();
+        running.child = std::make_unique<Child>(
+            io_, command, Words{std::string("PATH=") + std::getenv("PATH")},
+            [&running](const std::string& line) { running.lines.push_back(line); });
     }
     bool runUntil(const std::function<bool()>& condition) {
         const auto deadline = std::chrono::steady_clock::now() + 30s;
@@ -69,40 +72,47 @@ class EnclabTest : public testing::Test {
         return condition();
     }
     bool untilLine(const std::string& text) {
-        return runUntil([&] { return position(text) != lines_.size(); });
+        return runUntil([&] { return lab_.has(text); });
     }
-    std::size_t position(const std::string& text) const {
-        std::size_t n = 0;
-        while (n < lines_.size() && lines_[n].find(text) == std::string::npos) {
-            ++n;
-        }
-        return n;
+    bool untilExit(Running& running) {
+        return runUntil([&] { return !running.child->running(); });
     }
-    bool untilExit() {
-        return runUntil([this] { return exits_ > 0; });
+    // The lab, up to the daemon's loop, and what it notes about itself.
+    void start(Words words = {}) {
+        words.insert(words.begin(), {"--name", name_, "--speed", "50", "--no-panel"});
+        run(lab_, enclab(words));
+        awaitLoop();
     }
-    Commands::Result control(const std::string& line) {
-        return controlLab(directory_ / "ctl", line);
-    }
-    // Process and segment of the running lab, as it notes them itself.
-    void readNotes() {
+    void awaitLoop() {
+        ASSERT_TRUE(untilLine("enclosure bus: information, enclosure VSC055, answers"));
         std::ifstream(directory_ / "lock") >> labPid_ >> shmid_;
-        std::string line = lines_.at(position("daemon process "));
+        const std::string line = lab_.lines.at(lab_.position("daemon process "));
         daemonPid_ = std::stoi(line.substr(line.find("process ") + 8));
     }
-    void expectNothingLeft() {
+    bool segmentExists() const {
         shmid_ds segment;
-        EXPECT_EQ(shmctl(shmid_, IPC_STAT, &segment), -1) << "the segment";
+        return shmctl(shmid_, IPC_STAT, &segment) == 0;
+    }
+    void expectEnd(int status) {
+        ASSERT_TRUE(untilExit(lab_));
+        EXPECT_EQ(lab_.child->exitStatus(), status);
+        EXPECT_FALSE(segmentExists());
         EXPECT_EQ(kill(daemonPid_, 0), -1) << "the daemon";
         EXPECT_FALSE(fs::exists(directory_)) << "the directory";
+    }
+    // Exit status and first line of another run of the program.
+    std::string said(const Words& words) {
+        Running other;
+        run(other, enclab(words));
+        untilExit(other);
+        return std::to_string(other.child->exitStatus().value_or(-1)) + " " +
+               (other.lines.empty() ? "" : other.lines[0]);
     }
 
     asio::io_context io_;
     std::string name_;
     fs::path directory_;
-    std::unique_ptr<Child> lab_;
-    std::vector<std::string> lines_;
-    int exits_ = 0;
+    Running lab_;
     pid_t labPid_ = 0;
     pid_t daemonPid_ = 0;
     int shmid_ = -1;
@@ -110,154 +120,101 @@ class EnclabTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(EnclabTest, ShowsOneLineForEachEventWithTheDaemonsTime) {
-    startUntilLoop();
+TEST_F(EnclabTest, ShowsOneLineForEachEventAndTakesCommands) {
+    std::string command;
+    for (const std::string& word :
+         enclab({"--name", name_, "--speed", "50", "--still", "--no-panel"})) {
+        command += " '" + word + "'";
+    }
+    run(lab_, {"/bin/sh", "-c", "printf 'fan 2 pull\\nnonsense\\n\\ntemp 0 3' |" + command});
+    awaitLoop();
     for (const char* tag : {"lab     directory ", "startup initialisation complete",
                             "event   personality: information, enclosure VSC055"}) {
-        ASSERT_LT(position(tag), lines_.size()) << tag;
-        EXPECT_THAT(lines_[position(tag)], MatchesRegex("\\[ +[0-9]+\\.[0-9]\\] .*"));
+        ASSERT_TRUE(lab_.has(tag)) << tag;
+        EXPECT_THAT(lab_.lines[lab_.position(tag)],
+                    testing::MatchesRegex("\\[ +[0-9]+\\.[0-9]\\] .*"));
     }
-    EXPECT_EQ(control("fan 1 pull").text, "fan 1 pulled");
+    EXPECT_TRUE(lab_.has("lab     fan 2 pulled"));
+    EXPECT_TRUE(lab_.has("error   no command 'nonsense'; help lists them"));
     ASSERT_TRUE(untilLine("mail    e-mail notification"));
-    const std::size_t event = position("event   fan fault status: warning, fans 4, failed 0x02");
-    EXPECT_LT(event, position("led     composite fault LED on"));
-    EXPECT_LT(position("led     composite fault LED on"), position("mail    e-mail notification"));
-    EXPECT_THAT(control("show").text, HasSubstr("fan 1       pulled"));
-    EXPECT_EQ(position("bus     "), lines_.size());
+    const std::size_t led = lab_.position("led     composite fault LED on");
+    EXPECT_LT(lab_.position("event   fan fault status: warning, fans 4, failed 0x04 (fan 2)"), led);
+    EXPECT_LT(led, lab_.position("mail    e-mail notification"));
+
+    const auto control = [&](const char* line) { return controlLab(directory_ / "ctl", line); };
+    EXPECT_THAT(control("show").text, HasSubstr("sensor 0    30.0 degrees"))
+        << "half a line is no command, and the end of the input ends nothing";
+    EXPECT_FALSE(lab_.has("bus     "));
     control("bus on");
     EXPECT_TRUE(untilLine("bus     R 41 04="));
+    EXPECT_EQ(said({"ctl", "--name", name_, "temp", "all", "-5"}), "0 all sensors at -5 degrees");
+    EXPECT_THAT(said({"ctl", "--name", name_, "fan", "7", "pull"}), HasSubstr("1 "));
+    EXPECT_EQ(said({"ctl", "--name", name_, "psu lost"}), "0 supply redundancy lost");
+    EXPECT_THAT(said({"--name", name_}),
+                HasSubstr("1 enclab: a lab is already running in " + directory_.native()));
+    EXPECT_TRUE(control("quit").ok) << "the first has gone on";
+    expectEnd(0);
 }
 
 TEST_F(EnclabTest, EveryWayOfEndingLeavesNothingBehind) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGUSR1, SIGALRM}) {
-        startUntilLoop();
-        readNotes();
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        start();
         kill(labPid_, signal);
         kill(labPid_, signal);
-        ASSERT_TRUE(untilExit()) << signal;
-        EXPECT_EQ(lab_->exitStatus(), 0) << signal;
-        expectNothingLeft();
-        lines_.clear();
+        expectEnd(0);
     }
-    startUntilLoop();
-    readNotes();
-    EXPECT_TRUE(control("quit").ok);
-    ASSERT_TRUE(untilExit());
-    EXPECT_EQ(lab_->exitStatus(), 0);
-    expectNothingLeft();
-}
-
-TEST_F(EnclabTest, TypedCommandsAreDoneAndTheEndOfTheInputEndsNothing) {
-    std::string command;
-    for (const std::string& word : program({"--name", name_, "--speed", "50", "--still"})) {
-        command += " '" + word + "'";
-    }
-    lab_ = std::make_unique<Child>(
-        io_,
-        std::vector<std::string>{"/bin/sh", "-c",
-                                 "printf 'fan 2 pull\\nnonsense\\n\\ntemp 0 3' |" + command},
-        environment(), [this](const std::string& line) { lines_.push_back(line); });
-    lab_->onExit([this] { ++exits_; });
-    ASSERT_TRUE(untilLine("lab     fan 2 pulled"));
-    ASSERT_TRUE(untilLine("error   no command 'nonsense'; help lists them"));
-    ASSERT_TRUE(untilLine("event   fan fault status: warning, fans 4, failed 0x04 (fan 2)"));
-    EXPECT_THAT(control("show").text, HasSubstr("sensor 0    30.0 degrees"))
-        << "half a line is no command";
-    EXPECT_TRUE(control("quit").ok);
-    ASSERT_TRUE(untilExit());
-}
-
-TEST_F(EnclabTest, EndsWithTheDaemonAndSaysSo) {
-    startUntilLoop();
-    readNotes();
+    start();
     kill(daemonPid_, SIGKILL);  // a sanitizer turns other fatal signals into an exit
-    ASSERT_TRUE(untilExit());
-    EXPECT_EQ(lab_->exitStatus(), 1);
-    EXPECT_LT(position("lab     the daemon ended with status 137"), lines_.size());
-    expectNothingLeft();
+    expectEnd(1);
+    EXPECT_TRUE(lab_.has("lab     the daemon ended with status 137"));
 }
 
 TEST_F(EnclabTest, KilledItTakesTheDaemonAlongAndTheNextLabClearsTheRest) {
-    startUntilLoop();
-    readNotes();
+    start();
     kill(labPid_, SIGKILL);
-    ASSERT_TRUE(untilExit());
+    ASSERT_TRUE(untilExit(lab_));
     EXPECT_TRUE(runUntil([this] { return kill(daemonPid_, 0) == -1; }));
+    EXPECT_TRUE(segmentExists());
     const int left = shmid_;
+    start({"--trace", "--keep"});
     shmid_ds segment;
-    EXPECT_EQ(shmctl(left, IPC_STAT, &segment), 0);
-    lines_.clear();
-    startUntilLoop();
     EXPECT_EQ(shmctl(left, IPC_STAT, &segment), -1);
-    readNotes();
-    EXPECT_TRUE(control("quit").ok);
-    ASSERT_TRUE(untilExit());
-    expectNothingLeft();
+    EXPECT_TRUE(lab_.has("lab     trace " + directory_.native() + "/log/esa_01.log"));
+    EXPECT_TRUE(controlLab(directory_ / "ctl", "quit").ok);
+    ASSERT_TRUE(untilExit(lab_));
+    EXPECT_GT(fs::file_size(directory_ / "log" / "esa_01.log"), 0u) << "kept";
+    EXPECT_FALSE(fs::exists(directory_ / "mmsg"));
 }
 
-TEST_F(EnclabTest, ASecondLabOfTheSameNameIsRefusedInOneLine) {
-    startUntilLoop();
-    std::vector<std::string> said;
-    int ended = 0;
-    Child second(io_, program({"--name", name_}), environment(),
-                 [&](const std::string& line) { said.push_back(line); });
-    second.onExit([&] { ++ended; });
-    ASSERT_TRUE(runUntil([&] { return ended > 0; }));
-    EXPECT_EQ(second.exitStatus(), 1);
-    ASSERT_EQ(said.size(), 1u);
-    EXPECT_THAT(said[0], HasSubstr("enclab: a lab is already running in " + directory_.native()));
-    EXPECT_TRUE(control("show").ok) << "the first goes on";
+TEST_F(EnclabTest, TwoLabsRunSideBySide) {
+    start();
+    Running other;
+    run(other, enclab({"--name", name_ + "b", "--speed", "50", "--no-panel"}));
+    ASSERT_TRUE(runUntil([&] { return other.has("answers"); }));
+    EXPECT_TRUE(controlLab(LabDirectory::defaultPath(name_ + "b") / "ctl", "fan 1 pull").ok);
+    EXPECT_TRUE(runUntil([&] { return other.has("mail    e-mail notification"); }));
+    EXPECT_FALSE(lab_.has("mail    e-mail notification"));
+    kill(other.child->pid(), SIGINT);
+    EXPECT_TRUE(untilExit(other));
+    EXPECT_TRUE(controlLab(directory_ / "ctl", "quit").ok);
+    expectEnd(0);
 }
 
 TEST_F(EnclabTest, WrongUseAndMissingThingsHaveTheirExitStatus) {
     const struct {
-        std::vector<std::string> words;
-        int status;
+        Words words;
         const char* text;
     } cases[] = {
-        {{"--help"}, 0, "--speed"},
-        {{"--speed", "0"}, 2, "--speed"},
-        {{"--nonsense"}, 2, "--nonsense"},
-        {{"--personality", "/no/such/file"}, 2, "/no/such/file"},
-        {{"--daemon", "/etc/passwd"}, 1, "no daemon at /etc/passwd"},
-        {{"ctl"}, 2, "command"},
-        {{"ctl", "--name", "no-such-lab", "show"}, 3, "no lab is running in"},
+        {{"--speed", "0"}, "2 *--speed"},
+        {{"--nonsense"}, "2 *--nonsense"},
+        {{"--personality", "/no/such/file"}, "2 */no/such/file"},
+        {{"--daemon", "/etc/passwd"}, "1 *no daemon at /etc/passwd"},
+        {{"ctl"}, "2 *command"},
+        {{"ctl", "--name", "no-such-lab", "show"}, "3 *no lab is running in"},
+        {{"--help"}, "0 *"},
     };
     for (const auto& c : cases) {
-        lines_.clear();
-        exits_ = 0;
-        lab_ = std::make_unique<Child>(io_, program(c.words), environment(),
-                                       [this](const std::string& line) { lines_.push_back(line); });
-        lab_->onExit([this] { ++exits_; });
-        ASSERT_TRUE(untilExit());
-        EXPECT_EQ(lab_->exitStatus(), c.status) << c.text;
-        EXPECT_LT(position(c.text), lines_.size()) << c.text;
+        EXPECT_THAT(said(c.words),
+                    testing::MatchesRegex(std::string(1, c.text[0]) + " .*" + (c.text + 3) + ".*"));
     }
-}
-
-TEST_F(EnclabTest, ControlCommandsComeFromTheCommandLineToo) {
-    startUntilLoop();
-    const auto run = [this](std::vector<std::string> words) {
-        words.insert(words.begin(), {"ctl", "--name", name_});
-        std::vector<std::string> said;
-        int ended = 0;
-        Child client(io_, program(words), environment(),
-                     [&](const std::string& line) { said.push_back(line); });
-        client.onExit([&] { ++ended; });
-        runUntil([&] { return ended > 0; });
-        return std::to_string(client.exitStatus().value_or(-1)) + " " +
-               (said.empty() ? "" : said[0]);
-    };
-    EXPECT_EQ(run({"temp", "all", "-5"}), "0 all sensors at -5 degrees");
-    EXPECT_EQ(run({"fan", "7", "pull"}).substr(0, 2), "1 ");
-    EXPECT_EQ(run({"psu lost"}), "0 supply redundancy lost");
-}
-
-TEST_F(EnclabTest, KeepsTheTraceWhenToldTo) {
-    startUntilLoop({"--trace", "--keep"});
-    EXPECT_LT(position("lab     trace " + directory_.native() + "/log/esa_01.log"), lines_.size());
-    EXPECT_TRUE(control("quit").ok);
-    ASSERT_TRUE(untilExit());
-    EXPECT_GT(fs::file_size(directory_ / "log" / "esa_01.log"), 0u);
-    EXPECT_FALSE(fs::exists(directory_ / "mmsg"));
 }
