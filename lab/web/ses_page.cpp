@@ -9,10 +9,10 @@
 
 namespace enclab {
 
-constexpr std::chrono::seconds kReplyPatience{5};
+constexpr std::chrono::seconds kPagePatience{5};
 
 nlohmann::json sesPage(const std::filesystem::path& socket) {
-    sesctl::Client client(socket, kReplyPatience);
+    sesctl::Client client(socket, kPagePatience);
     const sesctl::Enclosure enclosure = sesctl::readEnclosure(client);
     nlohmann::json rows = nlohmann::json::array();
     for (const sesctl::PageRow& row : sesctl::statusRows(enclosure.status)) {
