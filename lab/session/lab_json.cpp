@@ -185,6 +185,17 @@ Json chipsJson(Chassis& chassis) {
     return chips;
 }
 
+Json faultsJson(const Bus& bus, double now) {
+    Json faults = Json::array();
+    for (const Fault& fault : bus.faults()) {
+        faults.push_back({{"number", fault.number()},
+                          {"rule", describe(fault.rule())},
+                          {"fired", fault.fired()},
+                          {"over", fault.over(now)}});
+    }
+    return faults;
+}
+
 }  // namespace
 
 nlohmann::json labJson(Lab& lab) {
@@ -198,7 +209,9 @@ nlohmann::json labJson(Lab& lab) {
             {"peers", peersJson(lab)},
             {"personality", personalityJson(lab)},
             {"chips", chipsJson(chassis)},
-            {"bus", {{"transfers", chassis.bus().count()}}}};
+            {"bus",
+             {{"transfers", chassis.bus().count()},
+              {"faults", faultsJson(chassis.bus(), lab.time())}}}};
 }
 
 }  // namespace enclab

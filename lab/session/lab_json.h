@@ -19,8 +19,9 @@ namespace enclab {
 // "peers": compositeLed, ledRequests, mails, shutdownRequests, events {id: count}, clients,
 //     undelivered
 // "personality": each number the personality file gives, by its key
-// "chips" [name, address, cut, registers (hexadecimal, from register 0), lastWrite [register,
-// value]] "bus": transfers
+// "chips" [name, address, cut, registers (hexadecimal, from register 0),
+//     lastWrite [register, value]]
+// "bus": transfers, faults [number, rule (as of "fault add"), fired, over]
 nlohmann::json labJson(Lab& lab);
 
 }  // namespace enclab

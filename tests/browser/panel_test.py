@@ -69,7 +69,7 @@ class Lab:
 
     def ses(self):
         """What an SES client reads from the daemon."""
-        out = subprocess.run([BIN / "sesctl", "--name", self.name, "status", "--json"], capture_output=True, text=True)
+        out = subprocess.run([BIN / "sesctl", "--name", self.name, "--timeout", "1", "status", "--json"], capture_output=True, text=True)
         return json.loads(out.stdout or "null")
 
     def end(self):
@@ -139,6 +139,9 @@ class PanelTest(unittest.TestCase):
              lambda s: s["temperatureSensors"][1]["celsius"] is None, "button[aria-label='Mend lm75-1']"),
             ("button[aria-label='Hold sensor 3']", "#sensor-3", lambda s: s["temperatureSensors"][3]["celsius"] == 50,
              "button[aria-label='Release sensor 3']"),
+            ("#add-fault", "#sensor-0.fault", lambda s: s["temperatureSensors"][0]["celsius"] is None,
+             "button[aria-label^='Remove fault']"),
+            ("button[title='switch close']", "#fact-daemon.bad", lambda s: s is None, "button[title='switch open']"),
         ]
         for break_it, shown, told, mend in rows:
             with self.subTest(break_it):

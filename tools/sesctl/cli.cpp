@@ -93,7 +93,10 @@ std::string statusText(const Options& options, const Enclosure& enclosure) {
 ExitCode showStatus(Session& session) {
     for (;;) {
         const Enclosure enclosure = readEnclosure(session.client);
-        session.out << statusText(session.options, enclosure) << std::flush;
+        // On a terminal each look takes the place of the last one.
+        const bool redraws = session.options.watch > 0 && isatty(STDOUT_FILENO) != 0;
+        session.out << (redraws ? "\x1b[H\x1b[2J" : "") << statusText(session.options, enclosure)
+                    << std::flush;
         if (session.options.watch == 0) {
             return faultPresent(enclosure.status) ? ExitCode::faultPresent : ExitCode::ok;
         }

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The front panel: takes the lab's stream, keeps what it said last, and has the parts of the page
 // show it.
-import { $, el, setText, button, post, getJson, act } from '/dom.js';
+import { $, el, setText, post, getJson } from '/dom.js';
 import { showPicture, alarmSound } from '/picture.js';
 import { showHeat } from '/charts.js';
+import { showFaults } from '/controls.js';
 import { addLine, clearLines, showChips, showPage } from '/details.js';
 
 let state = null;
@@ -106,29 +107,6 @@ setInterval(() => {
 }, 5000);
 document.addEventListener('acted', () => readPageSoon());
 
-// ---- faults of the surroundings, the command line ----
-
-function tools(title, ...list) {
-  return [el('h3', {}, title), el('div', { class: 'tools' }, ...list)];
-}
-$('faults').append(
-  ...tools('Daemon',
-    button('Start', 'daemon start'), button('Stop', 'daemon stop'), button('Kill', 'daemon kill')),
-  ...tools('Message switch',
-    button('Stop reading', 'switch stop'), button('Read again', 'switch go'),
-    button('Drop the daemon', 'switch close'), button('Take it again', 'switch open')));
-
-$('command').addEventListener('submit', async (event) => {
-  event.preventDefault();
-  const line = $('line').value.trim();
-  if (line !== '' && await act(line)) $('line').value = '';
-});
-
-async function offerCommands() {
-  const text = await post('/api/command', 'help').catch(() => '');
-  $('commands').replaceChildren(...text.split('\n').map((line) => el('option', { value: line })));
-}
-
 // ---- sound ----
 
 let audio = null;
@@ -171,6 +149,7 @@ function show() {
   showPicture(state, page);
   showHeat(state, page);
   showChips(state);
+  showFaults(state);
 }
 
 let heard = 0;  // when
@@ -205,4 +184,3 @@ setInterval(() => {
 
 clearLines();
 listen();
-offerCommands();
