@@ -970,3 +970,314 @@ R 2C C1=80
 R 2C C0=1A
 R 2C C9=00
 R 2C C8=1B
+# What the chips do not have is said for the places of the arrays, and no more.
+> show log; hide bus page; use w83792ad; set coolingMaxNumber 255; call init
+Read I2C succeeds. I2C cable is connected
+Set Vcorea High Limit = [255]
+Set Vcorea Low Limit = [1]
+Set Vcoreb High Limit = [255]
+Set Vcoreb Low Limit = [1]
+Set Vin0 High Limit = [255]
+Set VIN0 Low Limit = [1]
+Set Vin1 High Limit = [255]
+Set VIN1 Low Limit = [1]
+Set Vin2 High Limit = [255]
+Set VIN2 Low Limit = [1]
+Set Vin3 High Limit = [255]
+Set VIN3 Low Limit = [1]
+Set +5VCC High Limit = [255]
+Set +5VCC Low Limit = [1]
+Set Temperature Sensor1 High Limit = [60]
+Set Temperature Sensor1 Low Limit = [1]
+Set Fan1 Count High Limit = [255]
+Set Fan2 Count High Limit = [255]
+Set Fan3 Count High Limit = [255]
+Load PWM Winbond[8] Percent to Fan [0]
+Load PWM Winbond[8] Percent to Fan [1]
+Load PWM Winbond[8] Percent to Fan [2]
+Load PWM Winbond[8] Percent to Fan [3]
+Load PWM Winbond[8] Percent to Fan [4]
+Load PWM Winbond[8] Percent to Fan [5]
+Load PWM Winbond[8] Percent to Fan [6]
+The Fan index [6] is not supported.
+Load PWM Winbond[8] Percent to Fan [7]
+The Fan index [7] is not supported.
+Set Backplane Alarm State to [MUTE_S3].
+Finish the initialization for the W83792AD guideline based enclosure.
+Finish the initialization for the PCA9539.
+ = 0
+> set temperatureSensorMaxNumber 255; set coolingMaxNumber 0; call poll; page
+Return Power Redundancy Status [OK].
+This Fault bit is [POWER_SUPPLY_REDUNDANCY]
+This Fault bit [0x2] does NOT exist currently.
+The Fault bit [0x2] is already clear.
+Read Voltage Tolerance, I2C address = [0x2c].
+Vcorea = [160].
+Converted Vcorea = [1.280000]V.
+Low Bits 1 = [0].
+Converted Vcorea = [1.280000]V.
+Vcoreb = [161].
+Converted Vcoreb = [1.288000]V.
+Low Bits 1 = [1].
+Converted Vcoreb = [1.290000]V.
+Vin0 = [162]
+Converted Vinr0 = [2.592000]V.
+Low Bits 1 = [2]
+Converted Vin0 = [0.008000]V.
+Vin1 = [163]
+Converted Vin1 = [2.608000]V.
+Low Bits 1 = [3]
+Converted Vin1 = [0.012000]V.
+Vin2 = [164]
+Converted Vin2 = [2.624000]V.
+Low Bits 2 = [3]
+Converted Vin2 = [0.012000]V.
+Vin3 = [165]
+Converted Vin3 = [2.640000]V.
+Low Bits 2 = [2]
+Converted Vin3 = [0.008000]V.
++5Vcc = [208]
+Low Bits 2 = [1]
+Converted =5Vcc = [0.006000]V.
++5Vin low limit = [4.500000]V. +5Vin high limit = [5.500000].
+Return Power Voltage Tolerance Status [ERROR] because of +5Vin measurement.
+This Fault bit is [POWER_SUPPLY_VOLTAGE_TOLERANCE]
+This Fault bit [0x1] does NOT exist currently.
+Set the new Fault bit [0x1].
+Turn on the Composite Fault LED.
+[Set] Composite Fault LED in Startup.
+Set Backplane Alarm State to [FAULT_S1].
+Send Email Notification MMSG To Startup.
+Power Voltage Tolerance Status changed from [OK] to [NOT OK].
+This Fault bit is [FAN]
+This Fault bit [0x4] does NOT exist currently.
+The Fault bit [0x4] is already clear.
+Temperature Sensor [0] for I2C address [0x2c] = [25] degrees Celsius.
+temperatureSensor[0] = [25] degrees Celsius.
+Temperature Sensor [1] for I2C address [0x2c] = [26] degrees Celsius.
+temperatureSensor[1] = [26] degrees Celsius.
+Temperature Sensor [2] for I2C address [0x2c] = [27] degrees Celsius.
+temperatureSensor[2] = [27] degrees Celsius.
+temperatureSensor[3] = [32767] degrees Celsius.
+temperatureSensor[4] = [32767] degrees Celsius.
+temperatureSensor[5] = [32767] degrees Celsius.
+temperatureSensor[6] = [32767] degrees Celsius.
+temperatureSensor[7] = [32767] degrees Celsius.
+temperatureSensorAverage = [26] degrees Celsius.
+This Fault bit is [TEMPERATURE_OVERHEAT]
+This Fault bit [0x8] does NOT exist currently.
+The Fault bit [0x8] is already clear.
+Receive a MMSG to the Enclosure Services Adapter
+ESA receives RCV DIAG Cmd.
+Return Power Redundancy Status [OK].
+This Fault bit is [POWER_SUPPLY_REDUNDANCY]
+This Fault bit [0x2] does NOT exist currently.
+The Fault bit [0x2] is already clear.
+Power Redundancy Status already [OK].
+Read Voltage Tolerance, I2C address = [0x2c].
+Vcorea = [160].
+Converted Vcorea = [1.280000]V.
+Low Bits 1 = [0].
+Converted Vcorea = [1.280000]V.
+Vcoreb = [161].
+Converted Vcoreb = [1.288000]V.
+Low Bits 1 = [1].
+Converted Vcoreb = [1.290000]V.
+Vin0 = [162]
+Converted Vinr0 = [2.592000]V.
+Low Bits 1 = [2]
+Converted Vin0 = [0.008000]V.
+Vin1 = [163]
+Converted Vin1 = [2.608000]V.
+Low Bits 1 = [3]
+Converted Vin1 = [0.012000]V.
+Vin2 = [164]
+Converted Vin2 = [2.624000]V.
+Low Bits 2 = [3]
+Converted Vin2 = [0.012000]V.
+Vin3 = [165]
+Converted Vin3 = [2.640000]V.
+Low Bits 2 = [2]
+Converted Vin3 = [0.008000]V.
++5Vcc = [208]
+Low Bits 2 = [1]
+Converted =5Vcc = [0.006000]V.
++5Vin low limit = [4.500000]V. +5Vin high limit = [5.500000].
+Return Power Voltage Tolerance Status [ERROR] because of +5Vin measurement.
+This Fault bit is [POWER_SUPPLY_VOLTAGE_TOLERANCE]
+This Fault bit [0x1] exists currently.
+The Fault bit [0x1] is already set.
+Power Redundancy Status already [NOT OK].
+Return Power Redundancy Status [OK].
+This Fault bit is [POWER_SUPPLY_REDUNDANCY]
+This Fault bit [0x2] does NOT exist currently.
+The Fault bit [0x2] is already clear.
+Power Redundancy Status already [OK].
+Read Voltage Tolerance, I2C address = [0x2c].
+Vcorea = [160].
+Converted Vcorea = [1.280000]V.
+Low Bits 1 = [0].
+Converted Vcorea = [1.280000]V.
+Vcoreb = [161].
+Converted Vcoreb = [1.288000]V.
+Low Bits 1 = [1].
+Converted Vcoreb = [1.290000]V.
+Vin0 = [162]
+Converted Vinr0 = [2.592000]V.
+Low Bits 1 = [2]
+Converted Vin0 = [0.008000]V.
+Vin1 = [163]
+Converted Vin1 = [2.608000]V.
+Low Bits 1 = [3]
+Converted Vin1 = [0.012000]V.
+Vin2 = [164]
+Converted Vin2 = [2.624000]V.
+Low Bits 2 = [3]
+Converted Vin2 = [0.012000]V.
+Vin3 = [165]
+Converted Vin3 = [2.640000]V.
+Low Bits 2 = [2]
+Converted Vin3 = [0.008000]V.
++5Vcc = [208]
+Low Bits 2 = [1]
+Converted =5Vcc = [0.006000]V.
++5Vin low limit = [4.500000]V. +5Vin high limit = [5.500000].
+Return Power Voltage Tolerance Status [ERROR] because of +5Vin measurement.
+This Fault bit is [POWER_SUPPLY_VOLTAGE_TOLERANCE]
+This Fault bit [0x1] exists currently.
+The Fault bit [0x1] is already set.
+Power Redundancy Status already [NOT OK].
+Temperature Sensor [0] for I2C address [0x2c] = [25] degrees Celsius.
+Temperature Sensor [1] for I2C address [0x2c] = [26] degrees Celsius.
+Temperature Sensor [2] for I2C address [0x2c] = [27] degrees Celsius.
+Send out a Diagnostic Page.
+> use w83782d; set enclosureType 4; set coolingMaxNumber 255; call esaW83782dInit
+Read I2C succeeds. I2C cable is connected
+Set Vcorea High Limit = [255]
+Set Vcorea Low Limit = [1]
+Set Vinr0 High Limit = [255]
+Set Vinr0 Low Limit = [1]
+Set +3.3Vin High Limit = [255]
+Set +3.3Vin Low Limit = [1]
++5Vin High Limit = [255]
+Set +5Vin Low Limit = [1]
+Set +12Vin High Limit = [255]
+Set +12Vin Low Limit = [1]
+Set -12Vin High Limit = [255]
+Set -12Vin Low Limit = [1]
+Set -5Vin High Limit = [255]
+Set -5Vin Low Limit = [1]
+Load PWM Winbond[255] Percent to Fan [0]
+Load PWM Winbond[255] Percent to Fan [1]
+Load PWM Winbond[255] Percent to Fan [2]
+Load PWM Winbond[255] Percent to Fan [3]
+Unsupported Winbond Fan Index = [3].
+Load PWM Winbond[255] Percent to Fan [4]
+Unsupported Winbond Fan Index = [4].
+Load PWM Winbond[255] Percent to Fan [5]
+Unsupported Winbond Fan Index = [5].
+Load PWM Winbond[255] Percent to Fan [6]
+Unsupported Winbond Fan Index = [6].
+Load PWM Winbond[255] Percent to Fan [7]
+Unsupported Winbond Fan Index = [7].
+Set Backplane Alarm State to [MUTE_S3].
+Finish the initialization for the W83782D guideline based enclosure.
+ = 0
+> up w83782d; set temperatureSensorMaxNumber 255; set coolingMaxNumber 0; set deviceMaxNumber 0; set powerSupplyMaxNumber 0; call poll; page
+Read Voltage Tolerance, I2C address = [0x2d].
+Vcorea = [80].
+Converted Vcorea = [1.280000]V.
+Vinr0 = [81]
+Converted Vinr0 = [1.296000]V.
++3.3Vin = [206]
+Converted +3.3Vin = [3.296000]V.
++5Vin = [186]
+Converted +5Vin = [4.999680]V.
++5Vin low limit = [4.500000]V. +5Vin high limit = [5.500000].
++12Vin = [198]
+Converted +12Vin = [12.038400]V.
++12Vin low limit = [10.800000]V. +12Vin high limit = [13.200000].
+-12Vin = [33]
+Converted -12Vin = [-12.198857]V.
+-5Vin = [53]
+Converted -5Vin = [-5.049143]V.
+This Fault bit is [POWER_SUPPLY_VOLTAGE_TOLERANCE]
+This Fault bit [0x1] does NOT exist currently.
+The Fault bit [0x1] is already clear.
+Power Voltage Tolerance Status already [OK].
+This Fault bit is [FAN]
+This Fault bit [0x4] does NOT exist currently.
+The Fault bit [0x4] is already clear.
+Temperature Sensor [0] for I2C address [0x2d] = [25] degrees Celsius.
+temperatureSensor[0] = [25] degrees Celsius.
+Temperature Sensor [1] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[1] = [32767] degrees Celsius.
+Temperature Sensor [2] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[2] = [32767] degrees Celsius.
+Temperature Sensor [3] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[3] = [32767] degrees Celsius.
+Temperature Sensor [4] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[4] = [32767] degrees Celsius.
+Temperature Sensor [5] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[5] = [32767] degrees Celsius.
+Temperature Sensor [6] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[6] = [32767] degrees Celsius.
+Temperature Sensor [7] for I2C address [0x2d] = [32767] degrees Celsius.
+temperatureSensor[7] = [32767] degrees Celsius.
+temperatureSensorAverage = [25] degrees Celsius.
+This Fault bit is [TEMPERATURE_OVERHEAT]
+This Fault bit [0x8] does NOT exist currently.
+The Fault bit [0x8] is already clear.
+Receive a MMSG to the Enclosure Services Adapter
+ESA receives RCV DIAG Cmd.
+Temperature Sensor [0] for I2C address [0x2d] = [25] degrees Celsius.
+Temperature Sensor [1] for I2C address [0x2d] = [32767] degrees Celsius.
+Temperature Sensor [2] for I2C address [0x2d] = [32767] degrees Celsius.
+Temperature Sensor [3] for I2C address [0x2d] = [32767] degrees Celsius.
+Temperature Sensor [4] for I2C address [0x2d] = [32767] degrees Celsius.
+Temperature Sensor [5] for I2C address [0x2d] = [32767] degrees Celsius.
+Temperature Sensor [6] for I2C address [0x2d] = [32767] degrees Celsius.
+Temperature Sensor [7] for I2C address [0x2d] = [32767] degrees Celsius.
+Send out a Diagnostic Page.
+> use xyratex; set coolingMaxNumber 255; call init
+Read I2C succeeds. I2C cable is connected
+Setup the data direction for all VSC055 ports.
+ESA internal database, esaControl.vitesse.vsc055DDP[0] = [0xff]
+Read VSC055_DDP[0] Register, returned value = [0xff]
+ESA internal database, esaControl.vitesse.vsc055DDP[1] = [0x0]
+Read VSC055_DDP[1] Register, returned value = [0x0]
+ESA internal database, esaControl.vitesse.vsc055DDP[2] = [0xff]
+Read VSC055_DDP[2] Register, returned value = [0xff]
+ESA internal database, esaControl.vitesse.vsc055DDP[3] = [0xf]
+Read VSC055_DDP[3] Register, returned value = [0xf]
+ESA internal database, esaControl.vitesse.vsc055DDP[4] = [0x30]
+Read VSC055_DDP[4] Register, returned value = [0x30]
+ESA internal database, esaControl.vitesse.vsc055DDP[5] = [0x10]
+Read VSC055_DDP[5] Register, returned value = [0x10]
+ESA internal database, esaControl.vitesse.vsc055DDP[6] = [0x0]
+Read VSC055_DDP[6] Register, returned value = [0x0]
+ESA internal database, esaControl.vitesse.vsc055DDP[7] = [0x0]
+Read VSC055_DDP[7] Register, returned value = [0x0]
+Load PWM [25] Percent to Fan [0]
+Load PWM [25] Percent to Fan [1]
+Initialize VSC055_FSC[0] Register with value = [0x80]
+Initialize VSC055_FSC[1] Register with value = [0x80]
+Initialize VSC055_FSC[2] Register with value = [0x80]
+Initialize VSC055_FSC[3] Register with value = [0x80]
+Initialize VSC055_FSC[4] Register with value = [0x80]
+Initialize VSC055_FSC[5] Register with value = [0x80]
+Initialize VSC055_FSC[6] Register with value = [0x80]
+Initialize VSC055_FSC[7] Register with value = [0x80]
+Set the Alarm State to [IDEL_S0].
+ = 0
+> up xyratex; show bus; hide log; set coolingMaxNumber 0; set deviceMaxNumber 0; set powerSupplyMaxNumber 0; set temperatureSensorMaxNumber 0; set audibleAlarmMaxNumber 44; page
+R 4C 00=19
+R 4C 00=19
+R 4D 00=1A
+R 4D 00=1A
+W 63 05=00
+R 63 05=00
+W 63 05=01
+R 63 05=01
+W 63 05=02
+R 63 05=02

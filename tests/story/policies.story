@@ -376,15 +376,24 @@ W 63 99=2F
 fanPwmLoad 50 50 25 25 25 25 25 25
 temperatureSensorAverage 31
 vitesse.vsc055PWMC 0x2F 0x2F 0x0 0x0 0x0 0x0 0x0 0x0
-> use vsc055; set i2cConnected 1; set coolingMaxNumber 44; set temperatureSensorMaxNumber 255; set fanPwmLoad 25 25 25 25 25 25 25 25; set temperatureSensor 31 31 31 31 31 31 31 31; hide fields; call esaTemperatureFanPolicyFlexibleThreshold
-W 41 98=2F
-W 41 99=2F
-W 41 9A=2F
-W 41 9B=2F
-W 41 9C=2F
-W 41 9D=2F
-W 41 9E=2F
-W 41 9F=2F
+> use vsc055; set i2cConnected 1; set coolingMaxNumber 44; set temperatureSensorMaxNumber 255; set fanPwmLoad 25 25 25 25 25 25 25 25; set temperatureSensor 31 31 31 31 31 31 31 31; hide fields bus; show log; call esaTemperatureFanPolicyFlexibleThreshold
+temperatureSensorAverage = [31] degrees Celsius.
+Load PWM [50] Percent to Fan [0]
+Temperature = [31], Fan [0] set to 50 percent PWM
+Load PWM [50] Percent to Fan [1]
+Temperature = [31], Fan [1] set to 50 percent PWM
+Load PWM [50] Percent to Fan [2]
+Temperature = [31], Fan [2] set to 50 percent PWM
+Load PWM [50] Percent to Fan [3]
+Temperature = [31], Fan [3] set to 50 percent PWM
+Load PWM [50] Percent to Fan [4]
+Temperature = [31], Fan [4] set to 50 percent PWM
+Load PWM [50] Percent to Fan [5]
+Temperature = [31], Fan [5] set to 50 percent PWM
+Load PWM [50] Percent to Fan [6]
+Temperature = [31], Fan [6] set to 50 percent PWM
+Load PWM [50] Percent to Fan [7]
+Temperature = [31], Fan [7] set to 50 percent PWM
 > link 1; set coolingMaxNumber 1; set fanPwmLoad 25; set temperatureSensorMaxNumber 1; set temperatureSensor 50; set i2cConnected 1; show fields log; call esaTemperatureFanPolicyFlexibleThreshold
 > link 0; set coolingMaxNumber 1; set fanPwmLoad 25; set temperatureSensorMaxNumber 1; set temperatureSensor 50; set i2cConnected 1; call esaTemperatureFanPolicyFlexibleThreshold
 
