@@ -60,12 +60,12 @@ elseif(NOT ESA_SANITIZE)
     target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
 
-# Header-only libraries of the build machine (Asio, CLI11, fmt, nlohmann-json) for the lab and the
+# Header-only libraries of the build machine (Asio, CLI11, fmt, nlohmann-json, toml++) for the lab and the
 # tools. They are reached through links of their own: the cross compiler must not see the rest of
 # /usr/include.
 set(ESA_HOST_HEADERS ${CMAKE_BINARY_DIR}/host-headers)
 file(MAKE_DIRECTORY ${ESA_HOST_HEADERS})
-foreach(header asio asio.hpp CLI fmt nlohmann)
+foreach(header asio asio.hpp CLI fmt nlohmann toml++)
     file(CREATE_LINK /usr/include/${header} ${ESA_HOST_HEADERS}/${header} SYMBOLIC)
 endforeach()
 add_library(esa_host_headers INTERFACE)

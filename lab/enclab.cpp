@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // enclab: a virtual enclosure and the peer processes around the unmodified daemon, on a laptop.
-// `enclab` runs a lab in the foreground, `enclab ctl` sends a command to a running one.
+// `enclab` runs a lab in the foreground, `enclab ctl` sends a command to a running one, `enclab
+// run` plays scenarios.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "lab/scenario/run_command.h"
 #include "lab/session/commands.h"
 #include "lab/session/control_server.h"
 #include "lab/session/lab.h"
@@ -57,6 +59,8 @@ struct Arguments {
     bool noPanel = false;
     int port = 0;
     std::vector<std::string> command;
+    enclab::RunArguments run;
+    std::string emulator;
 
     std::filesystem::path labDirectory() const {
         return directory.empty() ? LabDirectory::defaultPath(name) : directory;
@@ -323,6 +327,33 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
     app.add_flag("--keep", arguments.keep, "keep the trace and the alternate event log at the end");
 }
 
+int runFiles(Arguments& arguments) {
+    std::istringstream emulator(arguments.emulator);
+    for (std::string word; emulator >> word;) {
+        arguments.run.lab.launcher.push_back(word);
+    }
+    return enclab::runScenarios(arguments.run);
+}
+
+CLI::App* addRun(CLI::App& app, Arguments& arguments) {
+    CLI::App* run = app.add_subcommand("run", "play scenarios under virtual time");
+    run->add_option("files", arguments.run.files, "scenario files")
+        ->required()
+        ->check(CLI::ExistingFile);
+    run->add_option("--junit", arguments.run.junit, "write the results as JUnit XML");
+    run->add_option("--seed", arguments.run.seed, "seed of fault rules that act by chance")
+        ->check(CLI::NonNegativeNumber);
+    run->add_option("--daemon", arguments.run.lab.daemon,
+                    "daemon to run (default: esa beside enclab)")
+        ->check(CLI::ExistingFile);
+    run->add_option("--encdev", arguments.run.lab.encdev,
+                    "preload library for that daemon (default: the one of this build)")
+        ->check(CLI::ExistingFile);
+    run->add_option("--emulator", arguments.emulator,
+                    "command line that runs a daemon built for another machine");
+    return run;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -332,13 +363,14 @@ int main(int argc, char** argv) {
     CLI::App* control = app.add_subcommand("ctl", "send a command to a running lab");
     addLabChoice(*control, arguments);
     control->add_option("command", arguments.command, "the command and its words")->required();
+    const CLI::App* run = addRun(app, arguments);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kExitUsage;
     }
     try {
-        return *control ? runControl(arguments) : runLabs(arguments);
+        return *control ? runControl(arguments) : *run ? runFiles(arguments) : runLabs(arguments);
     } catch (const std::exception& error) {
         fmt::print(stderr, "enclab: {}\n", error.what());
         return kExitFailed;

@@ -19,8 +19,8 @@ int fail(int error) {
 }
 
 // `call` moves at most the given number of bytes and returns how many; repeated until all moved.
-template <class Call>
-int moveAll(std::uint8_t* bytes, std::size_t length, Call call) {
+template <class Byte, class Call>
+int moveAll(Byte* bytes, std::size_t length, Call call) {
     while (length > 0) {
         const ssize_t n = call(bytes, length);
         if (n < 0 && errno == EINTR) {
@@ -33,17 +33,6 @@ int moveAll(std::uint8_t* bytes, std::size_t length, Call call) {
         length -= static_cast<std::size_t>(n);
     }
     return 0;
-}
-
-int sendAll(int fd, std::uint8_t* bytes, std::size_t length) {
-    return moveAll(bytes, length, [fd](std::uint8_t* from, std::size_t n) {
-        return send(fd, from, n, MSG_NOSIGNAL);
-    });
-}
-
-int receiveAll(int fd, void* bytes, std::size_t length) {
-    return moveAll(static_cast<std::uint8_t*>(bytes), length,
-                   [fd](std::uint8_t* to, std::size_t n) { return recv(fd, to, n, 0); });
 }
 
 int receiveReply(int fd, EncdevOp op, std::uint32_t* value) {
@@ -103,6 +92,17 @@ std::size_t readBytes(const i2c_msg* messages, std::size_t count) {
 
 }  // namespace
 
+int sendAll(int fd, const void* bytes, std::size_t length) {
+    return moveAll(
+        static_cast<const std::uint8_t*>(bytes), length,
+        [fd](const std::uint8_t* from, std::size_t n) { return send(fd, from, n, MSG_NOSIGNAL); });
+}
+
+int receiveAll(int fd, void* bytes, std::size_t length) {
+    return moveAll(static_cast<std::uint8_t*>(bytes), length,
+                   [fd](std::uint8_t* to, std::size_t n) { return recv(fd, to, n, 0); });
+}
+
 int connectBus(const char* socketPath, int flags) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -120,8 +120,8 @@ int connectBus(const char* socketPath, int flags) {
 }
 
 int exchangeValue(int fd, EncdevOp op, std::uint32_t value, std::uint32_t* result) {
-    EncdevRequest request{op, 0, 0, value};
-    if (sendAll(fd, reinterpret_cast<std::uint8_t*>(&request), sizeof(request)) != 0) {
+    const EncdevRequest request{op, 0, 0, value};
+    if (sendAll(fd, &request, sizeof(request)) != 0) {
         return -1;
     }
     return receiveReply(fd, op, result);

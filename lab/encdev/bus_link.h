@@ -15,6 +15,10 @@ namespace encdev {
 // A descriptor connected to the lab; `flags` as of open(), of which O_CLOEXEC counts.
 int connectBus(const char* socketPath, int flags);
 
+// All of the bytes; 0, or -1.
+int sendAll(int fd, const void* bytes, std::size_t length);
+int receiveAll(int fd, void* bytes, std::size_t length);
+
 // Asks for a value, or sets one.
 int exchangeValue(int fd, EncdevOp op, std::uint32_t value, std::uint32_t* result);
 

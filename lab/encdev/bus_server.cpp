@@ -73,6 +73,7 @@ class BusServer::Adapter {
     AdapterKind kind;
     AdapterSettings settings;
     std::set<std::shared_ptr<Connection>> connections;
+    int held = 0;  // replies waiting for their time
 
   private:
     Answer transfer(const EncdevRequest& request, const Bytes& payload);
@@ -173,7 +174,11 @@ void BusServer::Connection::reply() {
     if (answer.delay.count() == 0) {
         return send();
     }
-    adapter_->schedule.after(answer.delay, [self = shared_from_this()] { self->send(); });
+    ++adapter_->held;
+    adapter_->schedule.after(answer.delay, [self = shared_from_this()] {
+        --self->adapter_->held;
+        self->send();
+    });
 }
 
 void BusServer::Connection::send() {
@@ -221,6 +226,10 @@ void BusServer::accept() {
 
 void BusServer::setKind(AdapterKind kind) {
     adapter_->kind = kind;
+}
+
+bool BusServer::holdsReply() const {
+    return adapter_->held > 0;
 }
 
 const AdapterSettings& BusServer::settings() const {

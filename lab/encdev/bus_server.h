@@ -37,6 +37,8 @@ class BusServer {
     // Takes effect with the next request of any client.
     void setKind(AdapterKind kind);
     const AdapterSettings& settings() const;
+    // A delayed reply waits for its time.
+    bool holdsReply() const;
 
   private:
     class Adapter;

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <asio.hpp>
+#include <csignal>
 #include <functional>
 #include <optional>
 #include <string>
@@ -34,8 +35,8 @@ class Child {
     std::optional<int> exitStatus() const;
     // User and system time used so far, seconds.
     double cpuSeconds() const;
-    // SIGTERM to the child and what it started, SIGKILL when that does not help soon.
-    void terminate();
+    // The signal to the child and what it started, SIGKILL when that does not help soon.
+    void terminate(int signal = SIGTERM);
 
   private:
     void launch(const std::vector<std::string>& arguments,

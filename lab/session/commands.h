@@ -58,6 +58,14 @@ class Commands {
     std::string shutdown(const Words& words);
     std::string mail(const Words& words);
     std::string events(const Words& words);
+    std::string ses(const Words& words);
+    std::string volumeManager(const Words& words);
+    std::string sesAs(std::uint8_t endpoint, const Words& words);
+    std::string raw(const Words& words);
+    std::string putRaw(const Bytes& bytes);
+    std::string daemon(const Words& words);
+    std::string clock(const Words& words);
+    std::string disk(const Words& words);
     std::string show(const Words& words);
     std::string help(const Words& words);
     std::string quit(const Words& words);

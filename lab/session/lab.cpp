@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lab/session/lab.h"
 
+#include <elf.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -21,7 +23,7 @@ constexpr char kDaemonSocket[] = "esadapter";
 constexpr char kEnvironSocket[] = "environ";
 constexpr char kVolumeManagerSocket[] = "volmgr";
 constexpr std::size_t kOutputMax = 1000;  // lines
-constexpr std::chrono::milliseconds kTick{100};
+constexpr Schedule::Seconds kTick{0.1};   // real ones, unless time is virtual
 
 static LabOptions completed(LabOptions options) {
     if (options.daemon.empty()) {
@@ -41,6 +43,16 @@ static std::string nameOfChassis(const LabOptions& options) {
     return options.chassis.empty() ? std::string(chassisOf(options.personality)) : options.chassis;
 }
 
+// Of the machine a program is for, by the head of its file.
+static std::endian byteOrder(const fs::path& program) {
+    unsigned char head[EI_NIDENT] = {};
+    std::ifstream(program, std::ios::binary).read(reinterpret_cast<char*>(head), sizeof head);
+    if (std::memcmp(head, ELFMAG, SELFMAG) != 0) {
+        return std::endian::native;
+    }
+    return head[EI_DATA] == ELFDATA2MSB ? std::endian::big : std::endian::little;
+}
+
 // The enclosure the personality file describes, as far as it can be built.
 static std::unique_ptr<Chassis> chassisFor(const LabOptions& options) {
     const auto value = [&](const char* key) {
@@ -54,18 +66,28 @@ static std::unique_ptr<Chassis> chassisFor(const LabOptions& options) {
     return chassis;
 }
 
+static std::unique_ptr<Schedule> scheduleFor(const LabOptions& options, asio::io_context& io,
+                                             const LabDirectory& directory) {
+    if (options.virtualTime) {
+        return std::make_unique<VirtualTime>(io, directory.clockSocket());
+    }
+    return std::make_unique<RealSchedule>(io, options.speed);
+}
+
 Lab::Lab(LabOptions options)
     : options_(completed(std::move(options))),
-      schedule_(std::make_unique<RealSchedule>(io_, options_.speed)),
       directory_(options_.directory),
+      schedule_(scheduleFor(options_, io_, directory_)),
+      virtualTime_(dynamic_cast<VirtualTime*>(schedule_.get())),
+      parameters_(byteOrder(options_.daemon)),
       chassis_(chassisFor(options_)),
       plant_(options_.plant ? std::make_unique<Plant>(*chassis_) : nullptr),
-      busServer_(io_, *schedule_, chassis_->bus(), directory_.busSocket(), options_.adapter),
+      busServer_(workIo(), *schedule_, chassis_->bus(), directory_.busSocket(), options_.adapter),
       switch_(io_, directory_.switchSockets()),
       daemonLink_(switch_, *schedule_),
       startupProcess_(switch_, *schedule_),
       eventManager_(switch_, *schedule_),
-      tick_(io_) {
+      sesAgent_(switch_) {
     directory_.noteSegment(parameters_.shmid());
     parameters_.setDirectories(
         options_.messageDirectory.empty() ? directory_.switchSockets() : options_.messageDirectory,
@@ -95,7 +117,7 @@ Lab::~Lab() = default;
 
 void Lab::startDaemon() {
     daemon_.reset();
-    daemon_ = std::make_unique<Child>(io_, daemonCommand(), daemonEnvironment(),
+    daemon_ = std::make_unique<Child>(workIo(), daemonCommand(), daemonEnvironment(),
                                       [this](const std::string& line) { takeLine(line); });
     daemon_->onExit([this] {
         if (onDaemonExit_) {
@@ -109,15 +131,20 @@ void Lab::powerOff() {
     if (!daemonRunning()) {
         return;
     }
-    daemon_->onExit({});
-    kill(daemon_->pid(), SIGKILL);
+    endDaemon(SIGKILL);
     if (onNote_) {
         onNote_("shutdown performed, the enclosure is without power");
     }
 }
 
+void Lab::endDaemon(int signal) {
+    daemon_->onExit({});
+    daemon_->terminate(signal);
+}
+
 std::string Lab::preloadVariable() const {
-    std::string variable = "LD_PRELOAD=" ENCLAB_PRELOAD;
+    std::string variable =
+        "LD_PRELOAD=" + (options_.encdev.empty() ? ENCLAB_PRELOAD : options_.encdev.native());
     for (const fs::path& library : options_.preload) {
         variable += ":" + library.native();
     }
@@ -148,6 +175,9 @@ std::vector<std::string> Lab::daemonEnvironment() const {
     const fs::path bus = options_.device ? directory_.busSocket() : directory_.path() / "no-bus";
     variables.push_back(fmt::format("ENCLAB_BUS={}", bus.native()));
     variables.push_back(fmt::format("ENCLAB_SPEED={}", options_.speed));
+    if (virtualTime_ != nullptr) {
+        variables.push_back(fmt::format("ENCLAB_CLOCK={}", directory_.clockSocket().native()));
+    }
     if (options_.startupVariable) {
         variables.push_back(fmt::format("STARTUP={}", directory_.startup().native()));
     }
@@ -168,6 +198,9 @@ void Lab::takeMessage(std::uint8_t from, const Message& message) {
     if (onMessage_) {
         onMessage_(from, message);
     }
+    if (from == MMSG_E_EPID_ES_ADAPTERMP) {
+        sesAgent_.take(message);
+    }
 }
 
 // In the chassis too, at the daemon's pace.
@@ -178,12 +211,7 @@ void Lab::letTimePass() {
         plant_->advance(now - lastTick_);
     }
     lastTick_ = now;
-    tick_.expires_after(kTick);
-    tick_.async_wait([this](const asio::error_code& error) {
-        if (!error) {
-            letTimePass();
-        }
-    });
+    schedule_->after(kTick * options_.speed, [this] { letTimePass(); });
 }
 
 void Lab::takeLine(const std::string& line) {
@@ -197,11 +225,25 @@ void Lab::takeLine(const std::string& line) {
 }
 
 void Lab::runFor(std::chrono::milliseconds time) {
+    if (virtualTime_ != nullptr) {
+        runVirtually([] { return false; }, time);
+        return;
+    }
     io_.restart();
     io_.run_for(time);
 }
 
+bool Lab::runVirtually(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
+    return virtualTime_->run({.daemonRuns = [this] { return daemonRunning(); },
+                              .daemonHeld = [this] { return busServer_.holdsReply(); },
+                              .done = condition},
+                             virtualTime_->time() + patience);
+}
+
 bool Lab::runUntil(const std::function<bool()>& condition, std::chrono::milliseconds patience) {
+    if (virtualTime_ != nullptr) {
+        return runVirtually(condition, patience);
+    }
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() >= deadline) {

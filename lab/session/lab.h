@@ -26,6 +26,8 @@
 #include "lab/session/lab_directory.h"
 #include "lab/session/parameter_area.h"
 #include "lab/session/personality.h"
+#include "lab/session/ses_agent.h"
+#include "lab/session/virtual_time.h"
 
 namespace enclab {
 
@@ -49,6 +51,8 @@ struct LabOptions {
     AdapterKind adapter = AdapterKind::kI2c;
     std::vector<DumpFile> dumps = {};
     bool plant = false;  // physics; without them fans follow their load and sensors stay as set
+    bool virtualTime = false;  // the lab's time and the daemon's pass only as far as they are used
+    std::filesystem::path encdev = {};  // preload library for the daemon; empty: this build's
 
     // What a test may bend.
     std::vector<std::string> launcher = {};           // words in front of the daemon; it passes an
@@ -79,16 +83,22 @@ class Lab {
 
     // Starts the daemon. May be called again after it has ended.
     void startDaemon();
+    // Ends the daemon with a signal; onDaemonExit() is not called.
+    void endDaemon(int signal);
 
+    // Of all but what the daemon, while it works, must be answered at once under virtual time.
     asio::io_context& io() { return io_; }
     void runFor(std::chrono::milliseconds time);
-    // Runs until the condition holds, at most for `patience`; whether it holds.
+    // Runs until the condition holds, at most for `patience`; whether it holds. Under virtual time
+    // these are lab times, and the condition is asked whenever the daemon waits.
     bool runUntil(const std::function<bool()>& condition,
                   std::chrono::milliseconds patience = std::chrono::seconds(20));
 
     // The daemon's seconds since the lab was made.
     double time() const { return schedule_->now(); }
     Schedule& schedule() { return *schedule_; }
+    // Null unless the options ask for it.
+    VirtualTime* virtualTime() { return virtualTime_; }
     const LabOptions& options() const { return options_; }
     LabDirectory& directory() { return directory_; }
     ParameterArea& parameters() { return parameters_; }
@@ -99,6 +109,7 @@ class Lab {
     Chassis& chassis() { return *chassis_; }
     Plant* plant() { return plant_.get(); }  // nullptr without the option
     BusServer& busServer() { return busServer_; }
+    SesAgent& sesAgent() { return sesAgent_; }
     Child& daemon() { return *daemon_; }
     bool daemonStarted() const { return daemon_ != nullptr; }
     bool daemonRunning() const { return daemon_ && daemon_->running(); }
@@ -131,11 +142,14 @@ class Lab {
     std::vector<std::string> daemonCommand() const;
     std::vector<std::string> daemonEnvironment() const;
     std::string preloadVariable() const;
+    asio::io_context& workIo() { return virtualTime_ != nullptr ? virtualTime_->workIo() : io_; }
+    bool runVirtually(const std::function<bool()>& condition, std::chrono::milliseconds patience);
 
     LabOptions options_;
     asio::io_context io_;
-    std::unique_ptr<Schedule> schedule_;
     LabDirectory directory_;
+    std::unique_ptr<Schedule> schedule_;
+    VirtualTime* virtualTime_;  // schedule_, if it is that
     ParameterArea parameters_;
     std::unique_ptr<Chassis> chassis_;
     std::unique_ptr<Plant> plant_;
@@ -144,8 +158,8 @@ class Lab {
     DaemonLink daemonLink_;
     StartupProcess startupProcess_;
     EventManager eventManager_;
-    asio::steady_timer tick_;
     double lastTick_ = 0;  // time()
+    SesAgent sesAgent_;
     std::unique_ptr<Child> daemon_;
     std::deque<Received> received_;
     std::deque<std::string> daemonOutput_;

@@ -20,7 +20,8 @@ namespace fs = std::filesystem;
 
 static const char* const kFolders[] = {"mmsg", "nv", "log", "startup", "web/OEM"};
 // All a lab makes in its directory, the lock file last.
-static const char* const kEntries[] = {"mmsg", "nv", "log", "startup", "web", "bus", "ctl", "lock"};
+static const char* const kEntries[] = {"mmsg", "nv",    "log", "startup", "web",
+                                       "bus",  "clock", "ctl", "lock"};
 constexpr char kLongestSocket[] = "/mmsg/esadapter";
 
 // First line of the lock file.

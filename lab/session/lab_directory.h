@@ -35,6 +35,7 @@ class LabDirectory {
         return path_ / "web" / "OEM" / "EnvPersonalityParams.xml";
     }
     std::filesystem::path busSocket() const { return path_ / "bus"; }
+    std::filesystem::path clockSocket() const { return path_ / "clock"; }
     std::filesystem::path controlSocket() const { return path_ / "ctl"; }
 
   private:

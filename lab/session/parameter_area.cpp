@@ -12,7 +12,7 @@ namespace enclab {
 
 constexpr int kFirstKey = 100;  // the daemon takes none below
 
-ParameterArea::ParameterArea() : key_(kFirstKey) {
+ParameterArea::ParameterArea(std::endian order) : order_(order), key_(kFirstKey) {
     while ((shmid_ = shmget(key_, sizeof(MPU_PARAMS_t), IPC_CREAT | IPC_EXCL | 0600)) < 0) {
         if (errno != EEXIST) {
             throw std::system_error(errno, std::generic_category(), "the parameter area");
@@ -27,7 +27,7 @@ ParameterArea::ParameterArea() : key_(kFirstKey) {
     }
     values_ = static_cast<MPU_PARAMS_t*>(address);
     *values_ = {};
-    values_->version = MPU_K_PARAMS_VERSION;
+    values_->version = ordered(MPU_K_PARAMS_VERSION);
 }
 
 ParameterArea::~ParameterArea() {

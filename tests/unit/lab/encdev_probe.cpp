@@ -192,6 +192,19 @@ void sleepSeconds() {
 
 void onAlarm(int) {}
 
+// Fills a socket nobody reads from, then sends once more, with a time-out of so many seconds.
+void sendToFull() {
+    int ends[2] = {-1, -1};
+    socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+    const timeval patience{std::atoi(take().c_str()), 0};
+    setsockopt(ends[0], SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    const std::vector<char> bytes(4096);
+    while (send(ends[0], bytes.data(), bytes.size(), MSG_DONTWAIT) > 0) {
+    }
+    timed("send", [&] { return send(ends[0], bytes.data(), bytes.size(), 0); });
+    std::printf("%s\n", strerrorname_np(errno));
+}
+
 // Waits that a signal ends early: what is left, in seconds.
 void interrupted() {
     const int seconds = std::atoi(take().c_str());
@@ -262,6 +275,8 @@ const Step steps[] = {
     {"reuse", reuse},
     {"waits", waits},
     {"sleep", sleepSeconds},
+    {"sendfull", sendToFull},
+    {"wall", [] { std::printf("wall %lld\n", static_cast<long long>(time(nullptr))); }},
     {"interrupted", interrupted},
     {"selectrest", selectRest},
     {"absolute", absolute},

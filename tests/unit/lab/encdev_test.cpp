@@ -16,6 +16,7 @@
 
 #include "lab/chassis/vsc055_chassis.h"
 #include "lab/encdev/bus_server.h"
+#include "lab/encdev/clock_server.h"
 
 namespace enclab {
 namespace {
@@ -66,6 +67,9 @@ class EncdevTest : public testing::TestWithParam<const char*> {
             command.push_back(step);
         }
         environment.push_back("ENCLAB_BUS=" + socket);
+        if (clock) {
+            environment.push_back("ENCLAB_CLOCK=" + clockSocket);
+        }
         return split(outputOf(command, environment), '\n');
     }
 
@@ -97,8 +101,18 @@ class EncdevTest : public testing::TestWithParam<const char*> {
         io.restart();
         while (!ended) {
             io.run_one();
+            grantWait();
         }
         return output;
+    }
+
+    // The wait the probe is in is over at once, its whole length later.
+    void grantWait() {
+        if (clock && clock->wait()) {
+            now = clock->wait()->ready ? now : std::max(now, clock->wait()->until);
+            clock->setNow({now, now + std::chrono::hours(24)});
+            clock->answer();
+        }
     }
 
     Lines busLog() {
@@ -115,6 +129,9 @@ class EncdevTest : public testing::TestWithParam<const char*> {
     Vsc055Chassis chassis;
     std::string socket = temporary("encdev-");
     std::unique_ptr<BusServer> server;
+    std::string clockSocket = temporary("clock-");
+    std::unique_ptr<ClockServer> clock;  // none: time is real
+    ClockServer::Time now{0};
 };
 
 TEST_P(EncdevTest, PlainI2cTransfersReachTheBus) {
@@ -218,6 +235,19 @@ TEST_P(EncdevTest, WaitsAreLeftAloneWithoutASpeed) {
         expectWaits(run("waits 20", {speed}), kWaits, 20, 2000);
     }
     expectWaits(run("absolute", {"ENCLAB_SPEED=500"}), {"absolute"}, 99, 2000);
+}
+
+TEST_P(EncdevTest, UnderTheLabsTimeWaitsTakeExactlyTheirLengthAndNoRealOne) {
+    clock = std::make_unique<ClockServer>(io, clockSocket);
+    Lines lines = run("waits 100");
+    ASSERT_EQ(lines.size(), kWaits.size());
+    for (std::size_t n = 0; n + 1 < kWaits.size(); ++n) {  // recv waits in the kernel
+        EXPECT_EQ(lines[n], kWaits[n] + " 0 100");
+    }
+    lines = run("sleep 86400 absolute sendfull 3 selectrest 3e8 wall");
+    EXPECT_EQ(lines, (Lines{"sleep 0 86400000", "absolute 0 100", "send -1 3000", "EAGAIN",
+                            "select 1", "rest 1000", "negative EINVAL", "wall 172803"}))
+        << "select found its descriptor ready: no time passed";
 }
 
 TEST_P(EncdevTest, WhatIsLeftOfAWaitIsInTheCallersTime) {

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+// `enclab run`: scenario files one after the other.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "lab/session/lab.h"
+
+namespace enclab {
+
+struct RunArguments {
+    std::vector<std::filesystem::path> files;
+    std::filesystem::path junit;  // empty: no report
+    std::string seed;             // of fault rules that act by chance; empty: their own
+    LabOptions lab;               // which daemon, and how it is started
+};
+
+// Prints the timelines; the exit status: 0 all held, 1 something did not, 2 a file cannot be run.
+// A signal to end ends it with what there is.
+int runScenarios(const RunArguments& arguments);
+
+}  // namespace enclab

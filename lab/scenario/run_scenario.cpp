@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "lab/scenario/run_scenario.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "lab/scenario/checks.h"
+#include "lab/scenario/judge.h"
+#include "lab/session/commands.h"
+
+namespace enclab {
+
+namespace {
+
+constexpr int kStart = -1;           // owner of the start's expectations
+constexpr double kStartWithin = 30;  // seconds; the daemon begins with a sleep of ten
+// A window is over after what else happens in that moment.
+constexpr double kMoment = 1e-6;
+
+LabOptions optionsFor(const Scenario& scenario, LabOptions options) {
+    options.virtualTime = true;
+    options.chassis = scenario.chassis;
+    options.plant = scenario.plant;
+    options.personality = scenario.personality.xml();
+    return options;
+}
+
+class Run {
+  public:
+    Run(const Scenario& scenario, LabOptions options,
+        const std::function<bool(const std::string&)>& tell)
+        : scenario_(scenario),
+          tell_(tell),
+          lab_(optionsFor(scenario, std::move(options))),
+          commands_(
+              lab_, [] {}, [](bool) {}),
+          judge_(scenario.allowed),
+          before_(std::max(0.0, -scenario.steps.front().at)) {}
+
+    Outcome run() {
+        lab_.onMessage([this](std::uint8_t from, const Message& message) { see(from, message); });
+        lab_.onDaemonExit([this] { daemonEnded(); });
+        at(0, [this] { doCommand(nullptr, "daemon start"); });
+        for (std::size_t n = 0; n < scenario_.steps.size(); ++n) {
+            const Step& step = scenario_.steps[n];
+            at(step.at, [this, n] { begin(n); });
+            at(step.at + step.within + kMoment, [this, n] { finish(n); });
+        }
+        lab_.runUntil([this] { return !goesOn_; },
+                      std::chrono::milliseconds(std::lround((before_ + scenario_.end) * 1000)));
+        if (!goesOn_) {
+            fail(0, "ended before its time");
+        }
+        outcome_.daemonOutput.assign(lab_.daemonOutput().begin(), lab_.daemonOutput().end());
+        return std::move(outcome_);
+    }
+
+  private:
+    double time() const { return lab_.time() - before_; }
+    void at(double when, std::function<void()> action) {
+        lab_.schedule().after(Schedule::Seconds(before_ + when - lab_.time()), std::move(action));
+    }
+
+    void put(const std::string& line) {
+        goesOn_ = tell_(fmt::format("[{:10.1f}] {}", time(), line)) && goesOn_;
+    }
+    void show(std::string_view tag, const std::string& text) {
+        put(fmt::format("{:<8}{}", tag, text));
+    }
+    void fail(int line, const std::string& text) {
+        show("FAILED", text);
+        outcome_.failures.push_back(line > 0
+                                        ? fmt::format("at {:.1f}, line {}: {}", time(), line, text)
+                                        : fmt::format("at {:.1f}: {}", time(), text));
+    }
+
+    void see(std::uint8_t from, const Message& message) {
+        if (from == MMSG_E_EPID_STARTUPMP) {
+            return;
+        }
+        const std::string line = describe(message);
+        put(line);
+        if (from == MMSG_E_EPID_ES_ADAPTERMP && !judge_.take(line) &&
+            !lab_.sesAgent().awaits(message)) {
+            fail(0, "not expected: " + line);
+        }
+    }
+
+    void daemonEnded() {
+        fail(0, fmt::format("the daemon ended with status {}",
+                            lab_.daemon().exitStatus().value_or(0)));
+    }
+
+    // A rule that acts by chance gets the run's seed, unless it has one.
+    std::string seeded(const std::string& command) const {
+        const bool byChance =
+            command.starts_with("fault add") && command.find(" prob=") != command.npos;
+        const bool own = scenario_.seed.empty() || command.find(" seed=") != command.npos;
+        return byChance && !own ? command + " seed=" + scenario_.seed : command;
+    }
+
+    void doCommand(const Step* step, const std::string& command) {
+        constexpr std::size_t kShown = 100;
+        show("do", command.size() > kShown ? command.substr(0, kShown) + "..." : command);
+        const Commands::Result result = commands_.run(seeded(command));
+        if (!result.ok) {
+            throw ScenarioError(scenario_.file, step != nullptr ? step->line : 1, result.text);
+        }
+        if (command == "daemon start") {
+            judge_.close(kStart);
+            judge_.expect(kStart, scenario_.start);
+            at(time() + kStartWithin, [this, started = ++starts_] {
+                if (started == starts_) {
+                    close(kStart, 0);
+                }
+            });
+        }
+    }
+
+    void begin(std::size_t n) {
+        const Step& step = scenario_.steps[n];
+        // A repeated step's once.
+        if (!step.name.empty() && step.name != lastName_) {
+            show("--", step.name);
+            lastName_ = step.name;
+        }
+        judge_.expect(static_cast<int>(n), step.expected);
+        for (const std::string& command : step.commands) {
+            doCommand(&step, command);
+        }
+    }
+
+    void finish(std::size_t n) {
+        const Step& step = scenario_.steps[n];
+        close(static_cast<int>(n), step.line);
+        for (const std::string& check : step.checks) {
+            checkNow(step, check);
+        }
+    }
+
+    void close(int owner, int line) {
+        for (const std::string& missed : judge_.close(owner)) {
+            fail(line, missed);
+        }
+    }
+
+    void checkNow(const Step& step, const std::string& check) {
+        std::optional<std::string> instead;
+        try {
+            instead = checkLab(lab_, check);
+        } catch (const std::exception& error) {
+            throw ScenarioError(scenario_.file, step.line, error.what());
+        }
+        if (instead) {
+            fail(step.line, fmt::format("{}: it is {}", check, *instead));
+        } else {
+            show("holds", check);
+        }
+    }
+
+    const Scenario& scenario_;
+    const std::function<bool(const std::string&)>& tell_;
+    Outcome outcome_;
+    Lab lab_;
+    Commands commands_;
+    Judge judge_;
+    double before_;  // lab time before the daemon starts
+    int starts_ = 0;
+    std::string lastName_;
+    bool goesOn_ = true;
+};
+
+}  // namespace
+
+Outcome runScenario(const Scenario& scenario, LabOptions options,
+                    const std::function<bool(const std::string&)>& tell) {
+    return Run(scenario, std::move(options), tell).run();
+}
+
+}  // namespace enclab
