@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Peers that misbehave, and what they note, on a schedule that moves by hand: what the daemon gets
-// at which millisecond.
+// Peers that misbehave, and what they note, on a schedule that moves by hand, as
+// scripts/peers_trouble.txt types it.
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include "lab/peers/daemon_link.h"
 #include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
+#include "tests/support/script.h"
 
 namespace enclab {
 namespace {
@@ -37,15 +39,77 @@ class HandSchedule : public Schedule {
     std::multimap<long long, std::function<void()>> due_;
 };
 
-class PeersInTrouble : public testing::Test {
-  protected:
-    PeersInTrouble() {
+class TroublePlayer : public Player {
+  public:
+    TroublePlayer() {
         std::filesystem::create_directories(directory_);
         switch_.listen(33, "daemon");
+        startup_.onPowerOff([this] { say("power off"); });
         connect();
+        linkCommands();
+        peerCommands();
     }
-    ~PeersInTrouble() override { std::filesystem::remove_all(directory_); }
+    ~TroublePlayer() override { std::filesystem::remove_all(directory_); }
 
+  private:
+    void linkCommands() {
+        commands["delay"] = [this](const Words& w) { link_.delay(milliseconds(w.number(1))); };
+        commands["split"] = [this](const Words& w) {
+            link_.split(static_cast<std::size_t>(w.number(1)), milliseconds(w.number(2)));
+        };
+        commands["glue"] = [this](const Words& w) { link_.glue(w.u32(1)); };
+        commands["plain"] = [this](const Words&) { link_.plain(); };
+        commands["die"] = [this](const Words& w) { link_.dieAfter(w.u32(1)); };
+        commands["flood"] = [this](const Words& w) {
+            w.number(2) == 0 ? link_.flood(w.u32(1))
+                             : link_.flood(w.number(1), milliseconds(w.number(2)));
+        };
+        commands["link"] = [this](const Words&) { say(link_.describe()); };
+        commands["open"] = [this](const Words&) { switch_.open(33); };
+        commands["connect"] = [this](const Words&) { connect(); };
+        commands["send"] = [this](const Words& w) {
+            switch_.route(26, Message(message(18, 28, 33, w.u32(1))));
+        };
+        commands["arrivals"] = [this](const Words&) { say(arrivals()); };
+        commands["bytes"] = [this](const Words& w) { say(hexText(take()).substr(w.u32(1))); };
+    }
+    void peerCommands() {
+        commands["startup"] = [this](const Words& w) {
+            startup_.setAnswer(static_cast<StartupAnswer>(w.number(1)));
+        };
+        commands["shutdown"] = [this](const Words& w) {
+            startup_.setShutdown(static_cast<ShutdownWay>(w.number(1)));
+        };
+        commands["ask"] = [this](const Words& w) { ask(w); };
+        commands["noted"] = [this](const Words&) {
+            say("LED ", startup_.compositeLedLit() ? "lit" : "off", ", ", startup_.ledRequests(),
+                " requests, ", startup_.shutdownRequests(), " shutdowns");
+            say(startup_.mailbox());
+        };
+        commands["event"] = [this](const Words& w) {
+            Bytes event = message(8, 1, 27, 360);
+            event[211] = 2;
+            event[215] = w.u8(1);
+            asio::write(daemon_, asio::buffer(event));
+            settle();
+        };
+        commands["events"] = [this](const Words& w) {
+            say(events_.list());
+            say(events_.count(w.u16(1)), " of id ", w.u16(1));
+        };
+    }
+
+    static DaemonLink::Seconds milliseconds(int count) { return DaemonLink::Seconds(count) / 1000; }
+    static std::string hexText(const Bytes& bytes) {
+        return fmt::format("{:02x}", fmt::join(bytes, ""));
+    }
+    // From the daemon to a peer, or from a client to the daemon.
+    static Bytes message(std::uint8_t protocol, std::uint8_t type, std::uint8_t to,
+                         std::size_t length = 64) {
+        Message made = Message::make(protocol, type, to == 33 ? 26 : 33, length);
+        made.addRecipient(to);
+        return made.bytes();
+    }
     void connect() {
         daemon_ = Socket(io_);
         daemon_.connect((directory_ / "daemon").string());
@@ -62,7 +126,7 @@ class PeersInTrouble : public testing::Test {
         asio::read(daemon_, asio::buffer(bytes));
         return bytes;
     }
-    // What comes to the daemon within 300 ms: "at:bytes" for each millisecond with any, "closed".
+    // "at:bytes" for each of 300 ms with any.
     std::string arrivals() {
         std::string text;
         for (int ms = 0; ms < 300; ++ms) {
@@ -71,23 +135,17 @@ class PeersInTrouble : public testing::Test {
             text += size > 0 ? fmt::format("{}{}:{}", text.empty() ? "" : " ", ms, size) : "";
             schedule_.passMillisecond();
         }
-        return text + (switch_.connections(33) == 0 ? " closed" : "");
+        return switch_.connections(33) == 0 ? text + " closed" : text.empty() ? "nothing" : text;
     }
-    // From the daemon to a peer, or from a client to the daemon.
-    static Bytes message(std::uint8_t protocol, std::uint8_t type, std::uint8_t to,
-                         std::size_t length = 64) {
-        Message made = Message::make(protocol, type, to == 33 ? 26 : 33, length);
-        made.addRecipient(to);
-        return made.bytes();
-    }
-    void toDaemon(std::size_t length) { switch_.route(26, Message(message(18, 28, 33, length))); }
-    // The daemon sends; the return code of the answer, -1 when none comes.
-    int ask(const Bytes& request) {
+    void ask(const Words& words) {
+        Bytes request = message(words.u8(2), words.u8(3), words.u8(1));
+        request[47] = words.u8(4);
+        request[51] = words.u8(5);
         asio::write(daemon_, asio::buffer(request));
         settle();
         schedule_.doDue();
         const Bytes answer = take();
-        return answer.empty() ? -1 : answer.at(39);
+        say(answer.empty() ? "no answer" : fmt::format("answer {}", answer.at(39)));
     }
 
     asio::io_context io_;
@@ -96,132 +154,13 @@ class PeersInTrouble : public testing::Test {
         std::filesystem::temp_directory_path() / fmt::format("trouble-{}", getpid());
     MessageSwitch switch_{io_, directory_};
     DaemonLink link_{switch_, schedule_};
+    StartupProcess startup_{switch_, schedule_};
+    EventManager events_{switch_, schedule_};
     Socket daemon_{io_};
 };
 
-struct LinkCase {
-    const char* what;
-    std::function<void(DaemonLink&)> before;  // one message of 64 bytes and one of 72
-    std::function<void(DaemonLink&)> behind;
-    const char* arrivals;
-};
-
-TEST_F(PeersInTrouble, TheLinkDelaysSplitsGluesAndCuts) {
-    using std::chrono::milliseconds;
-    const auto nothing = [](DaemonLink&) {};
-    const LinkCase cases[] = {
-        {"as it is", nothing, nothing, "0:136"},
-        {"late", [](auto& link) { link.delay(milliseconds(50)); }, nothing, "50:136"},
-        {"no overtaking", [](auto& link) { link.delay(milliseconds(50)); },
-         [&](auto& link) { link.plain(), toDaemon(80); }, "50:216"},
-        {"split", [](auto& link) { link.split(17, milliseconds(100)); }, nothing,
-         "0:17 100:64 200:55"},
-        {"split behind the first message", [](auto& link) { link.split(64, milliseconds(9)); },
-         nothing, "0:128 9:8"},
-        {"two at once", [](auto& link) { link.glue(2), link.split(70, milliseconds(9)); }, nothing,
-         "0:70 9:66"},
-        {"held back", [](auto& link) { link.glue(3); }, nothing, ""},
-        {"no longer held back", nothing, [](auto& link) { link.plain(); }, "0:272"},
-        {"dies in the first", [](auto& link) { link.dieAfter(10); }, nothing, "0:10 closed"},
-        {"dies before it", [](auto& link) { link.dieAfter(0); }, nothing, " closed"},
-        {"dies late", [](auto& link) { link.delay(milliseconds(5)), link.dieAfter(99); }, nothing,
-         "5:64 closed"},
-    };
-    for (const LinkCase& row : cases) {
-        if (std::string(row.what) != "no longer held back") {
-            link_.plain();
-            take();
-        }
-        row.before(link_);
-        toDaemon(64);
-        toDaemon(72);
-        row.behind(link_);
-        EXPECT_EQ(arrivals(), row.arrivals) << row.what;
-        switch_.open(33);
-        connect();
-    }
-}
-
-TEST_F(PeersInTrouble, ARestartedDaemonGetsNoRestOfAMessage) {
-    link_.split(17, std::chrono::milliseconds(100));
-    toDaemon(64);
-    EXPECT_EQ(take().size(), 17u);
-    connect();
-    EXPECT_EQ(arrivals(), "");
-    link_.plain();
-    toDaemon(64);
-    EXPECT_EQ(arrivals(), "0:64");
-}
-
-TEST_F(PeersInTrouble, AFloodAsksForTheStatusPage) {
-    link_.flood(2);
-    const Bytes both = take();
-    ASSERT_EQ(both.size(), 144u);
-    EXPECT_EQ(Bytes(both.begin() + 136, both.end()), (Bytes{28, 0x80, 2, 0, 0x0F, 0xA0, 0, 0}));
-    EXPECT_EQ(Bytes(both.begin() + 112, both.begin() + 116), (Bytes{0, 0x0F, 0x42, 0x41}));
-    EXPECT_EQ(ask(message(18, 28, 63, 80)), -1);
-    EXPECT_EQ(link_.floodAnswered(), 1u);
-    link_.flood(100, std::chrono::milliseconds(30));
-    EXPECT_EQ(arrivals(), "0:72 10:72 20:72");
-    EXPECT_EQ(link_.describe(), "plain, flood 5 sent, 1 answered");
-}
-
-TEST_F(PeersInTrouble, TheStartupProcessNotesAndAnswersAsItIsTold) {
-    StartupProcess startup(switch_, schedule_);
-    int powerOffs = 0;
-    startup.onPowerOff([&] { ++powerOffs; });
-    const Bytes mail = message(12, 16, 18);
-    const Bytes shutdown = message(13, 1, 18);
-    EXPECT_EQ(ask(mail), 1);
-    EXPECT_EQ(ask(shutdown), 1);
-    EXPECT_EQ(powerOffs, 0) << "ignored at first";
-    startup.setShutdown(ShutdownWay::kRefuse);
-    EXPECT_EQ(ask(shutdown), 2);
-    EXPECT_EQ(ask(message(12, 1, 18)), 1) << "refuses nothing else";
-    EXPECT_EQ(powerOffs, 0);
-    startup.setShutdown(ShutdownWay::kPerform);
-    EXPECT_EQ(ask(shutdown), 1);
-    EXPECT_EQ(powerOffs, 1);
-    arrivals();
-    startup.setAnswer(StartupAnswer::kRejected);
-    EXPECT_EQ(ask(mail), 2);
-    startup.setAnswer(StartupAnswer::kNone);
-    Bytes led = message(12, 14, 18);
-    led[47] = led[51] = 2;
-    EXPECT_EQ(ask(led), -1);
-    EXPECT_TRUE(startup.compositeLedLit());
-    led[47] = led[51] = 1;
-    ask(led);
-    EXPECT_TRUE(startup.compositeLedLit()) << "another LED";
-    led[47] = 2;
-    ask(led);
-    EXPECT_FALSE(startup.compositeLedLit());
-    EXPECT_EQ(startup.ledRequests(), 3);
-    EXPECT_EQ(startup.shutdownRequests(), 3);
-    EXPECT_EQ(startup.mailbox(), "2 mails\n      0.0\n      0.3  0.3 s later");
-}
-
-TEST_F(PeersInTrouble, TheEventManagerGroupsWhatSaysTheSame) {
-    EventManager events(switch_, schedule_);
-    Bytes event = message(8, 1, 27, 360);
-    const auto send = [&](std::uint8_t id) {
-        event[211] = 2;
-        event[215] = id;
-        asio::write(daemon_, asio::buffer(event));
-        arrivals();
-    };
-    send(7);
-    send(10);
-    send(7);
-    EXPECT_EQ(events.count(7), 2);
-    EXPECT_EQ(events.count(10), 1);
-    EXPECT_EQ(events.count(8), 0);
-    ASSERT_EQ(events.groups().size(), 2u);
-    EXPECT_EQ(events.groups()[0].count, 2);
-    EXPECT_EQ(events.groups()[0].last, 0.6);
-    EXPECT_EQ(events.list(),
-              "   2 x       0.0 to 0.6  fan fault status: warning, fans 0, failed 0x00 (none)\n"
-              "   1 x       0.3 to 0.3  information 0: warning, enclosure 0, argument 0x0");
+TEST(Peers, InTroubleDoWhatTheyAreTold) {
+    scriptPlay<TroublePlayer>(SCRIPTS "/peers_trouble.txt");
 }
 
 }  // namespace
