@@ -84,29 +84,6 @@ TEST_F(BusTest, LogDescribesEveryKindOfTransfer) {
     EXPECT_EQ(takeLog(), Log{});
 }
 
-TEST_F(BusTest, CutChipDoesNotAnswerAndKeepsItsRegisters) {
-    bus.cut(0x41);
-    EXPECT_TRUE(bus.isCut(0x41));
-    EXPECT_FALSE(bus.writeRegister(0x41, 4, 0));
-    EXPECT_EQ(bus.readRegister(0x4C, 0), 0x1E) << "the others go on";
-    bus.mend(0x41);
-    EXPECT_EQ(bus.readRegister(0x41, 4), 0x80);
-}
-
-TEST_F(BusTest, ChipAtTwoAddressesIsCutAndMendedAtBoth) {
-    bus.attach(0x42, first);
-    EXPECT_EQ(bus.readRegister(0x42, 4), 0x80);
-    for (const int cut : {0x41, 0x42}) {
-        bus.cut(static_cast<std::uint8_t>(cut));
-        EXPECT_EQ(bus.readRegister(0x41, 4), std::nullopt);
-        EXPECT_EQ(bus.readRegister(0x42, 4), std::nullopt);
-        EXPECT_EQ(bus.readRegister(0x4C, 0), 0x1E);
-        bus.mend(static_cast<std::uint8_t>(0x41 + 0x42 - cut));
-        EXPECT_EQ(bus.readRegister(0x41, 4), 0x80);
-        EXPECT_EQ(bus.readRegister(0x42, 4), 0x80);
-    }
-}
-
 TEST_F(BusTest, CutAddressWithoutAChipIsMendedAlone) {
     bus.cut(0x50);
     bus.cut(0x51);
