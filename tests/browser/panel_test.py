@@ -161,7 +161,7 @@ class PanelTest(unittest.TestCase):
         bay.send_keys(Keys.ENTER)
         for switch, lit in (("on", True), ("off", False)):
             with self.subTest(switch):
-                subprocess.run([BIN / "sesctl", "--name", self.lab.name, "led", switch, "3"], check=True)
+                self.press(f"#slot-tools button[title='ses drive 3 fault {switch}']")
                 until(lambda: self.lab.state()["chassis"]["slots"][3]["faultLed"] is lit, "JSON")
                 chip = self.lab.state()["chips"][0]
                 pins = bytes.fromhex(chip["registers"])[6]
@@ -239,6 +239,8 @@ class PanelTest(unittest.TestCase):
         os.kill(self.lab.state()["daemon"]["pid"], signal.SIGKILL)
         until(lambda: "The daemon has ended with status 137" in self.text("#gone"), "the daemon's end")
         self.assertEqual(self.text("#fact-daemon strong"), "ended")
+        self.press("button[title='daemon start']")
+        until(lambda: self.text("#fact-daemon strong") == "running" and not self.has("#gone"), "the daemon again")
         self.lab.end()
         until(lambda: "The lab is gone" in self.text("#gone"), "the lab's end")
 

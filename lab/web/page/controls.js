@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What can be broken beside the enclosure's own parts: the bus, the message switch, the peers, the
 // daemon; and the command line for everything there is.
-import { $, el, button, act, post } from '/dom.js';
+import { $, el, button, act, commands, offered } from '/dom.js';
 
 const ACTIONS = [['nak', 'not acknowledged'], ['timeout', 'times out'], ['stuck', 'bus stuck'],
   ['value:0xFF', 'data 0xFF'], ['value:0x00', 'data 0x00'], ['xor:0x80', 'top bit turned'], ['frozen', 'frozen reading'],
@@ -25,16 +25,19 @@ const rules = el('ul', { class: 'rules', 'aria-label': 'Fault rules' });
 const words = () => ['fault add', device.value, direction.value, register.value.trim() && `reg=${register.value.trim()}`,
   Number(heal.value) > 0 && `heal=${heal.value}`, `act=${action.value}`].filter(Boolean).join(' ');
 
-$('faults').append(
-  ...group('Bus', device, direction, register, action, heal, button('Add fault', words, { id: 'add-fault' })), rules,
-  ...group('Message switch',
-    button('Stop reading', 'switch stop'), button('Read again', 'switch go'),
-    button('Drop the daemon', 'switch close'), button('Take it again', 'switch open'), choice('Delivers', 'switch', SWITCH)),
-  ...group('Start-up process',
-    choice('Answers', 'startup', [['answer', 'OK'], ['error', 'rejected'], ['silent', 'not at all']]),
-    choice('Shutdown', 'shutdown', [['ignore', 'noted only'], ['perform', 'performed'], ['refuse', 'refused']])),
-  ...group('Daemon',
-    button('Start', 'daemon start'), button('Stop', 'daemon stop'), button('Kill', 'daemon kill')));
+function build() {
+  $('faults').append(
+    ...group('Bus', device, direction, register, action, heal, button('Add fault', words, { id: 'add-fault' })), rules,
+    ...group('Message switch',
+      button('Stop reading', 'switch stop'), button('Read again', 'switch go'),
+      button('Drop the daemon', 'switch close'), button('Take it again', 'switch open'), choice('Delivers', 'switch', SWITCH)),
+    ...group('Start-up process',
+      choice('Answers', 'startup', [['answer', 'OK'], ['error', 'rejected'], ['silent', 'not at all']]),
+      choice('Shutdown', 'shutdown', [['ignore', 'noted only'], ['perform', 'performed'], ['refuse', 'refused']])),
+    ...(offered('daemon') ? group('Daemon',
+      button('Start', 'daemon start'), button('Stop', 'daemon stop'), button('Kill', 'daemon kill')) : []));
+  $('commands').replaceChildren(...commands.map((line) => el('option', { value: line })));
+}
 
 function showRules(faults) {
   const key = JSON.stringify(faults);
@@ -46,6 +49,7 @@ function showRules(faults) {
 }
 
 export function showFaults(state) {
+  if ($('faults').childElementCount === 0) build();
   const names = ['any', ...state.chips.map((chip) => chip.name)].join();
   if (device.dataset.key !== names) {
     device.dataset.key = names;
@@ -59,8 +63,3 @@ $('command').addEventListener('submit', async (event) => {
   const line = $('line').value.trim();
   if (line !== '' && await act(line)) $('line').value = '';
 });
-
-// What the command box offers.
-post('/api/command', 'help').then((text) => {
-  $('commands').replaceChildren(...text.split('\n').map((line) => el('option', { value: line })));
-}, () => {});

@@ -60,6 +60,13 @@ export async function act(line) {
   }
 }
 
+// The commands this lab has, as its help lists them.
+export let commands = [];
+export async function loadCommands() {
+  commands = (await post('/api/command', 'help').catch(() => '')).split('\n');
+}
+export const offered = (name) => commands.some((line) => line.split(' ')[0] === name);
+
 // A button for a command line; `line` may be a function that gives it at the moment of the click.
 export function button(text, line, attributes = {}) {
   return el('button', {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The front panel: takes the lab's stream, keeps what it said last, and has the parts of the page
 // show it.
-import { $, el, setText, post, getJson } from '/dom.js';
+import { $, el, setText, post, getJson, loadCommands } from '/dom.js';
 import { showPicture, alarmSound } from '/picture.js';
 import { showHeat } from '/charts.js';
 import { showFaults } from '/controls.js';
@@ -183,4 +183,4 @@ setInterval(() => {
 }, 1000);
 
 clearLines();
-listen();
+loadCommands().then(listen);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The enclosure as a picture: drive slots with their LEDs, the LED strip, fans, supplies, alarm.
-import { $, el, svg, setText, setAttribute, button, act } from '/dom.js';
+import { $, el, svg, setText, setAttribute, button, act, offered } from '/dom.js';
 
 const narrow = matchMedia('(max-width: 40rem)');
 const still = matchMedia('(prefers-reduced-motion: reduce)');
@@ -71,7 +71,7 @@ function buildSlotTools() {
   }
   const slot = latest.chassis.slots[chosenSlot];
   const list = [el('span', { class: 'what' }, `Slot ${chosenSlot}`)];
-  if (slot.faultLed !== null) {
+  if (slot.faultLed !== null && offered('ses')) {
     list.push(button('Fault LED on', `ses drive ${chosenSlot} fault on`), button('Fault LED off', `ses drive ${chosenSlot} fault off`));
   }
   if (slot.present !== null) {
@@ -205,7 +205,8 @@ function buildPower(state) {
     power.rails.push(tile);
     tiles.push(tile);
   }
-  power.alarm = switchTile('alarm', 'Alarm', [button('Mute', 'ses alarm 0 mute', { 'aria-label': 'Mute the alarm' })]);
+  power.alarm = switchTile('alarm', 'Alarm', offered('ses') ? [
+    button('Mute', 'ses alarm 0 mute', { 'aria-label': 'Mute the alarm' })] : []);
   tiles.push(power.alarm);
   $('power').replaceChildren(...tiles.map((tile) => tile.node));
   return power;
