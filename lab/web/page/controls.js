@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What can be broken beside the enclosure's own parts: the bus, the message switch, the peers, the
 // daemon; and the command line for everything there is.
-import { $, el, button, act, commands, offered } from '/dom.js';
+import { $, el, setText, button, act, commands, offered } from '/dom.js';
 
 const ACTIONS = [['nak', 'not acknowledged'], ['timeout', 'times out'], ['stuck', 'bus stuck'],
   ['value:0xFF', 'data 0xFF'], ['value:0x00', 'data 0x00'], ['xor:0x80', 'top bit turned'], ['frozen', 'frozen reading'],
@@ -39,13 +39,15 @@ function build() {
   $('commands').replaceChildren(...commands.map((line) => el('option', { value: line })));
 }
 
+// The list is made anew only when there are other rules: a button must stay under the finger.
 function showRules(faults) {
-  const key = JSON.stringify(faults);
-  if (rules.dataset.key === key) return;
-  rules.dataset.key = key;
-  rules.replaceChildren(...faults.map((fault) => el('li', {},
-    el('code', {}, fault.rule), el('span', { class: 'quiet' }, `${fault.fired} times${fault.over ? ', over' : ''}`),
-    button('Remove', `fault remove ${fault.number}`, { 'aria-label': `Remove fault ${fault.number}` }))));
+  const key = faults.map((fault) => fault.number).join();
+  if (rules.dataset.key !== key) {
+    rules.dataset.key = key;
+    rules.replaceChildren(...faults.map((fault) => el('li', {}, el('code', {}, fault.rule), el('span', { class: 'quiet' }),
+      button('Remove', `fault remove ${fault.number}`, { 'aria-label': `Remove fault ${fault.number}` }))));
+  }
+  faults.forEach((fault, n) => setText(rules.children[n].querySelector('span'), `${fault.fired} times${fault.over ? ', over' : ''}`));
 }
 
 export function showFaults(state) {

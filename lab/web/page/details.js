@@ -25,17 +25,28 @@ function prepend(list, node) {
   if (list.childElementCount > LIST_MAX) list.lastElementChild.remove();
 }
 
-// The event that a mail follows says what it is about.
-function addMail(line) {
-  const cause = lines.findLast((earlier) => earlier.tag === 'event');
+// A mail says nothing itself; the events of the same poll, before it or behind it, say what it is
+// about.
+let open = [];  // mails that may get further events: { time, about }
+function addMail(line, moment) {
+  const about = lines.filter((other) => other.tag === 'event' && line.time - other.time < moment).map((other) => other.text);
+  const view = el('span', {}, about.join(' · ') || 'notification');
+  open.push({ time: line.time, about, view });
   mails += 1;
   setText($('mail-count'), `${mails} sent`);
-  prepend($('mails'), el('li', {}, el('time', {}, clock(line.time)),
-    el('span', {}, cause ? `About: ${cause.text}` : 'Notification')));
+  prepend($('mails'), el('li', {}, el('time', {}, clock(line.time)), view));
+}
+function addToMails(line, moment) {
+  open = open.filter((mail) => line.time - mail.time < moment);
+  for (const mail of open) {
+    mail.about.push(line.text);
+    setText(mail.view, mail.about.join(' · '));
+  }
 }
 
 export function clearLines() {
   lines = [];
+  open = [];
   mails = 0;
   $('events').replaceChildren(el('li', { class: 'none' }, 'Nothing yet.'));
   $('mails').replaceChildren(el('li', { class: 'none' }, 'No mail yet. A fault sends one.'));
@@ -43,11 +54,13 @@ export function clearLines() {
 }
 
 // `text` as the lab's terminal shows it: a tag of eight columns, then what happened. The parsed
-// line is the result.
-export function addLine({ time, text }) {
+// line is the result. `speed` is the lab's.
+export function addLine({ time, text }, speed) {
   const line = { time, tag: text.slice(0, 8).trim(), text: text.slice(8) };
   if (line.tag === 'panel') return line;
-  if (line.tag === 'mail') addMail(line);
+  const moment = 0.3 + 0.05 * speed;  // seconds that a poll's messages lie apart
+  if (line.tag === 'mail') addMail(line, moment);
+  if (line.tag === 'event') addToMails(line, moment);
   lines.push(line);
   if (lines.length > LIST_MAX) lines.shift();
   if (shown(line)) prepend($('events'), item(line));

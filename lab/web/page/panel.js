@@ -161,7 +161,7 @@ function listen() {
     readPageSoon(100);
   });
   stream.addEventListener('line', (event) => {
-    const line = addLine(JSON.parse(event.data));
+    const line = addLine(JSON.parse(event.data), state?.speed ?? 1);
     if (['event', 'startup', 'led'].includes(line.tag)) readPageSoon();
   });
   stream.addEventListener('state', (event) => {
