@@ -42,6 +42,7 @@ class Run {
     Outcome run() {
         lab_.onMessage([this](std::uint8_t from, const Message& message) { see(from, message); });
         lab_.onDaemonExit([this] { daemonEnded(); });
+        lab_.onNote([this](const std::string& line) { show("lab", line); });
         at(0, [this] { doCommand(nullptr, "daemon start"); });
         for (std::size_t n = 0; n < scenario_.steps.size(); ++n) {
             const Step& step = scenario_.steps[n];
