@@ -347,8 +347,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
                     "daemon to run (default: esa beside enclab)")
         ->check(CLI::ExistingFile);
     run->add_option("--encdev", arguments.run.lab.encdev,
-                    "preload library for that daemon (default: the one of this build)")
-        ->check(CLI::ExistingFile);
+                    "preload library for that daemon (default: the one of this build)");
     run->add_option("--emulator", arguments.emulator,
                     "command line that runs a daemon built for another machine");
     return run;
