@@ -105,7 +105,7 @@ TEST_F(LabDirectoryTest, ClearsTheSegmentOfAKilledLabAndNoOther) {
     const ParameterArea mine;
     file("b/lock", std::to_string(getpid() + 1) + " " + std::to_string(mine.shmid()) + "\n");
     EXPECT_EQ(failure(place_ / "b"), "");
-    EXPECT_TRUE(segmentExists(mine.shmid()));
+    EXPECT_EQ(shmget(mine.key(), 0, 0), mine.shmid()) << "a removed one loses its key";
 }
 
 TEST(ParameterAreaTest, HasTheLayoutOfTheBoardInHostByteOrderAndAKeyOfItsOwn) {
