@@ -112,6 +112,9 @@ int runScenarios(const RunArguments& arguments) {
             return kExitUnusable;
         }
         allHeld = allHeld && results.back().outcome.failures.empty();
+        if (endWanted != 0) {
+            break;
+        }
     }
     if (!arguments.junit.empty()) {
         writeJunit(arguments.junit, results);
