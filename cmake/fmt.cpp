@@ -3,7 +3,8 @@
 // brings its headers for every target, its library for the build machine only.
 #include <fmt/format-inl.h>
 
-namespace fmt::inline v9::detail {
+FMT_BEGIN_NAMESPACE
+namespace detail {
 template auto dragonbox::to_decimal(float) noexcept -> dragonbox::decimal_fp<float>;
 template auto dragonbox::to_decimal(double) noexcept -> dragonbox::decimal_fp<double>;
 template locale_ref::locale_ref(const std::locale&);
@@ -13,4 +14,5 @@ template auto decimal_point_impl(locale_ref) -> char;
 template void buffer<char>::append(const char*, const char*);
 template void vformat_to(buffer<char>&, string_view, basic_format_args<FMT_BUFFER_CONTEXT(char)>,
                          locale_ref);
-}  // namespace fmt::inline v9::detail
+}  // namespace detail
+FMT_END_NAMESPACE
