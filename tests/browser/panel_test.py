@@ -19,7 +19,6 @@ import urllib.request
 from prometheus_client.parser import text_string_to_metric_families
 from selenium import webdriver
 from selenium.webdriver.chrome.options import Options
-from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.ui import Select
@@ -81,13 +80,20 @@ class PanelTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         options = Options()
-        for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1400,2400"):
+        for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--remote-debugging-pipe",
+                         "--window-size=1400,2400"):
             options.add_argument(argument)
-        cls.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
-        cls.lab = Lab("browser")
-        cls.browser.get(cls.lab.url)
-        cls.addClassCleanup(cls.lab.process.kill)
+        # By number and by pipe: not every machine has the name localhost, which the usual ways want.
+        driver = subprocess.Popen(["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True)
+        cls.addClassCleanup(driver.stdout.close)
+        cls.addClassCleanup(driver.wait)
+        cls.addClassCleanup(driver.terminate)
+        port = next(found[1] for line in driver.stdout if (found := re.search(r"successfully on port (\d+)", line)))
+        cls.browser = webdriver.Remote(f"http://127.0.0.1:{port}", options=options)
         cls.addClassCleanup(cls.browser.quit)
+        cls.lab = Lab("browser")
+        cls.addClassCleanup(cls.lab.process.kill)
+        cls.browser.get(cls.lab.url)
         until(lambda: "VSC055, answers" in cls.text("#events"), "bring-up")
 
     @classmethod
