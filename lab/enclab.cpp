@@ -5,6 +5,10 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <unistd.h>
+#include <asio/buffer.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/read_until.hpp>
+#include <asio/signal_set.hpp>
 
 #include <CLI/CLI.hpp>
 #include <csignal>

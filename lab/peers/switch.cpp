@@ -2,6 +2,10 @@
 #include "lab/peers/switch.h"
 
 #include <array>
+#include <asio/buffer.hpp>
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/write.hpp>
 #include <deque>
 #include <optional>
 #include <stdexcept>

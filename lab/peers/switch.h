@@ -4,7 +4,7 @@
 // reading, or drop the daemon and refuse it.
 #pragma once
 
-#include <asio.hpp>
+#include <asio/io_context.hpp>
 #include <cstdint>
 #include <filesystem>
 #include <functional>

@@ -6,6 +6,7 @@
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <asio/buffer.hpp>
 
 #include <cerrno>
 #include <chrono>

@@ -5,7 +5,9 @@
 
 #include <sys/types.h>
 
-#include <asio.hpp>
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/signal_set.hpp>
 #include <csignal>
 #include <functional>
 #include <optional>

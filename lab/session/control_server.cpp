@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "lab/session/control_server.h"
 
+#include <asio/buffer.hpp>
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/read.hpp>
+#include <asio/read_until.hpp>
+#include <asio/write.hpp>
 #include <memory>
 
 namespace enclab {

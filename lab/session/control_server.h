@@ -3,7 +3,8 @@
 // the text, each on lines of their own.
 #pragma once
 
-#include <asio.hpp>
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
 #include <filesystem>
 #include <string>
 

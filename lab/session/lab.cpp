@@ -4,6 +4,7 @@
 #include <elf.h>
 #include <fmt/format.h>
 #include <unistd.h>
+#include <asio/io_context.hpp>
 
 #include <algorithm>
 #include <csignal>

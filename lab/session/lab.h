@@ -4,7 +4,7 @@
 // happens inside runFor() and runUntil(), or inside the loop of io().
 #pragma once
 
-#include <asio.hpp>
+#include <asio/io_context.hpp>
 #include <chrono>
 #include <deque>
 #include <filesystem>

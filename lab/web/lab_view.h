@@ -3,7 +3,8 @@
 // and puts states out for the browsers.
 #pragma once
 
-#include <asio.hpp>
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
 #include <deque>
 #include <nlohmann/json.hpp>
 

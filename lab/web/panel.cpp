@@ -7,6 +7,7 @@
 #include <fmt/ranges.h>
 #include <httplib.h>
 #include <sys/random.h>
+#include <asio/post.hpp>
 
 #include <algorithm>
 #include <array>

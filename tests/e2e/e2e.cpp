@@ -3,6 +3,9 @@
 
 #include <fmt/format.h>
 #include <unistd.h>
+#include <asio/buffer.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/write.hpp>
 
 #include <algorithm>
 #include <fstream>

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <asio/local/stream_protocol.hpp>
 
 #include <chrono>
 #include <memory>

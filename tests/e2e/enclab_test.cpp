@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <sys/shm.h>
 #include <unistd.h>
+#include <asio/io_context.hpp>
 
 #include <csignal>
 #include <fstream>

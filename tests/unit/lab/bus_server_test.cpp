@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include <asio.hpp>
+#include <asio/buffer.hpp>
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/write.hpp>
 #include <filesystem>
 
 #include "lab/chips/lm75.h"

@@ -5,7 +5,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <asio.hpp>
+#include <asio/io_context.hpp>
+#include <asio/post.hpp>
 #include <filesystem>
 #include <memory>
 

@@ -2,6 +2,11 @@
 // The peers: what messages are described by (cases/describe.txt), framing, and the switch
 // and the start-up process through real sockets.
 #include <gtest/gtest.h>
+#include <asio/buffer.hpp>
+#include <asio/io_context.hpp>
+#include <asio/local/stream_protocol.hpp>
+#include <asio/read.hpp>
+#include <asio/write.hpp>
 
 #include <filesystem>
 #include <string>
