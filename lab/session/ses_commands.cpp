@@ -79,8 +79,13 @@ std::string Commands::sesAs(std::uint8_t endpoint, const Words& words) {
             "alarm N mute|information|critical");
     }
     const auto index = number<unsigned>(words[1], "a number");
-    sesctl::ControlPage nothing({}, {});
-    row->make(nothing, 0, words.back());  // throws for a word that is none
+    if (const auto& known = agent.configuration(); known && index >= known->counts[row->kind]) {
+        refuse(fmt::format("the daemon's enclosure has no {} {}", row->element, index));
+    }
+    sesctl::Configuration oneOfEach;
+    oneOfEach.counts.fill(1);
+    sesctl::ControlPage trial(oneOfEach, {});
+    row->make(trial, 0, words.back());  // throws for a word that is none
     agent.change(endpoint, [this, row, index, last = words.back()](sesctl::ControlPage& page) {
         if (index < lab_.sesAgent().configuration()->counts[row->kind]) {
             row->make(page, index, last);
