@@ -1,122 +1,142 @@
 // SPDX-License-Identifier: Apache-2.0
-// The enclosure bus: addresses, faults and what the log says about transfers.
-#include "lab/bus/bus.h"
-
-#include <gmock/gmock.h>
+// The enclosure bus: what its log says of transfers (scripts/bus.txt), the text form of fault rules
+// and what each rule does to a given traffic (scripts/fault_rules.txt).
 #include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+
+#include "lab/bus/bus.h"
+#include "tests/support/script.h"
 
 namespace enclab {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-using Messages = std::vector<BusMessage>;
-using Log = std::vector<std::string>;
+std::vector<std::uint8_t> lookup(const std::string& device) {
+    const std::map<std::string, std::vector<std::uint8_t>> devices = {
+        {"vsc055", {0x41}}, {"lm75-0", {0x4C}}, {"lm75-*", {0x4C, 0x4D}}};
+    return devices.contains(device) ? devices.at(device)
+                                    : throw std::out_of_range("no device '" + device + "'");
+}
 
-// Registers with a pointer; refuses writes to register 0xEE.
-class TestChip : public Chip {
+class RegisterChip : public Chip {
   public:
+    // Refuses writes to register 0xEE.
     bool write(std::span<const std::uint8_t> bytes) override {
-        if (!bytes.empty()) {
-            pointer = bytes[0];
-        }
-        if (bytes.size() > 1) {
-            registers[pointer] = bytes[1];
+        pointer = bytes.empty() ? pointer : bytes[0];
+        for (std::size_t n = 1; n < bytes.size(); ++n) {
+            registers[pointer + n - 1] = bytes[n];
         }
         return pointer != 0xEE;
     }
     void read(std::span<std::uint8_t> bytes) override {
-        for (std::uint8_t& byte : bytes) {
-            byte = registers[pointer];
+        for (std::size_t n = 0; n < bytes.size(); ++n) {
+            bytes[n] = registers[pointer + n];
         }
     }
 
-    std::array<std::uint8_t, 256> registers{};
-    std::uint8_t pointer = 0;
+    std::array<std::uint8_t, 260> registers{};
+    std::size_t pointer = 0;
 };
 
-class BusTest : public testing::Test {
-  protected:
-    BusTest() {
-        bus.attach(0x41, first);
-        bus.attach(0x4C, second);
-        first.registers[4] = 0x80;
-        second.registers[0] = 0x1E;
-    }
-
-    int run(Messages messages) { return bus.transfer(messages).error; }
-
-    Log takeLog() {
-        Log lines;
-        for (const BusTransfer& transfer : bus.log()) {
-            lines.push_back(describe(transfer));
+class BusPlayer : public Player {
+  public:
+    BusPlayer() {
+        for (auto& [address, chip] : chips_) {
+            bus_.attach(address, chip);
         }
-        bus.clearLog();
-        return lines;
+        bus_.setClock([this] { return now_; });
+        bus_.observe([this](const BusTransfer& t) { seen_ = describe(t); });
+        commands["log"] = [this](const Words& words) { say(logged(words)); };
+        commands["cut"] = [this](const Words& words) { bus_.cut(byteAt(words[1], 0)); };
+        commands["set"] = [this](const Words& words) { set(std::span(words.all).subspan(1)); };
+        commands["run"] = [this](const Words& words) { say(traffic(words)); };
+        commands["chance"] = [this](const Words& words) { say(chance(words.number(1))); };
+        commands["list"] = [this](const Words&) { list(); };
+        commands["remove"] = [this](const Words& words) {
+            say(bus_.remove(words.number(1)) ? "gone" : "none");
+        };
+        commands["mend"] = [this](const Words& words) { bus_.mend(byteAt(words[1], 0)); };
     }
 
-    TestChip first;
-    TestChip second;
-    Bus bus;
+  private:
+    // What observers see of a transfer of messages as "r4c.00" and "w41.04.7f".
+    std::string logged(const Words& words) {
+        std::vector<BusMessage> messages;
+        for (const std::string& word : std::span(words.all).subspan(1)) {
+            messages.push_back({byteAt(word, 1), word[0] == 'r', {}});
+            for (std::size_t at = 4; at < word.size(); at += 3) {
+                messages.back().bytes.push_back(byteAt(word, at));
+            }
+        }
+        const int error = bus_.transfer(messages).error;
+        return messages.empty() ? strerrorname_np(error) : seen_;
+    }
+    void set(std::span<const std::string> words) {
+        const FaultRule rule = parseFaultRule(words, lookup);
+        const std::string text = describe(rule);
+        EXPECT_EQ(parseFaultRule(Words(text).all, lookup), rule) << text;
+        say(bus_.add(rule), ": ", text);
+    }
+    void list() {
+        for (const Fault& fault : bus_.faults()) {
+            say(fault.number(), ": acted on ", fault.fired(), ", matched ", fault.matched(),
+                fault.over(now_) ? ", over" : "");
+        }
+    }
+    std::string chance(int times) {
+        std::string trace;
+        while (times-- > 0) {
+            trace += transfer("41.04") == "00" ? '.' : 'x';
+        }
+        return trace;
+    }
+    std::string traffic(const Words& words) {
+        std::string answers;
+        for (const std::string& word : std::span(words.all).subspan(1)) {
+            if (word[0] == '@') {
+                now_ = std::stod(word.substr(1));
+            } else if (word.find(':') != word.npos) {
+                chips_.at(byteAt(word, 0)).registers[byteAt(word, 3)] = byteAt(word, 6);
+            } else {
+                answers += (answers.empty() ? "" : " ") + transfer(word);
+            }
+        }
+        return answers;
+    }
+
+    static std::uint8_t byteAt(const std::string& word, std::size_t position) {
+        return static_cast<std::uint8_t>(std::stoul(word.substr(position, 2), nullptr, 16));
+    }
+    std::string transfer(const std::string& word) {
+        const std::uint8_t address = byteAt(word, 0);
+        std::vector<BusMessage> messages{{address, false, {byteAt(word, 3)}}};
+        if (word.find('=') != word.npos) {
+            messages[0].bytes.push_back(byteAt(word, 6));
+        } else {
+            const std::size_t length = word.find('+') != word.npos ? 2 : 1;
+            messages.push_back({address, true, std::vector<std::uint8_t>(length)});
+        }
+        const BusResult result = bus_.transfer(messages);
+        const std::string delay =
+            result.delay.count() > 0 ? "~" + std::to_string(result.delay.count()) : "";
+        return (result.error != 0 ? strerrorname_np(result.error) : seen()) + delay;
+    }
+    // Behind the '='.
+    std::string seen() const { return seen_.substr(seen_.find('=') + 1); }
+
+    std::map<std::uint8_t, RegisterChip> chips_{{0x41, {}}, {0x4C, {}}, {0x4D, {}}};
+    Bus bus_;
+    double now_ = 0;
+    std::string seen_;
 };
 
-TEST_F(BusTest, TransfersReachTheChipOfTheirAddress) {
-    EXPECT_EQ(bus.readRegister(0x41, 4), 0x80);
-    EXPECT_EQ(bus.readRegister(0x4C, 0), 0x1E);
-    EXPECT_TRUE(bus.writeRegister(0x4C, 3, 0x55));
-    EXPECT_EQ(second.registers[3], 0x55);
-    EXPECT_EQ(first.registers[3], 0);
-    EXPECT_EQ(bus.readRegister(0x42, 0), std::nullopt);
-    EXPECT_EQ(takeLog(), (Log{"R 41 04=80", "R 4c 00=1e", "W 4c 03=55", "R 42 00 ENXIO"}));
+TEST(Bus, SaysWhatHappensOnIt) {
+    scriptPlay<BusPlayer>(SCRIPTS "/bus.txt");
 }
 
-TEST_F(BusTest, LogDescribesEveryKindOfTransfer) {
-    EXPECT_EQ(run({{0x41, false, {}}}), 0);
-    EXPECT_EQ(run({{0x41, false, {4}}}), 0);
-    EXPECT_EQ(run({{0x41, true, {0}}}), 0);
-    EXPECT_EQ(run({{0x41, false, {4}}, {0x41, true, {0, 0}}}), 0);
-    EXPECT_EQ(run({{0x41, false, {4, 1, 2}}}), 0);
-    EXPECT_EQ(run({{0x41, false, {4}}, {0x4C, true, {0}}}), 0);
-    EXPECT_EQ(run({{0x41, false, {0xEE, 1}}}), ENXIO);
-    EXPECT_EQ(run({{0x42, true, {0}}}), ENXIO);
-    EXPECT_EQ(takeLog(), (Log{"W 41", "W 41 04", "R 41 =80", "R 41 04=80 80", "W 41 04=01 02",
-                              "W 41 04 + R 4c =1e", "W 41 ee ENXIO", "R 42 =00 ENXIO"}));
-    EXPECT_EQ(run({}), EINVAL);
-    EXPECT_EQ(takeLog(), Log{});
-}
-
-TEST_F(BusTest, CutAddressWithoutAChipIsMendedAlone) {
-    bus.cut(0x50);
-    bus.cut(0x51);
-    bus.mend(0x50);
-    EXPECT_FALSE(bus.isCut(0x50));
-    EXPECT_TRUE(bus.isCut(0x51));
-}
-
-TEST_F(BusTest, MessagesBeforeOneThatFailsHaveHappened) {
-    EXPECT_EQ(run({{0x41, false, {7, 0x11}}, {0x42, false, {0}}, {0x4C, false, {7, 0x22}}}), ENXIO);
-    EXPECT_EQ(first.registers[7], 0x11);
-    EXPECT_EQ(second.registers[7], 0);
-}
-
-TEST_F(BusTest, ObserversSeeTransfersUntilTheyAreRemoved) {
-    Log seen;
-    const int one = bus.observe([&](const BusTransfer& t) {
-        seen.push_back(std::to_string(t.number) + " " + describe(t));
-    });
-    bus.observe([&](const BusTransfer& t) { seen.push_back("second " + describe(t)); });
-    bus.readRegister(0x41, 4);
-    bus.unobserve(one);
-    bus.cut(0x41);
-    bus.readRegister(0x41, 4);
-    EXPECT_EQ(seen, (Log{"1 R 41 04=80", "second R 41 04=80", "second R 41 04 ENXIO"}));
-}
-
-TEST_F(BusTest, LogKeepsTheLastTransfers) {
-    for (std::size_t n = 0; n < Bus::kLogLength + 5; ++n) {
-        bus.readRegister(0x41, 4);
-    }
-    EXPECT_EQ(bus.log().size(), Bus::kLogLength);
-    EXPECT_EQ(bus.log().front().number, 6U);
+TEST(FaultRule, DoesToTheTrafficWhatItSays) {
+    scriptPlay<BusPlayer>(SCRIPTS "/fault_rules.txt");
 }
 
 }  // namespace

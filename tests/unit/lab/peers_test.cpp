@@ -1,32 +1,32 @@
 // SPDX-License-Identifier: Apache-2.0
-// The peers: what messages are described by (cases/describe.txt), framing, and the switch
-// and the start-up process through real sockets.
+// The peers, as scripts/describe.txt and scripts/peers.txt type them: what messages are described
+// by, and the switch, the start-up process and the link to the daemon on real sockets and a
+// schedule that moves by hand.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <gtest/gtest.h>
+
 #include <asio/buffer.hpp>
 #include <asio/io_context.hpp>
 #include <asio/local/stream_protocol.hpp>
 #include <asio/read.hpp>
 #include <asio/write.hpp>
-
 #include <filesystem>
-#include <string>
+#include <map>
 
+#include "lab/peers/daemon_link.h"
+#include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
-#include "lab/peers/switch.h"
-#include "tests/support/cases.h"
 #include "tests/support/hex.h"
+#include "tests/support/script.h"
 
 namespace enclab {
 namespace {
 
-using Local = asio::local::stream_protocol;
-
-constexpr std::uint8_t kDaemon = 33;
-constexpr std::uint8_t kEnviron = 26;
+using Socket = asio::local::stream_protocol::socket;
 
 // A message as describe.txt types it.
-Message typed(const std::string& text) {
-    const std::vector<std::string> words = wordsOf(text);
+Message typed(std::span<const std::string> words) {
     const bool isEvent = words[0] == "event";
     const std::size_t length = isEvent ? 360 : std::stoul(words[0]);
     Bytes bytes(length);
@@ -47,19 +47,6 @@ Message typed(const std::string& text) {
     return Message(bytes);
 }
 
-TEST(Describe, SaysWhatIsTyped) {
-    std::ifstream file(CASES "/describe.txt");
-    int count = 0;
-    for (std::string line; std::getline(file, line);) {
-        if (line[0] != '#') {
-            const std::size_t bar = line.find(" | ");
-            EXPECT_EQ(describe(typed(line.substr(0, bar))), line.substr(bar + 3));
-            ++count;
-        }
-    }
-    EXPECT_GT(count, 0);
-}
-
 // A record may claim anything; a line comes out for every command, page and length.
 TEST(Describe, SurvivesEveryLengthAndByteValue) {
     for (const std::uint8_t protocol : Bytes{8, 12, 13, 18}) {
@@ -74,8 +61,8 @@ TEST(Describe, SurvivesEveryLengthAndByteValue) {
 }
 
 TEST(Framer, CutsMessagesWhereverTheStreamIsSplit) {
-    const Bytes second = typed("72 71:AB").bytes();
-    Bytes stream = typed("64 40:01020304").bytes();
+    const Bytes second = typed(Words("72 71:AB").all).bytes();
+    Bytes stream = typed(Words("64 40:01020304").all).bytes();
     stream.insert(stream.end(), second.begin(), second.end());
     for (std::size_t split = 0; split <= stream.size(); ++split) {
         Framer framer;
@@ -96,158 +83,220 @@ TEST(Framer, CutsMessagesWhereverTheStreamIsSplit) {
 TEST(Framer, StopsAtALengthNoMessageHas) {
     for (const char* const bad : {"64 10:0000", "64 10:003F", "64 10:0FE1", "64 10:FFFF"}) {
         Framer framer;
-        framer.append(typed("64").bytes());
-        framer.append(typed(bad).bytes());
-        framer.append(typed("64").bytes());
+        framer.append(typed(Words("64").all).bytes());
+        framer.append(typed(Words(bad).all).bytes());
+        framer.append(typed(Words("64").all).bytes());
         EXPECT_TRUE(framer.next().has_value());
         EXPECT_FALSE(framer.next().has_value());
         EXPECT_TRUE(framer.broken()) << bad;
     }
 }
 
-class SwitchTest : public testing::Test {
-  protected:
-    SwitchTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "switch-XXXXXX").string();
-        directory_ = mkdtemp(name.data());
-        switch_ = std::make_unique<MessageSwitch>(io_, directory_);
-        switch_->listen(kDaemon, "esadapter");
-        switch_->listen(kEnviron, "environ");
-        switch_->listen(20, "volmgr");
+class HandSchedule : public Schedule {
+  public:
+    double now() const override { return static_cast<double>(now_) / 1000; }
+    void after(Seconds wait, std::function<void()> action) override {
+        due_.emplace(now_ + std::llround(wait.count() * 1000), std::move(action));
     }
-    ~SwitchTest() override {
-        switch_.reset();
-        EXPECT_TRUE(std::filesystem::is_empty(directory_)) << "the socket files go with it";
-        std::filesystem::remove_all(directory_);
+    void passMillisecond() {
+        ++now_;
+        doDue();
+    }
+    void doDue() {
+        while (!due_.empty() && due_.begin()->first <= now_) {
+            due_.extract(due_.begin()).mapped()();
+        }
     }
 
-    Local::socket connect(const std::string& name) {
-        Local::socket socket(io_);
-        socket.connect(Local::endpoint((directory_ / name).string()));
-        settle();
-        return socket;
+  private:
+    long long now_ = 0;
+    std::multimap<long long, std::function<void()>> due_;
+};
+
+class PeersPlayer : public Player {
+  public:
+    PeersPlayer() {
+        std::filesystem::create_directories(directory_);
+        switch_.listen(33, "daemon");
+        switch_.listen(26, "environ");
+        switch_.listen(20, "volmgr");
+        startup_.onPowerOff([this] { say("power off"); });
+        connect("daemon", "daemon");
+        switchCommands();
+        linkCommands();
+        peerCommands();
     }
-    // Lets everything happen that is due; local sockets deliver at once.
+    ~PeersPlayer() override { std::filesystem::remove_all(directory_); }
+
+  private:
+    void switchCommands() {
+        commands["describe"] = [this](const Words& w) { say(describe(typedFrom(w, 1))); };
+        commands["connect"] = [this](const Words& w) { connect(w[1], w[2]); };
+        commands["write"] = [this](const Words& w) { write(w[1], typedFrom(w, 2).bytes()); };
+        commands["part"] = [this](const Words& w) {
+            Bytes bytes = typedFrom(w, 3).bytes();
+            bytes.resize(w.u32(2));
+            write(w[1], bytes);
+        };
+        commands["raw"] = [this](const Words& w) { write(w[1], hexBytes(w[2])); };
+        commands["many"] = [this](const Words& w) { many(w.number(1), typedFrom(w, 2).bytes()); };
+        commands["read"] = [this](const Words& w) { say(readOf(w[1])); };
+        commands["leave"] = [this](const Words& w) { sockets_.erase(w[1]); };
+        commands["switch"] = [this](const Words&) {
+            say(switch_.undelivered(), " undelivered, ", switch_.brokenStreams(), " broken, ",
+                switch_.connections(26), " of environ");
+        };
+        commands["stop"] = [this](const Words&) { switch_.stopReading(33); };
+        commands["resume"] = [this](const Words&) { switch_.resumeReading(33); };
+        commands["close"] = [this](const Words&) { switch_.close(33); };
+        commands["open"] = [this](const Words&) { switch_.open(33); };
+        commands["fill"] = [this](const Words&) { say(filled()); };
+    }
+    void linkCommands() {
+        commands["delay"] = [this](const Words& w) { link_.delay(milliseconds(w.number(1))); };
+        commands["split"] = [this](const Words& w) {
+            link_.split(static_cast<std::size_t>(w.number(1)), milliseconds(w.number(2)));
+        };
+        commands["glue"] = [this](const Words& w) { link_.glue(w.u32(1)); };
+        commands["plain"] = [this](const Words&) { link_.plain(); };
+        commands["die"] = [this](const Words& w) { link_.dieAfter(w.u32(1)); };
+        commands["flood"] = [this](const Words& w) {
+            w.number(2) == 0 ? link_.flood(w.u32(1))
+                             : link_.flood(w.number(1), milliseconds(w.number(2)));
+        };
+        commands["link"] = [this](const Words&) { say(link_.describe()); };
+        commands["send"] = [this](const Words& w) {
+            switch_.route(26, Message(message(18, 28, 33, w.u32(1))));
+        };
+        commands["arrivals"] = [this](const Words&) { say(arrivals()); };
+        commands["bytes"] = [this](const Words& w) {
+            say(fmt::format("{:02x}", fmt::join(take("daemon"), "")).substr(w.u32(1)));
+            ;
+        };
+    }
+    void peerCommands() {
+        commands["startup"] = [this](const Words& w) {
+            startup_.setAnswer(static_cast<StartupAnswer>(w.number(1)));
+        };
+        commands["shutdown"] = [this](const Words& w) {
+            startup_.setShutdown(static_cast<ShutdownWay>(w.number(1)));
+        };
+        commands["ask"] = [this](const Words& w) { ask(w); };
+        commands["noted"] = [this](const Words&) {
+            say("LED ", startup_.compositeLedLit() ? "lit" : "off", ", ", startup_.ledRequests(),
+                " requests, ", startup_.shutdownRequests(), " shutdowns");
+            say(startup_.mailbox());
+        };
+        commands["event"] = [this](const Words& w) {
+            Bytes event = message(8, 1, 27, 360);
+            event[211] = 2;
+            event[215] = w.u8(1);
+            write("daemon", event);
+        };
+        commands["events"] = [this](const Words& w) {
+            say(events_.list());
+            say(events_.count(w.u16(1)), " of id ", w.u16(1));
+        };
+    }
+
+    static DaemonLink::Seconds milliseconds(int count) { return DaemonLink::Seconds(count) / 1000; }
+    static Message typedFrom(const Words& w, std::size_t n) {
+        return typed(std::span(w.all).subspan(n));
+    }
+    // From the daemon to a peer, or from a client to the daemon.
+    static Bytes message(std::uint8_t protocol, std::uint8_t type, std::uint8_t to,
+                         std::size_t length = 64) {
+        Message made = Message::make(protocol, type, to == 33 ? 26 : 33, length);
+        made.addRecipient(to);
+        return made.bytes();
+    }
+    void connect(const std::string& who, const std::string& port) {
+        Socket& socket = sockets_.insert_or_assign(who, Socket(io_)).first->second;
+        socket.connect((directory_ / port).string());
+        settle();
+    }
     void settle() {
         do {
             io_.restart();
         } while (io_.poll() > 0);
     }
-    Bytes take(Local::socket& socket) {
+    void write(const std::string& who, const Bytes& bytes) {
+        asio::write(sockets_.at(who), asio::buffer(bytes));
         settle();
-        Bytes bytes(socket.available());
-        asio::read(socket, asio::buffer(bytes));
+    }
+    Bytes take(const std::string& who) {
+        settle();
+        Bytes bytes(sockets_.at(who).available());
+        asio::read(sockets_.at(who), asio::buffer(bytes));
         return bytes;
     }
-    static void send(Local::socket& socket, const Bytes& bytes) {
-        asio::write(socket, asio::buffer(bytes));
+    Lines readOf(const std::string& who) {
+        const Bytes bytes = take(who);
+        std::array<char, 1> byte;
+        asio::error_code error;
+        sockets_.at(who).non_blocking(true);
+        sockets_.at(who).read_some(asio::buffer(byte), error);
+        Lines lines = hexRows(bytes);
+        lines.push_back(error == asio::error::eof ? "closed"
+                                                  : fmt::format("{} bytes", bytes.size()));
+        return lines;
+    }
+    // The same from the daemon many times: what each gets that is not deaf.
+    void many(int times, const Bytes& bytes) {
+        std::map<std::string, std::size_t> counts;
+        while (times-- > 0) {
+            write("daemon", bytes);
+            for (const auto& [who, socket] : sockets_) {
+                counts[who] += who == "deaf" ? 0 : take(who).size();
+            }
+        }
+        say(fmt::format("{}", counts));
+    }
+    // How it ends when the daemon writes on and on.
+    std::string filled() {
+        asio::error_code error;
+        sockets_.at("daemon").non_blocking(true);
+        for (int n = 0; n < 100 && !error; ++n) {
+            asio::write(sockets_.at("daemon"), asio::buffer(Bytes(1 << 16)), error);
+            settle();
+        }
+        return error.message();
+    }
+    // "at:bytes" for each of 300 ms with any.
+    std::string arrivals() {
+        std::string text;
+        for (int ms = 0; ms < 300; ++ms) {
+            schedule_.doDue();
+            const std::size_t size = take("daemon").size();
+            text += size > 0 ? fmt::format("{}{}:{}", text.empty() ? "" : " ", ms, size) : "";
+            schedule_.passMillisecond();
+        }
+        return switch_.connections(33) == 0 ? text + " closed" : text.empty() ? "nothing" : text;
+    }
+    void ask(const Words& words) {
+        Bytes request = message(words.u8(2), words.u8(3), words.u8(1));
+        request[47] = words.u8(4);
+        request[51] = words.u8(5);
+        write("daemon", request);
+        schedule_.doDue();
+        const Bytes answer = take("daemon");
+        say(answer.empty() ? "no answer" : fmt::format("answer {}", answer.at(39)));
     }
 
-    const Bytes request_ = typed("72 12:1200001C 16:1A 24:00000002").bytes();
-    const Bytes reply_ = typed("72 12:1200001C 20:04").bytes();  // to endpoint 26
     asio::io_context io_;
-    std::filesystem::path directory_;
-    std::unique_ptr<MessageSwitch> switch_;
+    HandSchedule schedule_;
+    std::filesystem::path directory_ =
+        std::filesystem::temp_directory_path() / fmt::format("peers-{}", getpid());
+    MessageSwitch switch_{io_, directory_};
+    DaemonLink link_{switch_, schedule_};
+    StartupProcess startup_{switch_, schedule_};
+    EventManager events_{switch_, schedule_};
+    std::map<std::string, Socket> sockets_;
 };
 
-TEST_F(SwitchTest, RoutesByTheRecipientMapToEveryConnectionOfTheEndpoint) {
-    auto daemon = connect("esadapter");
-    auto first = connect("environ");
-    auto second = connect("environ");
-    auto volumeManager = connect("volmgr");
-    send(first, request_);
-    EXPECT_EQ(take(daemon), request_);
-    EXPECT_TRUE(take(second).empty());
-    send(daemon, reply_);
-    EXPECT_EQ(take(first), reply_);
-    EXPECT_EQ(take(second), reply_);
-    EXPECT_TRUE(take(volumeManager).empty());
-    EXPECT_EQ(switch_->undelivered(), 0u);
-    send(daemon, typed("64 20:00000020").bytes());
-    settle();
-    EXPECT_EQ(switch_->undelivered(), 1u);
-    const Bytes self = typed("64 24:00000002").bytes();
-    send(daemon, self);
-    EXPECT_EQ(take(daemon), self) << "the sender itself";
-    switch_->sendRaw(kDaemon, Bytes{1, 2, 3});
-    EXPECT_EQ(take(daemon), (Bytes{1, 2, 3}));
-    EXPECT_THROW(switch_->sendRaw(5, Bytes{1}), std::invalid_argument);
-}
-
-TEST_F(SwitchTest, GarbageHalfAMessageOrDeafnessCostsOnlyTheClient) {
-    auto daemon = connect("esadapter");
-    auto garbage = connect("environ");
-    auto half = connect("environ");
-    auto good = connect("environ");
-    send(garbage, Bytes(64, 0xFF));
-    send(half, Bytes(request_.begin(), request_.begin() + 70));
-    settle();
-    EXPECT_EQ(switch_->brokenStreams(), 1u);
-    EXPECT_EQ(switch_->connections(kEnviron), 2u);
-    half.close();
-    send(good, request_);
-    EXPECT_EQ(take(daemon), request_);
-    EXPECT_EQ(switch_->connections(kEnviron), 1u);
-
-    auto deaf = connect("environ");
-    for (int n = 0; n < 600; ++n) {
-        send(daemon, typed("4064 20:04").bytes());
-        EXPECT_EQ(take(good).size(), 4064u) << n;
-    }
-    EXPECT_EQ(switch_->connections(kEnviron), 2u);
-}
-
-TEST_F(SwitchTest, StoppedItTakesNothingAndLosesNothing) {
-    switch_->stopReading(kDaemon);
-    auto daemon = connect("esadapter");  // a later connection too
-    auto client = connect("environ");
-    send(daemon, reply_);
-    EXPECT_TRUE(take(client).empty());
-
-    // The daemon's end fills up: nothing is read for it.
-    daemon.non_blocking(true);
-    asio::error_code full;
-    for (int n = 0; n < 100 && !full; ++n) {
-        asio::write(daemon, asio::buffer(Bytes(1 << 16)), full);
-        settle();
-    }
-    EXPECT_EQ(full, asio::error::would_block);
-    switch_->resumeReading(kDaemon);
-    EXPECT_EQ(take(client), reply_);
-}
-
-TEST_F(SwitchTest, ClosedItDropsAndRefusesOpenedItTakesAgain) {
-    auto daemon = connect("esadapter");
-    switch_->close(kDaemon);
-    settle();
-    char byte;
-    asio::error_code error;
-    daemon.read_some(asio::buffer(&byte, 1), error);
-    EXPECT_EQ(error, asio::error::eof);
-    Local::socket refused(io_);
-    refused.connect(Local::endpoint((directory_ / "esadapter").string()), error);
-    EXPECT_EQ(error, asio::error::connection_refused);
-
-    switch_->open(kDaemon);
-    auto again = connect("esadapter");
-    auto client = connect("environ");
-    send(client, request_);
-    EXPECT_EQ(take(again), request_);
-}
-
-TEST_F(SwitchTest, TheStartupProcessAnswersLikeTheRealOne) {
-    RealSchedule schedule(io_, 1);
-    StartupProcess startup(*switch_, schedule);
-    auto daemon = connect("esadapter");
-    int notified = 0;
-    startup.onInitComplete([&] { ++notified; });
-    const Bytes init = typed("64 12:0C000001 20:0004 40:01020304").bytes();
-    send(daemon, init);
-    EXPECT_EQ(hexText(take(daemon)), hexText(R"(
-        00000000 00000000 0E010040 0C000001 12402100 00000000 00000002 00000000
-        00000000 00000001 01020304 00000000 00000000 00000000 00000000 00000000)"));
-    EXPECT_EQ(notified, 1);
-    EXPECT_EQ(startup.initCompletes(), 1);
+TEST(Peers, SayAndDoWhatTheyAreTold) {
+    scriptPlay<PeersPlayer>(SCRIPTS "/describe.txt");
+    scriptPlay<PeersPlayer>(SCRIPTS "/peers.txt");
 }
 
 }  // namespace
