@@ -27,7 +27,6 @@ class ParameterArea {
     void setDirectories(const std::filesystem::path& mmsg, const std::filesystem::path& nonVolatile,
                         const std::filesystem::path& log);
     void setFlag(U32_t bit) { writeFlags(mpuFlags(values_) | ordered(bit)); }
-    void clearFlag(U32_t bit) { writeFlags(mpuFlags(values_) & ~ordered(bit)); }
 
   private:
     U32_t ordered(U32_t value) const {
