@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The bus server's frames byte by byte (cases/frames.txt), and what it does with frames that break
-// the protocol.
+// The bus server's frames byte by byte (scripts/frames.txt), and what it does with frames that
+// break the protocol.
 #include "lab/encdev/bus_server.h"
 
 #include <gtest/gtest.h>
@@ -13,21 +13,42 @@
 
 #include "lab/chips/lm75.h"
 #include "lab/chips/vsc055.h"
-#include "tests/support/cases.h"
 #include "tests/support/hex.h"
+#include "tests/support/script.h"
 
 namespace enclab {
 namespace {
 
 using asio::local::stream_protocol;
 
-class BusServerTest : public testing::Test {
-  protected:
-    BusServerTest() {
+class BusServerPlayer : public Player {
+  public:
+    BusServerPlayer() {
         bus.attach(0x41, controller);
         bus.attach(0x4C, sensor);
+        commands["smbus"] = [this](const Words&) { server.setKind(AdapterKind::kSmbusOnly); };
+        commands["frame"] = [this](const Words& w) {
+            auto client = connect();
+            say(ask(client, hexBytes(w.from(1))));
+        };
+        commands["pieces"] = [this](const Words& w) {
+            auto client = connect();
+            for (const std::uint8_t byte : hexBytes(w.from(1))) {
+                say(ask(client, {byte}));
+            }
+        };
+        commands["state"] = [this](const Words&) {
+            say(bus.count(), " transfers, duty ", static_cast<int>(controller.dutyPercent(0)),
+                ", time-out ", server.settings().timeoutMs, ", ", server.settings().retries,
+                " retries");
+        };
     }
 
+  private:
+    // Another client is served whatever one did.
+    void finish() override {
+        EXPECT_EQ(ask(other, hexBytes("04000000 00000005")), "04 00 00 00 00 00 00 00");
+    }
     stream_protocol::socket connect() {
         stream_protocol::socket client(io);
         client.connect(path);
@@ -43,7 +64,7 @@ class BusServerTest : public testing::Test {
         std::error_code error;
         reply.resize(client.read_some(asio::buffer(reply), error));
         return error == asio::error::eof || error == asio::error::connection_reset ? "end"
-                                                                                   : hexText(reply);
+                                                                                   : hexLine(reply);
     }
 
     const std::string path =
@@ -53,48 +74,12 @@ class BusServerTest : public testing::Test {
     Lm75 sensor;
     Bus bus;
     RealSchedule schedule{io, 1};
-    std::unique_ptr<BusServer> server = std::make_unique<BusServer>(io, schedule, bus, path);
+    BusServer server{io, schedule, bus, path};
+    stream_protocol::socket other = connect();
 };
 
-TEST_F(BusServerTest, AnswersFramesAsTypedAndABrokenOneEndsItsConnectionAlone) {
-    auto other = connect();
-    for (const Case& c : casesOf(CASES "/frames.txt")) {
-        server->setKind(c.name[0] == 'S' ? AdapterKind::kSmbusOnly : AdapterKind::kI2c);
-        bus.clearLog();
-        for (const std::string& line : linesOf(c.get("frames"))) {
-            SCOPED_TRACE(line);
-            auto client = connect();
-            const std::size_t arrow = line.find(" -> ");
-            const std::string expected = line.substr(arrow + 4);
-            EXPECT_EQ(ask(client, hexBytes(line.substr(0, arrow))),
-                      expected == "end" ? expected : hexText(expected));
-            EXPECT_TRUE(expected != "end" || bus.log().empty());
-            EXPECT_EQ(ask(other, hexBytes("04000000 00000005")), hexText("04000000 00000000"));
-        }
-    }
-    EXPECT_EQ(controller.dutyPercent(0), 25);
-    EXPECT_EQ(server->settings().timeoutMs, 50);
-    EXPECT_EQ(server->settings().retries, 65536);
-}
-
-TEST_F(BusServerTest, ARequestInPiecesIsOneAndOneLeftInTheMiddleDisturbsNobody) {
-    { ask(*std::make_unique<stream_protocol::socket>(connect()), hexBytes("02000001 00000004")); }
-    auto client = connect();
-    const auto request = hexBytes("03000001 00000004 4C010001");
-    for (std::size_t n = 0; n + 1 < request.size(); ++n) {
-        EXPECT_EQ(ask(client, {request[n]}), "");
-    }
-    EXPECT_EQ(ask(client, {request.back()}), hexText("03000000 00000001 19"));
-}
-
-TEST_F(BusServerTest, SocketFileIsReplacedAndGoesWithTheServer) {
-    server.reset();
-    EXPECT_FALSE(std::filesystem::exists(path));
-    { stream_protocol::acceptor stale(io, path); }
-    ASSERT_TRUE(std::filesystem::exists(path));
-    { BusServer again(io, schedule, bus, path); }
-    EXPECT_FALSE(std::filesystem::exists(path));
-    EXPECT_THROW(BusServer(io, schedule, bus, std::string(200, 'x')), std::system_error);
+TEST(BusServer, AnswersFramesAsTypedAndABrokenOneEndsItsConnectionAlone) {
+    scriptPlay<BusServerPlayer>(SCRIPTS "/frames.txt");
 }
 
 }  // namespace
