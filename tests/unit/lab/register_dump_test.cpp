@@ -9,12 +9,17 @@
 
 #include "lab/chassis/catalog.h"
 #include "lab/chips/pca9539.h"
-#include "tests/unit/lab/chassis_access.h"
 
 namespace enclab {
 namespace {
 
 using testing::ElementsAre;
+
+void writeAt(Chassis& chassis, int address, int number, int value) {
+    EXPECT_TRUE(chassis.bus().writeRegister(static_cast<std::uint8_t>(address),
+                                            static_cast<std::uint8_t>(number),
+                                            static_cast<std::uint8_t>(value)));
+}
 
 const std::string kColumnNumbers =
     "     0  1  2  3  4  5  6  7  8  9  a  b  c  d  e  f    0123456789abcdef\n";
@@ -133,9 +138,9 @@ TEST(RegisterDump, HoldsTheTemperatureOfAnLm75) {
     dump[0] = 0xF6;
     chassis->chip("lm75-1").load(dump);
     chassis->warmSensor(1, 33);
-    EXPECT_EQ(readAt(*chassis, 0x4B, 0), 0xF6);
+    EXPECT_EQ(chassis->bus().readRegister(0x4B, 0), 0xF6);
     chassis->setTemperature(1, 34);
-    EXPECT_EQ(readAt(*chassis, 0x4B, 0), 34);
+    EXPECT_EQ(chassis->bus().readRegister(0x4B, 0), 34);
 }
 
 TEST(RegisterDump, OfPinsDrivesThemWhicheverWayTheyPoint) {

@@ -178,12 +178,5 @@ TEST_F(RunTest, ACommandTheLabRefusesNamesTheLine) {
     EXPECT_THAT(error, HasSubstr(".toml:2: 'fan load' is not SUBJECT = VALUE"));
 }
 
-TEST_F(RunTest, ACheckThatDoesNotHoldIsAFailure) {
-    EXPECT_EQ(run("title = \"t\"\nchassis = \"vsc055\"\n[[step]]\nat = 60\ndo = \"daemon kill\"\n"
-                  "check = \"daemon = connected\"\n"),
-              1);
-    EXPECT_THAT(out, HasSubstr("daemon = connected: it is not running"));
-}
-
 }  // namespace
 }  // namespace enclab
