@@ -66,10 +66,10 @@ std::string daemonState(Lab& lab, const Words&) {
 
 // A value of the newest status page by its path in `sesctl status --json`: "fans/1/rpm".
 std::string pageValue(Lab& lab, const Words& words) {
-    if (!lab.sesAgent().status()) {
+    if (!lab.sesInitiator().status()) {
         return "no page";
     }
-    const auto page = nlohmann::json::parse(sesctl::statusJson(*lab.sesAgent().status()));
+    const auto page = nlohmann::json::parse(sesctl::statusJson(*lab.sesInitiator().status()));
     const nlohmann::json::json_pointer path("/" + words[0]);
     if (!page.contains(path)) {
         refuse(fmt::format("the status page has no '{}'", words[0]));
@@ -80,7 +80,7 @@ std::string pageValue(Lab& lab, const Words& words) {
 
 std::string pageByte(Lab& lab, const Words& words) {
     const auto place = number<std::size_t>(words[0], "the place of a byte");
-    const Bytes& page = lab.sesAgent().statusPage();
+    const Bytes& page = lab.sesInitiator().statusPage();
     return place < page.size() ? fmt::format("{:02x}", page[place]) : "none";
 }
 
@@ -114,7 +114,7 @@ constexpr struct {
     {"page byte *", pageByte},
     {"page *", pageValue},
     {"unanswered",
-     [](Lab& lab, const Words&) { return std::to_string(lab.sesAgent().unanswered()); }},
+     [](Lab& lab, const Words&) { return std::to_string(lab.sesInitiator().unanswered()); }},
 };
 
 Words split(const std::string& text) {

@@ -84,7 +84,7 @@ class Run {
         const std::string line = describe(message);
         put(line);
         if (from == MMSG_E_EPID_ES_ADAPTERMP && !judge_.take(line) &&
-            !lab_.sesAgent().awaits(message)) {
+            !lab_.sesInitiator().awaits(message)) {
             fail(0, "not expected: " + line);
         }
     }

@@ -88,7 +88,7 @@ Lab::Lab(LabOptions options)
       daemonLink_(switch_, *schedule_),
       startupProcess_(switch_, *schedule_),
       eventManager_(switch_, *schedule_),
-      sesAgent_(switch_) {
+      sesInitiator_(switch_) {
     directory_.noteSegment(parameters_.shmid());
     parameters_.setDirectories(
         options_.messageDirectory.empty() ? directory_.switchSockets() : options_.messageDirectory,
@@ -200,7 +200,7 @@ void Lab::takeMessage(std::uint8_t from, const Message& message) {
         onMessage_(from, message);
     }
     if (from == MMSG_E_EPID_ES_ADAPTERMP) {
-        sesAgent_.take(message);
+        sesInitiator_.take(message);
     }
 }
 

@@ -26,7 +26,7 @@
 #include "lab/session/lab_directory.h"
 #include "lab/session/parameter_area.h"
 #include "lab/session/personality.h"
-#include "lab/session/ses_agent.h"
+#include "lab/session/ses_initiator.h"
 #include "lab/session/virtual_time.h"
 
 namespace enclab {
@@ -109,7 +109,7 @@ class Lab {
     Chassis& chassis() { return *chassis_; }
     Plant* plant() { return plant_.get(); }  // nullptr without the option
     BusServer& busServer() { return busServer_; }
-    SesAgent& sesAgent() { return sesAgent_; }
+    SesInitiator& sesInitiator() { return sesInitiator_; }
     Child& daemon() { return *daemon_; }
     bool daemonStarted() const { return daemon_ != nullptr; }
     bool daemonRunning() const { return daemon_ && daemon_->running(); }
@@ -159,7 +159,7 @@ class Lab {
     StartupProcess startupProcess_;
     EventManager eventManager_;
     double lastTick_ = 0;  // time()
-    SesAgent sesAgent_;
+    SesInitiator sesInitiator_;
     std::unique_ptr<Child> daemon_;
     std::deque<Received> received_;
     std::deque<std::string> daemonOutput_;

@@ -62,14 +62,14 @@ std::uint8_t hexadecimal(const std::string& text, std::size_t place) {
 }  // namespace
 
 std::string Commands::sesAs(std::uint8_t endpoint, const Words& words) {
-    SesAgent& agent = lab_.sesAgent();
+    SesInitiator& initiator = lab_.sesInitiator();
     if (words.size() == 1 && words[0] == "status") {
-        agent.getStatus(endpoint);
+        initiator.getStatus(endpoint);
         return "asked for the status page";
     }
     if (words.size() == 2 && words[0] == "page") {
         const auto page = number<std::uint8_t>(words[1], "a page code");
-        agent.get(endpoint, page);
+        initiator.get(endpoint, page);
         return fmt::format("asked for page {}", page);
     }
     const ChangeRow* row = changeFor(words);
@@ -79,15 +79,15 @@ std::string Commands::sesAs(std::uint8_t endpoint, const Words& words) {
             "alarm N mute|information|critical");
     }
     const auto index = number<unsigned>(words[1], "a number");
-    if (const auto& known = agent.configuration(); known && index >= known->counts[row->kind]) {
+    if (const auto& known = initiator.configuration(); known && index >= known->counts[row->kind]) {
         refuse(fmt::format("the daemon's enclosure has no {} {}", row->element, index));
     }
     sesctl::Configuration oneOfEach;
     oneOfEach.counts.fill(1);
     sesctl::ControlPage trial(oneOfEach, {});
     row->make(trial, 0, words.back());  // throws for a word that is none
-    agent.change(endpoint, [this, row, index, last = words.back()](sesctl::ControlPage& page) {
-        if (index < lab_.sesAgent().configuration()->counts[row->kind]) {
+    initiator.change(endpoint, [this, row, index, last = words.back()](sesctl::ControlPage& page) {
+        if (index < lab_.sesInitiator().configuration()->counts[row->kind]) {
             row->make(page, index, last);
         }
     });

@@ -63,9 +63,9 @@ class DaemonTest : public testing::Test {
     }
     // The environment manager asks for a page and gets it.
     bool answers(std::uint8_t page) {
-        const std::size_t before = lab().sesAgent().unanswered();
-        lab().sesAgent().get(MMSG_E_EPID_ENVIRONMP, page);
-        return lab().runUntil([&] { return lab().sesAgent().unanswered() == before; });
+        const std::size_t before = lab().sesInitiator().unanswered();
+        lab().sesInitiator().get(MMSG_E_EPID_ENVIRONMP, page);
+        return lab().runUntil([&] { return lab().sesInitiator().unanswered() == before; });
     }
 
     // What the daemon sent, wrote and traced.
@@ -89,7 +89,7 @@ class DaemonTest : public testing::Test {
 
     // A bit of everything the loop does.
     void busyTime() {
-        lab().sesAgent().get(MMSG_E_EPID_ENVIRONMP, 0);  // no page, no reply
+        lab().sesInitiator().get(MMSG_E_EPID_ENVIRONMP, 0);  // no page, no reply
         for (int n = 1; n < 20; ++n) {
             ASSERT_TRUE(answers(n % 2 == 0 ? 1 : 2));
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "lab/session/ses_agent.h"
+#include "lab/session/ses_initiator.h"
 
 #include <utility>
 
@@ -7,7 +7,7 @@
 
 namespace enclab {
 
-void SesAgent::send(std::uint8_t endpoint, Bytes request, std::uint8_t pageCode, Next next) {
+void SesInitiator::send(std::uint8_t endpoint, Bytes request, std::uint8_t pageCode, Next next) {
     Message message(std::move(request));
     message.header().requestor = endpoint;
     message.header().handle = nextHandle_;
@@ -19,18 +19,18 @@ void SesAgent::send(std::uint8_t endpoint, Bytes request, std::uint8_t pageCode,
     switch_.route(endpoint, message);
 }
 
-void SesAgent::get(std::uint8_t endpoint, std::uint8_t pageCode, Next next) {
+void SesInitiator::get(std::uint8_t endpoint, std::uint8_t pageCode, Next next) {
     send(endpoint, sesctl::receiveDiagnostic(pageCode), pageCode, std::move(next));
 }
 
-void SesAgent::getStatus(std::uint8_t endpoint, Next next) {
+void SesInitiator::getStatus(std::uint8_t endpoint, Next next) {
     const auto getIt = [this, endpoint, next] {
         get(endpoint, SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE, next);
     };
     configuration_ ? getIt() : get(endpoint, SES_K_CONFIGURATION_DIAGNOSTIC_PAGE, getIt);
 }
 
-void SesAgent::change(std::uint8_t endpoint, Change change) {
+void SesInitiator::change(std::uint8_t endpoint, Change change) {
     getStatus(endpoint, [this, endpoint, change] {
         if (!status_) {
             return;
@@ -41,12 +41,12 @@ void SesAgent::change(std::uint8_t endpoint, Change change) {
     });
 }
 
-bool SesAgent::awaits(const Message& message) const {
+bool SesInitiator::awaits(const Message& message) const {
     return message.kind() == Kind::reply && waiting_.contains(message.header().handle) &&
            message.bytes()[MMSG_K_HEADER_SIZE] == SES_K_SCSI_STATUS_CODE_GOOD;
 }
 
-void SesAgent::take(const Message& message) {
+void SesInitiator::take(const Message& message) {
     if (message.kind() != Kind::reply) {
         return;
     }
@@ -65,7 +65,7 @@ void SesAgent::take(const Message& message) {
     }
 }
 
-void SesAgent::takePage(std::uint8_t pageCode, sesctl::View payload) {
+void SesInitiator::takePage(std::uint8_t pageCode, sesctl::View payload) {
     if (pageCode == SES_K_CONFIGURATION_DIAGNOSTIC_PAGE) {
         configuration_ = sesctl::decodeConfiguration(sesctl::completePage(payload, pageCode));
     } else if (pageCode == SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE) {

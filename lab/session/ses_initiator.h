@@ -13,12 +13,12 @@
 
 namespace enclab {
 
-class SesAgent {
+class SesInitiator {
   public:
     using Next = std::function<void()>;  // done once the reply is there and is GOOD
 
     // The switch must outlive its use.
-    explicit SesAgent(MessageSwitch& messageSwitch) : switch_(messageSwitch) {}
+    explicit SesInitiator(MessageSwitch& messageSwitch) : switch_(messageSwitch) {}
 
     // Asks for a page as the process at `endpoint`.
     void get(std::uint8_t endpoint, std::uint8_t pageCode, Next next = {});
