@@ -120,6 +120,37 @@ TEST_F(PlantTest, ZonesAndFansFollowWithTheirTimeConstants) {
     EXPECT_EQ(count(2), 33);
 }
 
+// Over a quarter of an hour in which everything moves, by sums of samples, one a second.
+TEST_F(PlantTest, EnergyIsNeitherMadeNorLost) {
+    double in = 0, out = 0, storedBefore = 0, stored = 0;
+    for (int z = 0; z < 4; ++z) {
+        storedBefore += 250 * plant.temperature(z);
+    }
+    for (int second = 0; second < 900; ++second) {
+        if (second % 300 == 0) {
+            load(second == 300 ? k100 : k25);
+            plant.setHeat(2, second == 0 ? 100 : 40);
+            second == 600 ? chassis.pullFan(3) : chassis.returnFan(3);
+        }
+        plant.advance(0.5);
+        double speed[4], mean = 0;
+        for (int fan = 0; fan < 4; ++fan) {
+            speed[fan] = chassis.fanRpm(fan) / 9000;
+            mean += speed[fan] / 4;
+        }
+        for (int z = 0; z < 4; ++z) {
+            out += (10 * (speed[z] + mean) / 2 + 0.25) * (chassis.temperature(z) - 22);
+        }
+        in += (15 * 4.75 + (second < 300 ? 25 : 11.5)) * 1.15;
+        plant.advance(0.5);
+    }
+    for (int z = 0; z < 4; ++z) {
+        stored += 250 * plant.temperature(z);
+    }
+    EXPECT_NEAR(in, out + stored - storedBefore, in * 0.01);
+    EXPECT_GT(std::abs(stored - storedBefore), in * 0.02) << "or the store is not tested";
+}
+
 TEST_F(PlantTest, StalledFanNeedsMoreLoadToStartThanToTurn) {
     plant.setFanStall(1, 30);
     const struct {
