@@ -28,8 +28,6 @@ class XyratexChassis : public Vsc055Board {
     std::string alarm() const override;
     void advance(std::chrono::duration<double> time) override;
 
-    const XyratexAlarm& alarmController() const { return alarm_; }
-
   private:
     double drivenPercent(int fan) const override;
     void wireRail(std::size_t rail, double volts) override;

@@ -39,8 +39,6 @@ class StartupProcess {
     int initCompletes() const { return initCompletes_; }
     int ledRequests() const { return ledRequests_; }
     int mails() const { return mails_; }
-    // Lab times of the newest kMailsMax mails, oldest first.
-    const std::deque<double>& mailTimes() const { return mailTimes_; }
     // "3 mails", then one line for each with its time and the time since the one before.
     std::string mailbox() const;
     int shutdownRequests() const { return shutdownRequests_; }
@@ -57,7 +55,7 @@ class StartupProcess {
     std::function<void()> onPowerOff_;
     StartupAnswer answer_ = StartupAnswer::kOk;
     ShutdownWay shutdownWay_ = ShutdownWay::kIgnore;
-    std::deque<double> mailTimes_;
+    std::deque<double> mailTimes_;  // lab times of the newest kMailsMax mails, oldest first
     bool compositeLedLit_ = false;
     int initCompletes_ = 0;
     int ledRequests_ = 0;

@@ -57,7 +57,6 @@ class Plant {
 
     // Of a rail as Chassis::setRail names it.
     void setRailDrift(std::string_view name, double voltsPerHour);
-    double railDrift(std::size_t rail) const { return drift_.at(rail); }
 
     // One zone per sensor, side by side; one where there are none.
     int zones() const { return static_cast<int>(zones_.size()); }

@@ -28,24 +28,6 @@ constexpr std::array<std::string_view, 3> kUsualStart = {
     "event enclosure bus: information*answers",
 };
 
-constexpr struct {
-    std::string_view key;
-    int Personality::*value;
-} kPersonalityKeys[] = {
-    {"fanSpeedDivisor", &Personality::fanSpeedDivisor},
-    {"coolingMaxNumber", &Personality::coolingMaxNumber},
-    {"temperatureSensorMaxNumber", &Personality::temperatureSensorMaxNumber},
-    {"overheatTemperatureLimit", &Personality::overheatTemperatureLimit},
-    {"fanPwm25To50TemperatureThreshold", &Personality::fanPwm25To50TemperatureThreshold},
-    {"fanPwm50To75TemperatureThreshold", &Personality::fanPwm50To75TemperatureThreshold},
-    {"fanPwm75To100TemperatureThreshold", &Personality::fanPwm75To100TemperatureThreshold},
-    {"fanPwm100To75TemperatureThreshold", &Personality::fanPwm100To75TemperatureThreshold},
-    {"fanPwm75To50TemperatureThreshold", &Personality::fanPwm75To50TemperatureThreshold},
-    {"fanPwm50To25TemperatureThreshold", &Personality::fanPwm50To25TemperatureThreshold},
-    {"fanFaultRpmLimit", &Personality::fanFaultRpmLimit},
-    {"fanPwmLoadMinimum", &Personality::fanPwmLoadMinimum},
-};
-
 class Reader {
   public:
     explicit Reader(const std::filesystem::path& file) { scenario_.file = file; }
@@ -157,8 +139,7 @@ class Reader {
             fail("'personality' is a table of keys and numbers");
         }
         for (const auto& [key, ignored] : *node->as_table()) {
-            const auto row = std::ranges::find(kPersonalityKeys, key.str(),
-                                               [](const auto& known) { return known.key; });
+            const auto row = std::ranges::find(kPersonalityKeys, key.str(), &PersonalityKey::name);
             if (row == std::end(kPersonalityKeys)) {
                 line_ = static_cast<int>(key.source().begin.line);
                 fail(fmt::format("the personality has no key '{}'", key.str()));

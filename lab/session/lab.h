@@ -119,7 +119,6 @@ class Lab {
     // Messages from the daemon in order; the newest kReceivedMax of a long run.
     static constexpr std::size_t kReceivedMax = 10000;
     const std::deque<Received>& received() const { return received_; }
-    void clearReceived() { received_.clear(); }
     int count(Kind kind) const;
     // What the daemon wrote to its two outputs, line by line.
     const std::deque<std::string>& daemonOutput() const { return daemonOutput_; }

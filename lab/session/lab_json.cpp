@@ -12,19 +12,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr const char* kPersonalityKeys[] = {"fanSpeedDivisor",
-                                            "coolingMaxNumber",
-                                            "temperatureSensorMaxNumber",
-                                            "overheatTemperatureLimit",
-                                            "fanPwm25To50TemperatureThreshold",
-                                            "fanPwm50To75TemperatureThreshold",
-                                            "fanPwm75To100TemperatureThreshold",
-                                            "fanPwm100To75TemperatureThreshold",
-                                            "fanPwm75To50TemperatureThreshold",
-                                            "fanPwm50To25TemperatureThreshold",
-                                            "fanFaultRpmLimit",
-                                            "fanPwmLoadMinimum"};
-
 // A list of what `entry` makes of each number below `count`.
 template <typename Entry>
 Json listOf(int count, Entry entry) {
@@ -148,9 +135,9 @@ Json peersJson(Lab& lab) {
 
 Json personalityJson(const Lab& lab) {
     Json values = Json::object();
-    for (const char* key : kPersonalityKeys) {
-        if (const auto value = personalityValue(lab.options().personality, key)) {
-            values[key] = *value;
+    for (const PersonalityKey& key : kPersonalityKeys) {
+        if (const auto value = personalityValue(lab.options().personality, key.name)) {
+            values[key.name] = *value;
         }
     }
     return values;

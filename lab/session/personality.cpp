@@ -67,27 +67,10 @@ std::string_view chassisOf(std::string_view xml) {
 }
 
 std::string Personality::xml() const {
-    const struct {
-        const char* key;
-        int value;
-    } parameters[] = {
-        {"fanSpeedDivisor", fanSpeedDivisor},
-        {"coolingMaxNumber", coolingMaxNumber},
-        {"temperatureSensorMaxNumber", temperatureSensorMaxNumber},
-        {"overheatTemperatureLimit", overheatTemperatureLimit},
-        {"fanPwm25To50TemperatureThreshold", fanPwm25To50TemperatureThreshold},
-        {"fanPwm50To75TemperatureThreshold", fanPwm50To75TemperatureThreshold},
-        {"fanPwm75To100TemperatureThreshold", fanPwm75To100TemperatureThreshold},
-        {"fanPwm100To75TemperatureThreshold", fanPwm100To75TemperatureThreshold},
-        {"fanPwm75To50TemperatureThreshold", fanPwm75To50TemperatureThreshold},
-        {"fanPwm50To25TemperatureThreshold", fanPwm50To25TemperatureThreshold},
-        {"fanFaultRpmLimit", fanFaultRpmLimit},
-        {"fanPwmLoadMinimum", fanPwmLoadMinimum},
-    };
     std::string text = fmt::format(
         "<?xml version=\"1.0\"?>\n<personality>\n    <chassis name=\"{}\"/>\n", chassis);
-    for (const auto& [key, value] : parameters) {
-        text += fmt::format("    <parameter name=\"{}\" value=\"{}\"/>\n", key, value);
+    for (const auto& [name, value] : kPersonalityKeys) {
+        text += fmt::format("    <parameter name=\"{}\" value=\"{}\"/>\n", name, this->*value);
     }
     return text + "</personality>\n";
 }

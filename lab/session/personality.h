@@ -28,6 +28,26 @@ struct Personality {
     std::string xml() const;
 };
 
+// The keys of the file that hold a number, in its order.
+struct PersonalityKey {
+    std::string_view name;
+    int Personality::*value;
+};
+inline constexpr PersonalityKey kPersonalityKeys[] = {
+    {"fanSpeedDivisor", &Personality::fanSpeedDivisor},
+    {"coolingMaxNumber", &Personality::coolingMaxNumber},
+    {"temperatureSensorMaxNumber", &Personality::temperatureSensorMaxNumber},
+    {"overheatTemperatureLimit", &Personality::overheatTemperatureLimit},
+    {"fanPwm25To50TemperatureThreshold", &Personality::fanPwm25To50TemperatureThreshold},
+    {"fanPwm50To75TemperatureThreshold", &Personality::fanPwm50To75TemperatureThreshold},
+    {"fanPwm75To100TemperatureThreshold", &Personality::fanPwm75To100TemperatureThreshold},
+    {"fanPwm100To75TemperatureThreshold", &Personality::fanPwm100To75TemperatureThreshold},
+    {"fanPwm75To50TemperatureThreshold", &Personality::fanPwm75To50TemperatureThreshold},
+    {"fanPwm50To25TemperatureThreshold", &Personality::fanPwm50To25TemperatureThreshold},
+    {"fanFaultRpmLimit", &Personality::fanFaultRpmLimit},
+    {"fanPwmLoadMinimum", &Personality::fanPwmLoadMinimum},
+};
+
 // The personality of a chassis by its name in the lab. Throws std::out_of_range when it has none:
 // no personality file selects it.
 Personality personalityOf(std::string_view labChassis);
