@@ -11,16 +11,16 @@
 #include <cstdio>
 #include <cstring>
 
-#include "backend/chassis.h"
-#include "core/esa_fault.h"
-#include "core/esa_init.h"
-#include "core/esa_number.h"
-#include "esa_trace.h"
-#include "msg/esa_dispatch.h"
-#include "msg/esa_event.h"
-#include "msg/esa_mmsg.h"
-#include "msg/esa_startup.h"
+#include "link/esa_event.h"
+#include "link/esa_mmsg.h"
+#include "link/esa_startup.h"
 #include "osdep.h"
+#include "ses/esa_dispatch.h"
+#include "start/esa_init.h"
+#include "start/esa_number.h"
+#include "state/chassis.h"
+#include "state/esa_fault.h"
+#include "state/esa_trace.h"
 
 static constexpr S32_t SHM_KEY_MIN = 100;
 static constexpr U16_t TRACE_LEVEL_VERBOSE = 0xC0FF;

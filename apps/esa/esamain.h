@@ -2,8 +2,8 @@
 // Enclosure Services Adapter: start-up sequence, the loop and its timers. The chief header.
 #pragma once
 
-#include "core/esa_control.h"
 #include "mpu_gbl.h"
+#include "state/esa_control.h"
 
 extern const char* ProgName;  // program name for messages: argv[0] behind its last '/'
 extern S32_t shmKey;          // key of the parameter area, from the command line

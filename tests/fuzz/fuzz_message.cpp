@@ -10,10 +10,10 @@
 #include <cstring>
 #include <vector>
 
-#include "core/esa_control.h"
 #include "esamain.h"
 #include "i2c.h"
-#include "msg/esa_mmsg.h"
+#include "link/esa_mmsg.h"
+#include "state/esa_control.h"
 #include "sys_msg.h"
 #include "tests/support/fake_alt_event_log.h"
 

@@ -9,17 +9,17 @@
 #include <tuple>
 #include <type_traits>
 
-#include "backend/chassis.h"
-#include "backend/chenbro.h"
-#include "backend/lm75.h"
-#include "backend/pca9539.h"
-#include "backend/vsc055.h"
-#include "backend/w83782d.h"
-#include "backend/w83792ad.h"
-#include "backend/xyratex.h"
-#include "i2c/esa_i2c.h"
-#include "msg/esa_event.h"
+#include "bus/esa_i2c.h"
+#include "chassis/chenbro.h"
+#include "chassis/vsc055.h"
+#include "chassis/xyratex.h"
+#include "chips/lm75.h"
+#include "chips/pca9539.h"
+#include "chips/w83782d.h"
+#include "chips/w83792ad.h"
+#include "link/esa_event.h"
 #include "policy/esa_policy.h"
+#include "state/chassis.h"
 
 namespace {
 

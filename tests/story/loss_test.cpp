@@ -7,7 +7,7 @@
 #include <map>
 #include <span>
 
-#include "backend/chassis.h"
+#include "state/chassis.h"
 #include "tests/story/service.h"
 
 namespace {

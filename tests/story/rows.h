@@ -6,8 +6,8 @@
 #include <ostream>
 #include <span>
 
-#include "core/esa_control.h"
 #include "lab/chassis/chassis.h"
+#include "state/esa_control.h"
 
 struct StoryRow {
     const char* name;   // of the tests

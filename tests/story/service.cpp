@@ -10,10 +10,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include "core/esa_init.h"
 #include "esamain.h"
 #include "i2c.h"
-#include "msg/esa_mmsg.h"
+#include "link/esa_mmsg.h"
+#include "start/esa_init.h"
 #include "tests/story/calls.h"
 #include "tests/story/registers.h"
 #include "tests/support/fake_system_calls.h"

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "core/personality.h"
+#include "start/personality.h"
 #include "tools/personality/render.h"
 
 namespace personality {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "backend/tachometer.h"
+#include "chips/tachometer.h"
 
 namespace personality {
 

@@ -2,7 +2,7 @@
 // What the chassis a personality file can select make of its values.
 #pragma once
 
-#include "core/esa_control.h"
+#include "state/esa_control.h"
 #include "tools/personality/report.h"
 
 namespace personality {

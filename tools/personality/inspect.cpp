@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "core/personality.h"
+#include "start/personality.h"
 #include "tools/personality/judge.h"
 #include "tools/personality/quoted.h"
 #include "tools/personality/report.h"

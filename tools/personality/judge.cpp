@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <array>
 
-#include "core/personality.h"
 #include "policy/esa_policy.h"
+#include "start/personality.h"
 #include "tools/personality/facts.h"
 #include "tools/personality/ladder.h"
 #include "tools/personality/quoted.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "core/esa_control.h"
+#include "state/esa_control.h"
 
 namespace personality {
 

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
-#include "core/personality.h"
+#include "start/personality.h"
 #include "tools/personality/facts.h"
 
 namespace personality {

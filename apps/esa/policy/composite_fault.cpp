@@ -2,10 +2,10 @@
 // The set of present faults, and what follows from its changes: one LED request when the set
 // becomes non-empty and one when it becomes empty, one e-mail per new fault, the alarm between mute
 // and fault.
-#include "backend/chassis.h"
-#include "esa_trace.h"
-#include "msg/esa_startup.h"
+#include "link/esa_startup.h"
 #include "policy/esa_policy.h"
+#include "state/chassis.h"
+#include "state/esa_trace.h"
 
 struct FaultName_t {
     U32_t bit;

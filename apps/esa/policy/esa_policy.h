@@ -3,7 +3,7 @@
 // chassis table only.
 #pragma once
 
-#include "core/esa_control.h"
+#include "state/esa_control.h"
 
 // Records (`compositeFaultStatus` ESA_E_GENERR) or clears (ESA_E_OK) a fault (an ESA_K_FAULT_ bit);
 // drives the composite fault LED, e-mail requests and the alarm. May be entered again from an alarm

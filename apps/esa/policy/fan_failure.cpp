@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Fan failure detection: one sweep over the fans, one event when any of them changed. Fans above
 // the arrays are not swept and never count as failed.
-#include "backend/chassis.h"
-#include "esa_trace.h"
-#include "msg/esa_element_event.h"
+#include "link/esa_element_event.h"
 #include "policy/esa_policy.h"
+#include "state/chassis.h"
+#include "state/esa_trace.h"
 
 bool esaFanFaultMark(int fan, bool failed) {
     const U32_t bit = U32_t{1} << fan;

@@ -3,9 +3,9 @@
 // floor. A fan's place on the ladder is its fanPwmLoad. A failed fan sends all fans to the top.
 #include <iterator>
 
-#include "backend/chassis.h"
-#include "esa_trace.h"
 #include "policy/esa_policy.h"
+#include "state/chassis.h"
+#include "state/esa_trace.h"
 
 constexpr U8_t LOAD_FULL = ESA_K_LADDER[std::size(ESA_K_LADDER) - 1].load;
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Temperature bands, reported once per crossing and sensor, and the overheat shutdown request,
 // which is repeated on every poll.
-#include "esa_trace.h"
-#include "msg/esa_event.h"
-#include "msg/esa_startup.h"
+#include "link/esa_event.h"
+#include "link/esa_startup.h"
 #include "policy/esa_policy.h"
+#include "state/esa_trace.h"
 
 constexpr S16_t COOL_MAX = 35;  // degrees Celsius, the last that is in no band
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "core/esa_control.h"
+#include "state/esa_control.h"
 
 // Bytes at the head of the enclosure descriptor that its length does not count.
 constexpr U8_t DESCRIPTOR_LENGTH_EXCLUDES = 4;

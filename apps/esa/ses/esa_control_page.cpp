@@ -5,11 +5,11 @@
 
 #include <cstddef>
 
-#include "backend/chassis.h"
-#include "esa_trace.h"
-#include "msg/esa_element_event.h"
-#include "msg/esa_event.h"
-#include "msg/esa_mmsg_read.h"
+#include "link/esa_element_event.h"
+#include "link/esa_event.h"
+#include "ses/esa_mmsg_read.h"
+#include "state/chassis.h"
+#include "state/esa_trace.h"
 
 namespace {
 

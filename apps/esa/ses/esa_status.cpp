@@ -4,13 +4,13 @@
 // expect it to be left out.
 #include "ses/esa_status.h"
 
-#include "core/esa_control.h"
-#include "esa_trace.h"
-#include "msg/esa_mmsg.h"
-#include "msg/esa_mmsg_read.h"
-#include "msg/esa_print.h"
+#include "link/esa_mmsg.h"
 #include "ses/config_page.h"
+#include "ses/esa_mmsg_read.h"
+#include "ses/esa_print.h"
 #include "ses/status_page.h"
+#include "state/esa_control.h"
+#include "state/esa_trace.h"
 
 // A reply in esaWorkSpace: header, SCSI status, then the page or the sense data.
 constexpr U32_t STATUS_OFFSET = MMSG_K_HEADER_SIZE;

@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstring>
 
-#include "backend/chassis.h"
-#include "esa_trace.h"
-#include "msg/esa_element_event.h"
+#include "link/esa_element_event.h"
+#include "state/chassis.h"
+#include "state/esa_trace.h"
 
 constexpr U32_t ALARM_OVERALL_ECHO = 0x20;  // bit of the overall word a peer gets back
 constexpr U8_t ALARM_COMMON_ECHO = 0x20;    // bit of byte 0 of an alarm record a peer gets back

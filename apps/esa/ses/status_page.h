@@ -3,7 +3,7 @@
 // first one sends events and LED requests from the very buffer the second one builds in.
 #pragma once
 
-#include "core/esa_control.h"
+#include "state/esa_control.h"
 
 // What one reading of the enclosure found. Elements above the arrays are not in here.
 struct StatusPageElements_t {

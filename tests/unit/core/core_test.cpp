@@ -9,14 +9,14 @@
 #include <numeric>
 #include <regex>
 
-#include "backend/chassis.h"
-#include "core/esa_fault.h"
-#include "core/esa_init.h"
-#include "core/personality.h"
 #include "esamain.h"
-#include "msg/esa_dispatch.h"
-#include "msg/esa_mmsg.h"
-#include "msg/esa_startup.h"
+#include "link/esa_mmsg.h"
+#include "link/esa_startup.h"
+#include "ses/esa_dispatch.h"
+#include "start/esa_init.h"
+#include "start/personality.h"
+#include "state/chassis.h"
+#include "state/esa_fault.h"
 #include "tests/support/fake_alt_event_log.h"
 #include "tests/support/fake_system_calls.h"
 #include "tests/support/hex.h"

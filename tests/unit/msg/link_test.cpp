@@ -10,9 +10,9 @@
 #include <csignal>
 #include <cstring>
 
-#include "core/esa_control.h"
+#include "link/esa_mmsg.h"
 #include "mpu_gbl.h"
-#include "msg/esa_mmsg.h"
+#include "state/esa_control.h"
 #include "tests/support/fake_alt_event_log.h"
 #include "tests/support/fake_system_calls.h"
 #include "tests/support/hex.h"

@@ -6,15 +6,15 @@
 #include <csignal>
 #include <cstring>
 
-#include "core/esa_control.h"
-#include "esa_trace.h"
-#include "msg/esa_dispatch.h"
-#include "msg/esa_event.h"
-#include "msg/esa_print.h"
-#include "msg/esa_startup.h"
-#include "msg/esa_test_msg.h"
+#include "link/esa_event.h"
+#include "link/esa_startup.h"
 #include "ses/esa_control_page.h"
+#include "ses/esa_dispatch.h"
+#include "ses/esa_print.h"
 #include "ses/esa_status.h"
+#include "ses/esa_test_msg.h"
+#include "state/esa_control.h"
+#include "state/esa_trace.h"
 #include "tests/support/fake_alt_event_log.h"
 #include "tests/support/hex.h"
 #include "tests/support/script.h"

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+// Register transfers with fault tracking per device. One transfer a call, no retry.
+#pragma once
+
+#include "state/esa_control.h"
+
+// 0 on success, ESA_E_GENERR_I2C_UNAVAILABLE (1) on failure or while i2cConnected is 0.
+ESA_CODE_e esaI2CDataWrite(U8_t i2cAddr, U8_t regAddr, const U8_t* writeDataPtr, U32_t dataLen);
+ESA_CODE_e esaI2CDataRead(U8_t i2cAddr, U8_t regAddr, U8_t* readDataPtr, U32_t dataLen);
+
+// Reports the state of a device or of the bus (ESA_E_OK or ESA_E_GENERR) to the event manager:
+// event 10, type warning. `information` is an EsaEventInfo_e or 0, `sensorPosition` a sensor index.
+void esaI2CStatusEventSend(U32_t information, U32_t sensorPosition, ESA_CODE_e status);

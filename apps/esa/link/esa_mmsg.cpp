@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: Apache-2.0
+// The link to the message switch. No call here waits longer than a second: what has not arrived by
+// then goes on in the next pass, and the hardware poll keeps its rhythm whatever the switch does.
+#include "link/esa_mmsg.h"
+
+#include <poll.h>
+#include <sys/select.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "mpu_gbl.h"
+#include "state/esa_control.h"
+#include "state/esa_fault.h"
+#include "state/esa_trace.h"
+#include "sys_msg.h"
+
+static constexpr U32_t CONNECT_EVERY_PASSES = 10;  // while the link is down
+static constexpr time_t SEND_TIMEOUT_SEC = 1;
+static constexpr int WAIT_STEP_MS = 10;
+
+// The message being read.
+static struct {
+    MMCH_t header;  // as peeked
+    U32_t length;   // bytes to take off the stream; 0: its header has not been seen whole
+    U32_t taken;
+} incoming;
+
+static bool addressFits;   // socketAddressMSM holds the whole path
+static U32_t passesDown;   // since the link went down or the latest attempt
+static U32_t undelivered;  // bit n: the latest start-up request of type n did not get through
+
+// ---- up and down ----
+
+static bool isDescriptorUsable(S32_t fd) {
+    return fd >= 0 && fd < FD_SETSIZE;
+}
+
+bool esaLinkIsUp() {
+    return isDescriptorUsable(esaControl.socketFdMSM);
+}
+
+static void linkClose() {
+    if (esaControl.socketFdMSM >= 0) {
+        close(esaControl.socketFdMSM);
+    }
+    esaControl.socketFdMSM = -1;
+    incoming = {};
+    passesDown = 0;
+}
+
+void esaLinkDown() {
+    if (esaControl.socketFdMSM >= 0) {
+        ESA_TRACE("The link to MSM on socket [%d] is down.", esaControl.socketFdMSM);
+        linkClose();
+    }
+}
+
+static bool addressFill() {
+    esaControl.socketAddressMSM = {};
+    esaControl.socketAddressMSM.sun_family = AF_UNIX;
+    char* path = esaControl.socketAddressMSM.sun_path;
+    constexpr std::size_t size = sizeof esaControl.socketAddressMSM.sun_path;
+    const int length = std::snprintf(path, size, "%.*s/esadapter", MPU_K_DIRECTORY_SIZE,
+                                     pMpuParams->mmsgDirectory);
+    return length >= 0 && static_cast<std::size_t>(length) < size;
+}
+
+static bool socketOpen() {
+    esaControl.socketFdMSM = socket(AF_UNIX, SOCK_STREAM, 0);
+    if (!isDescriptorUsable(esaControl.socketFdMSM)) {
+        return false;
+    }
+    // Bounds connect as well, which otherwise waits for a switch that does not accept.
+    const struct timeval timeout = {SEND_TIMEOUT_SEC, 0};
+    setsockopt(esaControl.socketFdMSM, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
+    return true;
+}
+
+static bool socketConnect() {
+    return addressFits && connect(esaControl.socketFdMSM,
+                                  reinterpret_cast<const sockaddr*>(&esaControl.socketAddressMSM),
+                                  sizeof esaControl.socketAddressMSM) == 0;
+}
+
+bool esaLinkOpen() {
+    incoming = {};
+    passesDown = 0;
+    undelivered = 0;
+    addressFits = addressFill();
+    if (!socketOpen()) {
+        ESA_FAULT("esaInit()", "Linux socket function fails for ESA socket!");
+    } else if (!socketConnect()) {
+        ESA_FAULT("esaInit()", "Linux connect function fails for MSM/ESA socket!");
+    } else {
+        return true;
+    }
+    esaLinkDown();
+    return false;
+}
+
+bool esaLinkPass() {
+    if (esaLinkIsUp() || ++passesDown < CONNECT_EVERY_PASSES) {
+        return false;
+    }
+    if (!socketOpen() || !socketConnect()) {
+        linkClose();
+        return false;
+    }
+    ESA_TRACE("The link to MSM is up again with socket [%d].", esaControl.socketFdMSM);
+    return true;
+}
+
+// ---- sending ----
+
+void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_t length) {
+    std::memset(static_cast<void*>(message), 0, std::max(length, MMSG_K_HEADER_SIZE));
+    const auto address = static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(message));
+    message->mmch_lh.flink = address;
+    message->mmch_lh.blink = address;
+    message->message_type = MSG_E_TYPE_MMSG;
+    message->mmch_version = MMSG_K_VERSION;
+    message->mmsg_length = static_cast<U16_t>(length);
+    message->opcode.request.protocol = protocol;
+    message->opcode.request.type = type;
+    message->requestor = MMSG_E_EPID_ES_ADAPTERMP;
+}
+
+void esaMmsgRecipientAdd(MMCH_t* message, U32_t endpoint) {
+    Be32& word = message->recipient_loc_bm[endpoint / 32];
+    word = word | (U32_t{1} << (endpoint % 32));
+}
+
+// Errors after which the same link goes on.
+static bool isTransient(int error) {
+    return error == EINTR || error == EAGAIN;
+}
+
+static void deliveryNote(const MMCH_t& message, bool delivered) {
+    const U32_t type = message.opcode.request.type;
+    if (message.opcode.request.protocol == MMSG_E_PROTOCOL_STARTUP && type < 32) {
+        const U32_t bit = U32_t{1} << type;
+        undelivered = delivered ? undelivered & ~bit : undelivered | bit;
+    }
+}
+
+bool esaMmsgIsUndelivered(SUS_MMSG type) {
+    return (undelivered & (U32_t{1} << type)) != 0;
+}
+
+static S32_t workSpaceSend(int length, const char* function) {
+    const auto sent = static_cast<S32_t>(
+        send(esaControl.socketFdMSM, esaControl.esaWorkSpace, static_cast<std::size_t>(length), 0));
+    const int error = errno;
+    if (sent != length) {
+        ESA_FAULT(function, "Linux send function fails, sendSize = [%d] is wrong", length);
+        if (sent < 0 && !isTransient(error)) {
+            esaLinkDown();
+        }
+    }
+    return sent;
+}
+
+S32_t esaMmsgSend(const char* function) {
+    const MMCH_t& message = *wireView<MMCH_t>(esaControl.esaWorkSpace);
+    const int length = message.mmsg_length;
+    S32_t sent = -1;
+    if (esaLinkIsUp()) {
+        sent = workSpaceSend(length, function);
+    } else {
+        ESA_TRACE("MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
+                  static_cast<U32_t>(message.opcode.whole));
+    }
+    deliveryNote(message, sent == length);
+    return sent;
+}
+
+// ---- receiving ----
+
+// What is left of the time one pass may wait for a message, in steps.
+class WaitBudget {
+  public:
+    WaitBudget()
+        : steps_(static_cast<int>(esaControl.selectTimeout.sec * 1000 +
+                                  esaControl.selectTimeout.usec / 1000) /
+                 WAIT_STEP_MS) {}
+    bool isSpent() const { return steps_ <= 0; }
+    // Waits one step for `events`; true when they, or the end of the stream, came.
+    bool step(short events) {
+        --steps_;
+        struct pollfd watched = {esaControl.socketFdMSM, events, 0};
+        return poll(&watched, 1, WAIT_STEP_MS) > 0;
+    }
+
+  private:
+    int steps_;
+};
+
+// The receive failed with `error`, or met the end of the stream (`result` not negative).
+static void linkDownUnlessTransient(ssize_t result, int error) {
+    if (result >= 0 || !isTransient(error)) {
+        esaLinkDown();
+    }
+}
+
+static void peekFailed(ssize_t result) {
+    const int error = errno;
+    ESA_TRACE_DUMP(&incoming.header, MMSG_K_HEADER_SIZE, "tmpMMCH  =");
+    ESA_FAULT("main()", "Linux recv function fails, MSG_PEEK readSize = [%d] is wrong",
+              static_cast<int>(result));
+    linkDownUnlessTransient(result, error);
+}
+
+static void readFailed(ssize_t result) {
+    const int error = errno;
+    ESA_TRACE_DUMP(esaControl.esaInMsg, MMSG_K_MESSAGE_MAX, "esaMMSG =");
+    ESA_FAULT("main()", "Linux recv function fails, mmsg_length readSize = [%d] is wrong",
+              static_cast<int>(result));
+    linkDownUnlessTransient(result, error);
+}
+
+// Peeks until the header is there whole: a stream does not wait for all of it by itself. Bytes that
+// are there already keep the socket readable, so only the end of the stream is waited for.
+static bool headerPeek(WaitBudget* budget) {
+    bool ended = false;
+    for (;;) {
+        const ssize_t got = recv(esaControl.socketFdMSM, &incoming.header, MMSG_K_HEADER_SIZE,
+                                 MSG_PEEK | MSG_DONTWAIT);
+        if (got == MMSG_K_HEADER_SIZE) {
+            return true;
+        }
+        if (got <= 0 || ended) {
+            peekFailed(got);
+            return false;
+        }
+        if (budget->isSpent()) {
+            return false;
+        }
+        ended = budget->step(POLLRDHUP);
+    }
+}
+
+// One read of the message, at most what is left of it. Every piece is placed at the start of
+// esaInMsg, deliberately not behind the one before. What no buffer holds is thrown away.
+static ssize_t pieceRead() {
+    if (incoming.taken < MMSG_K_MESSAGE_MAX) {
+        const U32_t end = std::min(incoming.length, MMSG_K_MESSAGE_MAX);
+        return recv(esaControl.socketFdMSM, esaControl.esaInMsg, end - incoming.taken,
+                    MSG_DONTWAIT);
+    }
+    U8_t discarded[MMSG_K_MESSAGE_MAX];
+    const U32_t left = incoming.length - incoming.taken;
+    return recv(esaControl.socketFdMSM, discarded, std::min(left, MMSG_K_MESSAGE_MAX),
+                MSG_DONTWAIT);
+}
+
+static bool moreArrives(WaitBudget* budget) {
+    while (!budget->isSpent()) {
+        if (budget->step(POLLIN)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+static bool bodyRead(WaitBudget* budget) {
+    for (;;) {
+        const ssize_t got = pieceRead();
+        if (got <= 0) {
+            readFailed(got);
+            return false;
+        }
+        incoming.taken += static_cast<U32_t>(got);
+        if (incoming.taken == incoming.length) {
+            return true;
+        }
+        if (!moreArrives(budget)) {
+            return false;
+        }
+    }
+}
+
+bool esaMmsgReceive() {
+    WaitBudget budget;
+    if (incoming.length == 0) {
+        if (!headerPeek(&budget)) {
+            return false;
+        }
+        // A length below the header's is the dispatcher's to reject; the header is taken.
+        incoming.length = std::max<U32_t>(incoming.header.mmsg_length, MMSG_K_HEADER_SIZE);
+    }
+    if (!bodyRead(&budget)) {
+        return false;
+    }
+    if (incoming.length > MMSG_K_MESSAGE_MAX) {
+        // Later pieces may lie over the header by whose length the dispatcher rejects the message.
+        std::memcpy(esaControl.esaInMsg, &incoming.header, MMSG_K_HEADER_SIZE);
+    }
+    incoming = {};
+    return true;
+}

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// Critical faults: a boxed report and a dump of the service's state in the trace log, and four
+// records in the alternate event log. The caller carries on.
+#pragma once
+
+#include "alt_event_log.h"
+#include "basetypes.h"
+#include "state/esa_trace.h"
+
+extern char esaDebugMsg[1024];                              // text of the latest fault
+extern U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];  // record being stored
+
+// Reports that a system call failed in `fnName` ("main()") of `fileName`, line `lineNo`; `msg` is a
+// printf format.
+void esaFault(const char* fileName, int lineNo, const char* fnName, const char* msg, ...)
+    __attribute__((format(printf, 4, 5)));
+
+// ESA_FAULT("main()", format, ...): the fault of this line, in the one file log readers know.
+#define ESA_FAULT(function, ...) esaFault(ESA_K_TRACE_FILE, __LINE__, (function), __VA_ARGS__)
