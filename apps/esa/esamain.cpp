@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "chassis/table.h"
 #include "link/esa_event.h"
 #include "link/esa_mmsg.h"
 #include "link/esa_startup.h"
@@ -115,6 +116,7 @@ int esaMain(int argc, char** argv) {
     }
     traceOpen(params);
     handleUnexpectedSignals();
+    esaChassisTableUse(esaChassisTable());
     esaInit();
     ESA_TRACE("Finish initializing the Enclosure Services Adapter internal data structures.");
     esaInitCompleteSend();

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "chassis/table.h"
 #include "esamain.h"
 #include "i2c.h"
 #include "link/esa_mmsg.h"
@@ -38,6 +39,7 @@ int write_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer
 namespace {
 
 void enclosureSet(std::uint8_t choice) {
+    esaChassisTableUse(esaChassisTable());
     esaControl = {};
     esaControl.enclosureType = choice & 0x7;
     esaControl.i2cConnected = 1;

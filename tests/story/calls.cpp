@@ -12,11 +12,15 @@
 #include "bus/esa_i2c.h"
 #include "chassis/chenbro.h"
 #include "chassis/vsc055.h"
+#include "chassis/w83782d.h"
+#include "chassis/w83792ad.h"
 #include "chassis/xyratex.h"
 #include "chips/lm75.h"
 #include "chips/pca9539.h"
+#include "chips/vsc055.h"
 #include "chips/w83782d.h"
 #include "chips/w83792ad.h"
+#include "chips/xyratex_alarm.h"
 #include "link/esa_event.h"
 #include "policy/esa_policy.h"
 #include "state/chassis.h"
@@ -78,7 +82,7 @@ void poll() {
     esaChassis()->poll();
 }
 void fanLoad(U8_t fan, U8_t percent) {
-    esaChassis()->fanLoad(fan, percent);
+    esaChassis()->fanLoad(fan, {percent});
 }
 
 using Routine = std::string (*)(const std::vector<Number>& arguments);

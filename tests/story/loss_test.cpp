@@ -136,10 +136,9 @@ class Loss {
 
     void devicesCheck() const {
         static constexpr EsaI2cDevice_t ANY[] = {{0, 0x001, 0, 0}};
-        const EsaI2cDevices_t& known = esaChassis()->i2cDevices;
-        const bool isAny = known.rows == nullptr;
-        for (const EsaI2cDevice_t& device :
-             isAny ? std::span(ANY) : std::span(known.rows, known.count)) {
+        const std::span<const EsaI2cDevice_t> known = esaChassis()->i2cDevices;
+        const bool isAny = known.empty();
+        for (const EsaI2cDevice_t& device : isAny ? std::span(ANY) : known) {
             const bool marked = has(esaControl.i2cDeviceFaultStatus, device.faultBit);
             // Where the alarm is a register of the lost monitor, a monitor that takes that write
             // counts as good again before peers are told that it is lost.

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "chassis/table.h"
 #include "esamain.h"
 #include "i2c.h"
 #include "link/esa_mmsg.h"
@@ -63,6 +64,7 @@ StoryService::StoryService(const StoryRow& row)
               {"fanPwm50To25TemperatureThreshold", 29},
               {"fanFaultRpmLimit", 1500},
               {"fanPwmLoadMinimum", 25}} {
+    esaChassisTableUse(esaChassisTable());
     esaControl = {};
     esaControl.socketFdMSM = -1;
     esaControl.i2cFileFd = -1;

@@ -85,13 +85,13 @@ The Fan index [6] is not supported.
 > call esaW83782dFanPwmLoad 0 0x11; call esaW83782dFanPwmLoad 1 0x12; call esaW83782dFanPwmLoad 2 0x13; call esaW83782dFanPwmLoad 3 0x14
 Load PWM Winbond[17] Percent to Fan [0]
 W 2D 5B=11
-winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 402D95FF 11FF00
+winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 412D95FF 11FF00
 Load PWM Winbond[18] Percent to Fan [1]
 W 2D 5E=12
-winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 402D9512 11FF00
+winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 412D9512 11FF00
 Load PWM Winbond[19] Percent to Fan [2]
 W 2D 5F=13
-winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 402D9512 111300
+winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 412D9512 111300
 Load PWM Winbond[20] Percent to Fan [3]
 Unsupported Winbond Fan Index = [3].
 > call winbondFanPwmLoad 0x30 3 0 0x21; call winbondFanPwmLoad 0x30 3 1 0x22; call winbondFanPwmLoad 0x30 3 2 0x23; call winbondFanPwmLoad 0x30 3 3 200; call winbondFanPwmLoad 0x30 3 4 64
@@ -129,12 +129,12 @@ W 28 5A=FF
 
 == Loads are kept in the shadows of the fan's own backplane
 > up chenbro; hide log bus; call fanLoad 0 25; call fanLoad 1 100; call fanLoad 2 75; call fanLoad 3 100; call fanLoad 4 25; call fanLoad 5 75
-winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 40289080 400000
-winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 402890FF 400000
-winbond[1] FF01FF01 FF01FF01 FF01FF01 FF013C7F 402A9100 C00000
-winbond[2] FF01FF01 FF01FF01 FF01FF01 FF013C7F 402C9200 FF0000
-winbond[3] FF01FF01 FF01FF01 FF01FF01 FF013C7F 40309380 400000
-winbond[3] FF01FF01 FF01FF01 FF01FF01 FF013C7F 403093C0 400000
+winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 41289080 400000
+winbond[0] FF01FF01 FF01FF01 FF01FF01 FF013C7F 412890FF 400000
+winbond[1] FF01FF01 FF01FF01 FF01FF01 FF013C7F 412A9100 C00000
+winbond[2] FF01FF01 FF01FF01 FF01FF01 FF013C7F 412C9200 FF0000
+winbond[3] FF01FF01 FF01FF01 FF01FF01 FF013C7F 41309380 400000
+winbond[3] FF01FF01 FF01FF01 FF01FF01 FF013C7F 413093C0 400000
 
 
 == Temperatures of a W83792AD are whole and unsigned, or half and signed
@@ -356,6 +356,15 @@ Set Backplane Alarm State to [MUTE_S3].
 W 30 40=43
 Set Backplane Alarm State to [MUTE_S3].
 
+== A backplane that does not exist has no shadow and is not written
+> up chenbro; hide fields; call winbondFanPwmLoad 0x30 4 0 0x21; call winbondFanPwmLoad 0x30 255 0 0x21; call esaW83782dAlarmStateSet 0x30 4 1; call esaW83782dAlarmStateSet 0x30 255 3
+Load PWM Winbond[33] Percent to Fan [0]
+Unsupported Winbond Backplane Index = [4].
+Load PWM Winbond[33] Percent to Fan [0]
+Unsupported Winbond Backplane Index = [255].
+Unsupported Winbond Backplane Index = [4].
+Unsupported Winbond Backplane Index = [255].
+
 == Fans and loads Chenbro does not know are traced only
 > up chenbro; hide fields; call chenbroW83782dFanPwmLoad 6 50; call chenbroW83782dFanPwmLoad 2 30; call chenbroW83782dFanPwmLoad 9 30; call chenbroW83782dFanSpeedRead 6
 Load PWM Esa[50] Percent to Fan [6]
@@ -380,10 +389,10 @@ Fan with I2C address [0x2b], fanSpeedReading Reg [0x29] has RPM [5000].
 # An unreachable monitor is an ordinary error; the backplanes behind it are not read.
 > hide log messages; cut 0x2A; call chenbroW83782dFanSpeedRead 3; call chenbroPowerVoltageToleranceStatusRead
 R 2A 28 ENXIO
-W 28 40=00
+W 28 40=01
 W 2A 40 ENXIO
-W 2C 40=00
-W 30 40=00
+W 2C 40=01
+W 30 40=01
  = -1, 4711
 R 28 20=50
 R 28 21=51

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "chassis/table.h"
 #include "start/personality.h"
 #include "tools/personality/judge.h"
 #include "tools/personality/quoted.h"
@@ -89,17 +90,20 @@ bool fileRead(Report& report) {
 // ---- the chassis ----
 
 void namesFind(Report& report) {
-    const EsaPersonalityName_t* const chosen = esaPersonalityNameFind();
+    const EsaPersonalityName_t* const chosen = esaPersonalityChoiceFind().name;
     std::string misses;
-    for (const EsaPersonalityName_t& name : esaPersonalityNames()) {
-        const char* const found = std::strstr(text(), name.quoted);
-        if (found == nullptr) {
-            misses += nearMiss(bare(name.quoted));
-            continue;
+    KORVO_E_CHASSIS_t type = KORVO_E_CHASSIS_NONE;
+    for (const EsaChassis_t* const row : esaChassisTableInUse()) {
+        for (const EsaPersonalityName_t& name : row->names) {
+            const char* const found = std::strstr(text(), name.quoted);
+            if (found == nullptr) {
+                misses += nearMiss(bare(name.quoted));
+                continue;
+            }
+            report.names.push_back({bare(name.quoted), type, lineOf(found), &name == chosen});
+            commentCheck(report.findings, name.quoted, found);
         }
-        report.names.push_back(
-            {bare(name.quoted), name.setup.type, lineOf(found), &name == chosen});
-        commentCheck(report.findings, name.quoted, found);
+        ++type;
     }
     if (chosen == nullptr) {
         report.findings.push_back(
@@ -225,6 +229,7 @@ Report inspect(const std::string& path) {
     Report report;
     report.file = path;
     esaControl = EsaControl_t{};
+    esaChassisTableUse(esaChassisTable());
     report.read = fileRead(report);
     if (report.read) {
         esaPersonalityChassisChoose();

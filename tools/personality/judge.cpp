@@ -18,8 +18,6 @@ namespace {
 
 constexpr U32_t SLOWEST_COUNT = 254;  // 255 is no speed
 constexpr U32_t FASTEST_RPM = 65535;  // what the service can hold
-constexpr U8_t OWN_DIVISOR = 1;       // where the service sets it itself
-constexpr U8_t W83792AD_DIVISOR = 7;  // bits of its divisor registers
 
 void warn(Findings& findings, const char* check, std::string text) {
     findings.push_back({Severity::warning, check, std::move(text)});
@@ -68,7 +66,7 @@ constexpr ZeroReason ZERO_REASONS[] = {
 
 void zeroCheck(const Key& key, Findings& findings) {
     const bool noFloor = key.name == "fanPwmLoadMinimum" && key.reading == Reading::number;
-    const bool unused = key.name == "fanSpeedDivisor" && chassisFacts().ownDivisor;
+    const bool unused = key.name == "fanSpeedDivisor" && chassis().fanSpeedDivisor != 0;
     if (key.stored != 0 || noFloor || unused) {
         return;
     }
@@ -92,12 +90,13 @@ void countsCheck(Findings& findings) {
                              bare(key.quoted), esaControl.*key.narrow, key.arraySize));
         }
     }
-    const ChassisFacts& facts = chassisFacts();
+    const EsaChassisFacts_t& facts = chassis().facts;
     if (esaControl.temperatureSensorMaxNumber > facts.sensors) {
-        findings.push_back({facts.moreSensors, "sensors-above-chassis",
-                            fmt::format("temperatureSensorMaxNumber {}: sensors {} and up {}",
-                                        esaControl.temperatureSensorMaxNumber, facts.sensors,
-                                        facts.moreSensorsText)});
+        const SurplusSensors surplus = surplusSensors(facts.surplusSensors);
+        findings.push_back(
+            {surplus.severity, "sensors-above-chassis",
+             fmt::format("temperatureSensorMaxNumber {}: sensors {} and up {}",
+                         esaControl.temperatureSensorMaxNumber, facts.sensors, surplus.text)});
     }
     if (std::min<int>(esaControl.coolingMaxNumber, SES_K_FANS_MAX) > facts.fans) {
         warn(findings, "fans-above-chassis",
@@ -111,17 +110,19 @@ void countsCheck(Findings& findings) {
 
 void divisorCheck(Findings& findings) {
     const U8_t divisor = esaControl.fanSpeedDivisor;
-    if (chassisFacts().ownDivisor && divisor != OWN_DIVISOR) {
+    const U8_t ownDivisor = chassis().fanSpeedDivisor;
+    if (ownDivisor != 0 && divisor != ownDivisor) {
         findings.push_back({Severity::note, "divisor-unused",
                             fmt::format("fanSpeedDivisor has no effect: on this chassis the "
                                         "service takes {}",
-                                        OWN_DIVISOR)});
+                                        ownDivisor)});
     }
-    if (esaControl.enclosureType == KORVO_E_CHASSIS_KORVO_W83792AD && divisor > W83792AD_DIVISOR) {
+    const U8_t highest = chassis().facts.divisorHighest;
+    if (divisor > highest) {
         warn(findings, "divisor-above-chip",
              fmt::format("fanSpeedDivisor {}: the chip takes only its low three bits, {}; speeds "
                          "come out wrong",
-                         divisor, divisor & W83792AD_DIVISOR));
+                         divisor, divisor & highest));
     }
 }
 
@@ -129,15 +130,16 @@ std::string slowFanText(U32_t limit, int divisor, U32_t slowest) {
     return fmt::format(
         "fanFaultRpmLimit {}: with divisor {} the slowest speed that can be measured is {} RPM, {}",
         limit, divisor, slowest,
-        chassisFacts().slowLooksStopped
+        chassis().facts.slowLooksStopped
             ? "every slower fan counts as stopped and failed"
             : "a slower fan looks like that and only one that stands still counts as failed");
 }
 
 void fanLimitCheck(Findings& findings) {
-    const ChassisFacts& facts = chassisFacts();
+    const EsaChassisFacts_t& facts = chassis().facts;
     const U32_t limit = esaControl.fanFaultRpmLimit;
-    const U8_t divisor = facts.ownDivisor ? OWN_DIVISOR : esaControl.fanSpeedDivisor;
+    const U8_t divisor =
+        chassis().fanSpeedDivisor != 0 ? chassis().fanSpeedDivisor : esaControl.fanSpeedDivisor;
     if (limit == 0 || divisor == 0) {
         return;
     }
@@ -156,7 +158,7 @@ void fanLimitCheck(Findings& findings) {
 // ---- the ladder ----
 
 void tooHotCheck(Findings& findings) {
-    const U32_t hottest = chassisFacts().hottest;
+    const U32_t hottest = chassis().facts.hottest;
     for (const EsaPersonalityKey_t& key : esaPersonalityKeys()) {
         const bool isTemperature =
             std::string_view(key.quoted).find("Temperature") != std::string_view::npos;
@@ -226,8 +228,8 @@ void floorCheck(Findings& findings) {
             warn(findings, "floor-blocks-step",
                  fmt::format("fanPwmLoadMinimum {} blocks the step from {} down to {} percent: {} "
                              "has no effect",
-                             ladder.floor, ESA_K_LADDER[n].load, ESA_K_LADDER[n - 1].load,
-                             keyOf(ESA_K_LADDER[n].stepDown)));
+                             ladder.floor, ESA_K_LADDER[n].load.percent,
+                             ESA_K_LADDER[n - 1].load.percent, keyOf(ESA_K_LADDER[n].stepDown)));
         }
     }
     if (ladder.startLoad < ladder.floor) {

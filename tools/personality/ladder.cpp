@@ -9,14 +9,14 @@ namespace personality {
 static Step stepOf(std::size_t n, U32_t hottest) {
     const EsaLadderStep_t& row = ESA_K_LADDER[n];
     Step step{};
-    step.load = row.load;
+    step.load = row.load.percent;
     if (row.stepUp != nullptr) {
         step.up = esaControl.*row.stepUp;
         step.goesUp = *step.up < hottest;
     }
     if (row.stepDown != nullptr) {
         step.down = esaControl.*row.stepDown;
-        step.floorBlocks = esaControl.fanPwmLoadMinimum > ESA_K_LADDER[n - 1].load;
+        step.floorBlocks = esaControl.fanPwmLoadMinimum > ESA_K_LADDER[n - 1].load.percent;
         // Nothing is below 0: a negative average counts as very hot.
         step.goesDown = !step.floorBlocks && *step.down != 0;
     }
@@ -35,16 +35,14 @@ static void reachedMark(std::vector<Step>& steps, U8_t startLoad) {
 }
 
 Ladder ladder() {
-    const ChassisFacts& facts = chassisFacts();
-    Ladder ladder{facts.startLoad,
-                  esaControl.fanPwmLoadMinimum,
-                  esaControl.overheatTemperatureLimit,
-                  facts.hottest,
-                  {}};
+    const U32_t hottest = chassis().facts.hottest;
+    const U8_t startLoad = chassis().loadAtStart.percent;
+    Ladder ladder{
+        startLoad, esaControl.fanPwmLoadMinimum, esaControl.overheatTemperatureLimit, hottest, {}};
     for (std::size_t n = 0; n < std::size(ESA_K_LADDER); n++) {
-        ladder.steps.push_back(stepOf(n, facts.hottest));
+        ladder.steps.push_back(stepOf(n, hottest));
     }
-    reachedMark(ladder.steps, facts.startLoad);
+    reachedMark(ladder.steps, startLoad);
     return ladder;
 }
 

@@ -38,7 +38,7 @@ std::string nameLine(const Name& name) {
 
 std::string chassisText(const Report& report) {
     std::string text =
-        fmt::format("Chassis: type {}, {}\n", esaControl.enclosureType, chassisFacts().words);
+        fmt::format("Chassis: type {}, {}\n", esaControl.enclosureType, chassis().facts.words);
     for (const Name& name : report.names) {
         text += nameLine(name);
     }
@@ -88,7 +88,7 @@ Json chassisJson(const Report& report) {
                          {"line", name.line},
                          {"chosen", name.chosen}});
     }
-    return {{"type", esaControl.enclosureType}, {"words", chassisFacts().words}, {"names", names}};
+    return {{"type", esaControl.enclosureType}, {"words", chassis().facts.words}, {"names", names}};
 }
 
 Json keysJson(const Report& report) {

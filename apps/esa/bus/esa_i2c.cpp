@@ -10,25 +10,29 @@
 #include "state/chassis.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 constexpr int TRANSFER_FAILED = -1;
 
 // Stands for every address without a row of its own; shares the bit of the first device.
 constexpr EsaI2cDevice_t ANY_DEVICE = {0, 0x001, 0, 0};
 
-static const EsaI2cDevice_t& deviceOf(U8_t i2cAddr) {
-    const EsaChassis_t* chassis = esaChassis();
-    if (chassis == nullptr || chassis->i2cDevices.rows == nullptr) {
+const EsaI2cDevice_t& deviceOf(U8_t i2cAddr) {
+    const std::span<const EsaI2cDevice_t> devices = esaChassisOrNone().i2cDevices;
+    if (devices.empty()) {
         return ANY_DEVICE;
     }
-    for (std::size_t n = 0; n < chassis->i2cDevices.count; ++n) {
-        if (chassis->i2cDevices.rows[n].address == i2cAddr) {
-            return chassis->i2cDevices.rows[n];
+    for (const EsaI2cDevice_t& device : devices) {
+        if (device.address == i2cAddr) {
+            return device;
         }
     }
     // "Read" stands for writes, too: log readers know the line like this.
     ESA_TRACE("I2C Bus Read with undefined address [0x%x].", i2cAddr);
     return ANY_DEVICE;
 }
+
+}  // namespace
 
 void esaI2CStatusEventSend(U32_t information, U32_t sensorPosition, ESA_CODE_e status) {
     EsaEventData_t event = {};
@@ -39,7 +43,9 @@ void esaI2CStatusEventSend(U32_t information, U32_t sensorPosition, ESA_CODE_e s
     esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, EMP_E_TYPE_WARNING, &event);
 }
 
-static void deviceFailed(const EsaI2cDevice_t& device, U8_t i2cAddr) {
+namespace {
+
+void deviceFailed(const EsaI2cDevice_t& device, U8_t i2cAddr) {
     ESA_TRACE("Detect I2C Bus Status [ERROR] with Address [0x%x].", i2cAddr);
     if ((esaControl.i2cDeviceFaultStatus & device.faultBit) != 0) {
         ESA_TRACE("Already marked Fault on I2C Device with Address [0x%x].", i2cAddr);
@@ -51,7 +57,7 @@ static void deviceFailed(const EsaI2cDevice_t& device, U8_t i2cAddr) {
     esaI2CStatusEventSend(device.information, device.sensor, ESA_E_GENERR);
 }
 
-static void deviceAnswered(const EsaI2cDevice_t& device, U8_t i2cAddr) {
+void deviceAnswered(const EsaI2cDevice_t& device, U8_t i2cAddr) {
     if ((esaControl.i2cDeviceFaultStatus & device.faultBit) == 0) {
         ESA_TRACE("Already marked OK on I2C Device with Address [0x%x].", i2cAddr);
         return;
@@ -64,7 +70,7 @@ static void deviceAnswered(const EsaI2cDevice_t& device, U8_t i2cAddr) {
     esaI2CStatusEventSend(device.information, device.sensor, ESA_E_OK);
 }
 
-static ESA_CODE_e transferResult(const EsaI2cDevice_t& device, U8_t i2cAddr, int result) {
+ESA_CODE_e transferResult(const EsaI2cDevice_t& device, U8_t i2cAddr, int result) {
     if (result == TRANSFER_FAILED) {
         deviceFailed(device, i2cAddr);
         return ESA_E_GENERR_I2C_UNAVAILABLE;
@@ -72,6 +78,8 @@ static ESA_CODE_e transferResult(const EsaI2cDevice_t& device, U8_t i2cAddr, int
     deviceAnswered(device, i2cAddr);
     return ESA_E_OK;
 }
+
+}  // namespace
 
 ESA_CODE_e esaI2CDataWrite(U8_t i2cAddr, U8_t regAddr, const U8_t* writeDataPtr, U32_t dataLen) {
     if (esaControl.i2cConnected == 0) {

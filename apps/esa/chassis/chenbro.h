@@ -2,7 +2,6 @@
 // Chenbro 3U16ATX: four backplanes, each with a W83782D.
 #pragma once
 
-#include "state/chassis.h"
 #include "state/esa_control.h"
 
 // Probes and sets up all monitors. ESA_E_OK, ESA_E_GENERR when a transfer failed,
@@ -23,8 +22,3 @@ void chenbroW83782dFanPwmLoad(U8_t chenbroFanInx, U8_t pwmPercentage);
 
 // Sets the alarm of all backplanes.
 void chenbroAlarmStateSet(EsaAlarmState_e alarmState);
-
-// Status page entries of the chassis row.
-void chenbroSupplyPageStatus(int supply, PowerSupplyElementStat_t* element,
-                             EsaPageChange_t* change);
-void chenbroTemperaturesRead();

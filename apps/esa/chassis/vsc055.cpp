@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Vitesse VSC055 with LM75 sensors beside it, the prequalified wiring: start-up and run time. What
-// is read back at start-up is only logged; the shadows are what the service wrote.
+// The prequalified wiring: a VSC055, LM75 sensors beside it, an alarm in software only. What is
+// read back at start-up is only logged; the shadows are what the service wrote.
 #include "chassis/vsc055.h"
 
 #include <unistd.h>
@@ -10,16 +10,27 @@
 
 #include "bus/esa_i2c.h"
 #include "bus/probe.h"
+#include "chassis/table.h"
 #include "chips/lm75.h"
-#include "chips/tachometer.h"
 #include "chips/vsc055.h"
+#include "policy/esa_policy.h"
+#include "policy/fan_load.h"
 #include "policy/poll.h"
 #include "policy/supply.h"
 #include "state/alarm_name.h"
 #include "state/esa_trace.h"
 
+namespace {
+
+constexpr U8_t ADDRESS_VSC055 = 0x41;
+constexpr U8_t ADDRESS_LM75[] = {0x4C, 0x4B, 0x4A, 0x4D, 0x4E, 0x4F};  // by sensor
+
+constexpr U32_t FAULT_BIT_VSC055 = 0x001;
+constexpr U32_t FAULT_BIT_LM75(int sensor) {
+    return U32_t{2} << sensor;
+}
+
 // Ports and bits of this wiring.
-constexpr int PORT_FAN_POWER = 1;  // bit n: fan n has power
 constexpr int PORT_SUPPLY = 4;
 constexpr U8_t SUPPLY_REDUNDANT = 0x80;    // input
 constexpr U8_t SUPPLY_ALARM_CLEAR = 0x40;  // low pulse clears
@@ -30,30 +41,18 @@ constexpr U8_t LEDS_ALL_LIT = 0x00;
 
 constexpr U8_t DIRECTIONS[VSC055_PORTS] = {0xFF, 0x00, 0xFF, 0xFF, 0x80, 0x00, 0x00, 0x00};
 constexpr U8_t FAN_CONTROL = 0x81;
-constexpr U8_t LOAD_AT_START = 50;  // percent
 constexpr unsigned LAMP_TEST_SEC = 3;
 
-constexpr U8_t SPEED_NO_PULSES = 0xFF;
-constexpr U8_t SPEED_STANDSTILL = 0;
-
-constexpr U8_t LM75_REG_PROBE = 0x00;
-constexpr U32_t FAULT_BIT_LM75(int sensor) {
-    return U32_t{2} << sensor;
+int sensorsKept() {
+    return esaBounded(esaControl.temperatureSensorMaxNumber, ESA_K_LM75_MAX);
 }
-
-struct DutyCode_t {
-    U8_t percent;
-    U8_t code;
-};
-constexpr DutyCode_t DUTY_CODES[] = {{0, 0x00}, {25, 0x27}, {50, 0x2F}, {75, 0x37}, {100, 0x3F}};
 
 // ---- start-up ----
 
-static ESA_CODE_e sensorsProbe() {
-    const int sensors = esaBounded(esaControl.temperatureSensorMaxNumber, ESA_K_LM75_MAX);
-    for (int sensor = 0; sensor < sensors; ++sensor) {
+ESA_CODE_e sensorsProbe() {
+    for (int sensor = 0; sensor < sensorsKept(); ++sensor) {
         U8_t value = 0;
-        if (esaProbe(esaControl.i2cAddressLM75[sensor], LM75_REG_PROBE, &value)) {
+        if (esaProbe(esaControl.i2cAddressLM75[sensor], LM75_REG_TEMP, &value)) {
             continue;
         }
         lm75UnreadableTrace(esaControl.i2cAddressLM75[sensor]);
@@ -67,7 +66,7 @@ static ESA_CODE_e sensorsProbe() {
     return ESA_E_OK;
 }
 
-static ESA_CODE_e portsTrace() {
+ESA_CODE_e portsTrace() {
     ESA_TRACE("Read VSC055_GPD Register");
     for (int port = 0; port < VSC055_PORTS; ++port) {
         U8_t value = 0;
@@ -80,123 +79,190 @@ static ESA_CODE_e portsTrace() {
     return ESA_E_OK;
 }
 
-static void fansStart(int fans) {
-    for (U8_t fan = 0; fan < fans; ++fan) {
-        esaVsc055FanPwmLoad(fan, LOAD_AT_START);
-        esaControl.fanPwmLoad[fan] = LOAD_AT_START;
-        esaControl.coolingElementOnOff[fan] = ESA_E_FAN_ON;
-    }
-}
-
-static void ledsWrite(U8_t value) {
+void ledsWrite(U8_t value) {
     vsc055PortWrite(LED_PORTS.low, value);
     vsc055PortWrite(LED_PORTS.high, value);
 }
 
 // All LEDs, whatever the number of drives.
-static void lampTest() {
+void lampTest() {
     ledsWrite(LEDS_ALL_OFF);
     ledsWrite(LEDS_ALL_LIT);
     sleep(LAMP_TEST_SEC);
     ledsWrite(LEDS_ALL_OFF);
 }
 
-static void fanControlsSetup(int fans) {
+void fanControlsSetup() {
+    const int fans = esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX);
     for (int fan = 0; fan < fans; ++fan) {
-        U8_t& shadow = esaControl.vitesse.vsc055FSC[fan];
-        shadow = FAN_CONTROL;
-        ESA_TRACE("Initialize vsc055FSC[%d] Register with value = [0x%x]", fan, shadow);
-        vsc055RegisterWrite(VSC055_REG_FSC(fan), shadow);
+        ESA_TRACE("Initialize vsc055FSC[%d] Register with value = [0x%x]", fan, FAN_CONTROL);
+        vsc055FanControlWrite(fan, FAN_CONTROL);
     }
 }
+
+// ---- run time ----
+
+void fanLoad(U8_t fan, EsaPercent_t load) {
+    esaVsc055FanPwmLoad(fan, load.percent);
+}
+
+void fanSwitch(U8_t fan, bool on) {
+    esaVsc055FanPwmLoad(fan, on ? 100 : 0);
+}
+
+S16_t sensorRead(int sensor) {
+    const U8_t address = esaControl.i2cAddressLM75[sensor];
+    const S16_t degrees = lm75TemperatureRead(address);
+    if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
+        lm75UnreadableTrace(address);
+    }
+    return degrees;
+}
+
+// Of an unreadable sensor a page says nothing more.
+void temperaturesPageRead() {
+    for (int sensor = 0; sensor < sensorsKept(); ++sensor) {
+        const S16_t degrees = sensorRead(sensor);
+        if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
+            esaControl.temperatureSensor[sensor] = degrees;
+        } else {
+            esaTemperatureStore(sensor, degrees);
+        }
+    }
+}
+
+void alarmPoll() {
+    const char* name = esaAlarmStateName(esaVsc055AlarmStateRead());
+    if (name == nullptr) {
+        ESA_TRACE("Alarm State is set to un-supported value [%d].", esaVsc055AlarmStateRead());
+        return;
+    }
+    ESA_TRACE("Alarm State is set to [%s].", name);
+}
+
+ESA_CODE_e driveLedWrite(int driveNumber, bool lit) {
+    return vsc055DriveLedWrite(LED_PORTS, driveNumber, lit, true);
+}
+
+// ---- the rows ----
+
+constexpr char PREQUALIFIED[] = "VSC055 Based Prequalified Enclosure";
+constexpr EsaPersonalityName_t NAMES[] = {
+    {R"("PeltoTolvex")", PREQUALIFIED},
+    {R"("ChenbroRM325")", PREQUALIFIED},
+    {R"("ChenbroRM326")", PREQUALIFIED},
+    {R"("ASUSi104")", PREQUALIFIED},
+    {R"("ASUSi316")", PREQUALIFIED},
+    {R"("Accusys3U16ATX")", PREQUALIFIED},
+    {R"("Vitesse VSC055 Custom")", "ESA_K_NAME_STRING_VITESSE_VSC055_CUSTOM"},
+};
+
+constexpr EsaSupplyInput_t SUPPLY_INPUTS[] = {
+    {.read = esaVsc055PowerRedundancyFailStatusRead,
+     .polled = ESA_SUPPLY_REDUNDANCY,
+     .onPage = ESA_SUPPLY_REDUNDANCY,
+     .keptWhenUnavailable = true,
+     .isMains = false,
+     .follow = ESA_NOT_FITTED},
+};
+
+constexpr EsaI2cDevice_t lm75(int sensor) {
+    return {ADDRESS_LM75[sensor], FAULT_BIT_LM75(sensor), ESA_E_EVENT_INFO_I2C_BUS_STATUS_LM75,
+            static_cast<U32_t>(sensor)};
+}
+constexpr EsaI2cDevice_t DEVICES[] = {
+    {ADDRESS_VSC055, FAULT_BIT_VSC055, ESA_E_EVENT_INFO_I2C_BUS_STATUS_VSC055, 0},
+    lm75(0),
+    lm75(1),
+    lm75(2),
+    lm75(3),
+    lm75(4),
+    lm75(5),
+};
+
+constexpr EsaChassis_t rowOf(const char* title, std::span<const EsaPersonalityName_t> names) {
+    EsaChassis_t row = {
+        .facts = {.title = title,
+                  .words = "VSC055 with LM75 sensors",
+                  .fans = 8,
+                  .sensors = std::size(ADDRESS_LM75),
+                  .surplusSensors = EsaSurplusSensors_e::NO_START,
+                  .tachometerClock = VSC055_TACHOMETER_CLOCK,
+                  .slowLooksStopped = false,
+                  .divisorHighest = 255,
+                  .hottest = 127},
+        .names = names,
+        .setup = {.deviceMaxNumber = 16,
+                  .powerSupplyMaxNumber = 2,
+                  .addressVsc055 = ADDRESS_VSC055},
+        .init = esaVsc055Init,
+        .initSuccessText = "Finish initializing for the Vsc055 based Enclosure.",
+        .initFailureText = "Initializing for the Vsc055 based Enclosure fails.",
+        .poll = esaVsc055PollTimeoutProcess,
+        .supplyInputs = SUPPLY_INPUTS,
+        .supplyPageStatus = esaSupplyPageStatus,
+        .supplyFaultIndicate = esaSupplyRedundancyFaultIndicate,
+        .fanSpeedRead = esaVsc055FanSpeedRead,
+        .fanSweepEndsWhenUnavailable = true,
+        .fanSpeedDivisor = 0,
+        .fanLoad = fanLoad,
+        .loadAtStart = {50},
+        .policyFans = 0,
+        .fanFaultShow = ESA_NOT_FITTED,
+        .fanSwitch = fanSwitch,
+        .fanGroupSize = 1,
+        .fanPageStatus = ESA_NOT_FITTED,
+        .temperatureRead = sensorRead,
+        .temperatureSensors = 0,
+        .temperaturesPoll = esaTemperaturesPoll,
+        .temperaturesPageRead = temperaturesPageRead,
+        .alarmSet = esaVsc055AlarmStateBackplaneSet,
+        .alarmRunsByItself = false,
+        .alarmSilenced = esaVsc055AlarmStatePowerSupplyClear,
+        .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
+        .alarmPageState = esaAlarmStateKept,
+        .alarmPoll = alarmPoll,
+        .driveLedSet = esaVsc055DriveFaultLEDSet,
+        .driveLedClear = esaVsc055DriveFaultLEDClear,
+        .drivePresent = ESA_NOT_FITTED,
+        .i2cDevices = DEVICES,
+    };
+    std::ranges::copy(ADDRESS_LM75, row.setup.addressLM75);
+    return row;
+}
+
+}  // namespace
+
+constexpr EsaChassis_t ESA_CHASSIS_VSC055 = rowOf("VSC055", NAMES);
+// The personality file's "PeltoTolvex" selects the row above; this one is reached by type only.
+constexpr EsaChassis_t ESA_CHASSIS_PELTO_TOLVEX = rowOf("TolVex", {});
+static_assert(esaChassisIsSound(ESA_CHASSIS_VSC055));
+
+// ---- the routines ----
 
 ESA_CODE_e esaVsc055Init() {
     ESA_CODE_e code = vsc055Probe(ESA_E_EVENT_INFO_I2C_BUS_STATUS);
     if (code != ESA_E_OK) {
         return code;
     }
-    std::copy(std::begin(DIRECTIONS), std::end(DIRECTIONS), esaControl.vitesse.vsc055DDP);
+    std::ranges::copy(DIRECTIONS, esaControl.vitesse.vsc055DDP);
     vsc055PortBitsSet(PORT_SUPPLY, SUPPLY_START);
-    esaVsc055AlarmStateBackplaneSet(ESA_E_ALARM_STATE_MUTE_S3);
-    esaControl.alarmState = ESA_E_ALARM_STATE_MUTE_S3;
+    esaAlarmMute(ESA_CHASSIS_VSC055);
     for (auto step : {vsc055DirectionsSetup, portsTrace, sensorsProbe}) {
         code = step();
         if (code != ESA_E_OK) {
             return code;
         }
     }
-    const int fans = esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX);
-    fansStart(fans);
+    esaFansStart(ESA_CHASSIS_VSC055);
     lampTest();
     esaControl.powerSupplyStatus |= ESA_K_POWER_VOLTAGE_OK | ESA_K_POWER_REDUNDANCY_OK;
-    fanControlsSetup(fans);
+    fanControlsSetup();
     return ESA_E_OK;
 }
 
-// ---- fans ----
-
-static bool fanKnown(int fanInx) {
-    if (fanInx >= 0 && fanInx < SES_K_FANS_MAX) {
-        return true;
-    }
-    ESA_TRACE("Un-supported Fan Number = [%d]", fanInx);
-    return false;
-}
-
-static const DutyCode_t* dutyCodeOf(U8_t percent) {
-    for (const DutyCode_t& duty : DUTY_CODES) {
-        if (duty.percent == percent) {
-            return &duty;
-        }
-    }
-    return nullptr;
-}
-
-void esaVsc055FanPwmLoad(U8_t fanInx, U8_t pwmPercentage) {
-    ESA_TRACE("Load PWM [%d] Percent to Fan [%d]", pwmPercentage, fanInx);
-    const DutyCode_t* duty = dutyCodeOf(pwmPercentage);
-    if (duty == nullptr) {
-        ESA_TRACE("Un-supported PWM Percentage [%d]", pwmPercentage);
-        return;
-    }
-    if (!fanKnown(fanInx)) {
-        return;
-    }
-    esaControl.vitesse.vsc055PWMC[fanInx] = duty->code;
-    vsc055RegisterWrite(VSC055_REG_PWMC(fanInx), esaControl.vitesse.vsc055PWMC[fanInx]);
-    if (pwmPercentage == 0) {
-        vsc055PortBitsClear(PORT_FAN_POWER, static_cast<U8_t>(1 << fanInx));
-    }
-}
-
-ESA_CODE_e esaVsc055FanSpeedRead(int fanInx, U16_t* fanRpmSpeedPtr) {
-    if (!fanKnown(fanInx)) {
-        return ESA_E_GENERR;
-    }
-    U8_t value = 0;
-    const ESA_CODE_e code = vsc055RegisterRead(VSC055_REG_FAN_SPEED(fanInx), &value);
-    if (code != ESA_E_OK) {
-        return code;
-    }
-    ESA_TRACE("Fan [%d] has Vitesse Fan Speed value = [%d].", fanInx, value);
-    if (value == SPEED_NO_PULSES) {
-        ESA_TRACE("No tachometer pulses present, NOT able to read speed for Fan [%d].", fanInx);
-        ESA_TRACE("Return read error for Fan [%d].", fanInx);
-        return ESA_E_GENERR;
-    }
-    if (value == SPEED_STANDSTILL) {
-        ESA_TRACE("Fan [%d] has speed [0].", fanInx);
-        *fanRpmSpeedPtr = 0;
-        return ESA_E_OK;
-    }
-    *fanRpmSpeedPtr = esaTachometerRpm(fanInx, ESA_K_TACHOMETER_CLOCK_VSC055, value);
-    return ESA_E_OK;
-}
-
-// ---- drive fault LEDs ----
-
-static ESA_CODE_e driveLedWrite(int driveNumber, bool lit) {
-    return vsc055DriveLedWrite(LED_PORTS, driveNumber, lit, true) ? ESA_E_OK : ESA_E_GENERR;
+void esaVsc055PollTimeoutProcess() {
+    esaPoll();
 }
 
 ESA_CODE_e esaVsc055DriveFaultLEDSet(int driveNumber) {
@@ -208,8 +274,6 @@ ESA_CODE_e esaVsc055DriveFaultLEDClear(int driveNumber) {
     ESA_TRACE("Clear Fault LED on Drive [%d]", driveNumber);
     return driveLedWrite(driveNumber, false);
 }
-
-// ---- supplies and alarm ----
 
 ESA_CODE_e esaVsc055PowerRedundancyFailStatusRead() {
     U8_t value = 0;
@@ -223,12 +287,6 @@ ESA_CODE_e esaVsc055PowerRedundancyFailStatusRead() {
     }
     ESA_TRACE("Return Power Fail Status [OK].");
     return ESA_E_OK;
-}
-
-void esaVsc055SupplyPageStatus(int supply, PowerSupplyElementStat_t* element,
-                               EsaPageChange_t* change) {
-    const bool ok = esaVsc055PowerRedundancyFailStatusRead() == ESA_E_OK;
-    esaSupplyPageUpdate(ESA_SUPPLY_REDUNDANCY, ok, supply, element, change);
 }
 
 void esaVsc055AlarmStatePowerSupplyClear() {
@@ -255,59 +313,4 @@ EsaAlarmState_e esaVsc055AlarmStateRead() {
         ESA_TRACE("Read the Alarm State as [%s].", name);
     }
     return static_cast<EsaAlarmState_e>(state);
-}
-
-// ---- poll ----
-
-static void supplyPoll() {
-    const ESA_CODE_e code = esaVsc055PowerRedundancyFailStatusRead();
-    if (code != ESA_E_GENERR_I2C_UNAVAILABLE) {
-        esaSupplyConditionPoll(ESA_SUPPLY_REDUNDANCY, code == ESA_E_OK);
-    }
-}
-
-static S16_t sensorRead(int sensor) {
-    const U8_t address = esaControl.i2cAddressLM75[sensor];
-    const S16_t degrees = lm75TemperatureRead(address);
-    if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
-        lm75UnreadableTrace(address);
-    }
-    return degrees;
-}
-
-static void temperaturesPoll() {
-    const int sensors = esaBounded(esaControl.temperatureSensorMaxNumber, ESA_K_LM75_MAX);
-    for (int sensor = 0; sensor < sensors; ++sensor) {
-        esaTemperatureStore(sensor, sensorRead(sensor));
-    }
-}
-
-// Of an unreadable sensor a page says nothing more.
-void esaVsc055TemperaturesRead() {
-    const int sensors = esaBounded(esaControl.temperatureSensorMaxNumber, ESA_K_LM75_MAX);
-    for (int sensor = 0; sensor < sensors; ++sensor) {
-        const S16_t degrees = sensorRead(sensor);
-        if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
-            esaControl.temperatureSensor[sensor] = degrees;
-        } else {
-            esaTemperatureStore(sensor, degrees);
-        }
-    }
-}
-
-static void alarmPoll() {
-    const char* name = esaAlarmStateName(esaVsc055AlarmStateRead());
-    if (name == nullptr) {
-        ESA_TRACE("Alarm State is set to un-supported value [%d].", esaVsc055AlarmStateRead());
-        return;
-    }
-    ESA_TRACE("Alarm State is set to [%s].", name);
-}
-
-void esaVsc055PollTimeoutProcess() {
-    supplyPoll();
-    esaFansPoll();
-    temperaturesPoll();
-    esaPoliciesPoll();
-    alarmPoll();
 }

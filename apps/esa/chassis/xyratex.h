@@ -3,7 +3,6 @@
 // controller that runs by itself; two fan groups, two LM75.
 #pragma once
 
-#include "state/chassis.h"
 #include "state/esa_control.h"
 
 // ESA_E_OK, ESA_E_GENERR_I2C_UNAVAILABLE when the controller does not answer, or the code of a
@@ -24,20 +23,9 @@ void xyratexDrivePresenceRead();
 ESA_CODE_e xyratexPowerVoltageStatusRead();
 ESA_CODE_e xyratexPowerRedundancyFailStatusRead();
 
-// The alarm controller. Reading gives INVALID_S7 when a step of it fails on the bus.
-void xyratexAlarmStateSet(EsaXyratexAlarmState_e state);
-EsaXyratexAlarmState_e xyratexAlarmStateRead();
-
 void xyratexPsuOkLEDSet();
 void xyratexPsuOkLEDClear();
 void xyratexPowerRedundancyFailLEDSet();
 void xyratexPowerRedundancyFailLEDClear();
 void xyratexFanFailLEDSet();
 void xyratexFanFailLEDClear();
-
-// Status page entries of the chassis row.
-void xyratexSupplyPageStatus(int supply, PowerSupplyElementStat_t* element,
-                             EsaPageChange_t* change);
-void xyratexFanPageStatus(int fan, U16_t rpm, CoolingElementStat_t* element,
-                          EsaPageChange_t* change);
-void xyratexTemperaturesRead();

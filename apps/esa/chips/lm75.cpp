@@ -7,8 +7,6 @@
 #include "chips/half_degrees.h"
 #include "state/esa_trace.h"
 
-constexpr U8_t LM75_REG_TEMP = 0x00;
-
 S16_t lm75TemperatureRead(U8_t i2cAddr) {
     U8_t first = 0;
     U8_t second = 0;

@@ -4,6 +4,8 @@
 
 #include "state/esa_control.h"
 
+constexpr U8_t LM75_REG_TEMP = 0x00;
+
 // Degrees Celsius, truncated toward zero, or ESA_K_TEMPERATURE_UNREADABLE.
 S16_t lm75TemperatureRead(U8_t i2cAddr);
 

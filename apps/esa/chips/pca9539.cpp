@@ -6,6 +6,8 @@
 #include "chips/register_rows.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 constexpr U8_t PCA9539_REG_OUTPUT_PORT_0 = 2;
 constexpr U8_t PCA9539_REG_OUTPUT_PORT_1 = 3;
 constexpr U8_t PCA9539_REG_CONFIGURATION_PORT_0 = 6;
@@ -20,32 +22,22 @@ constexpr EsaRegisterRow_t<Pca9539Control_t> CONFIGURATION[] = {
      nullptr, "pca9539.configurationPort1Register"},
 };
 
-struct OutputPort_t {
+struct OutputPort {
     U8_t number;
     U8_t Pca9539Control_t::*shadow;
     const char* setText;
     const char* clearText;
 };
 // Set and clear name the two ports in opposite styles: log readers match on all four.
-constexpr OutputPort_t OUTPUT_PORTS[] = {
+constexpr OutputPort OUTPUT_PORTS[] = {
     {PCA9539_REG_OUTPUT_PORT_0, &Pca9539Control_t::outputPort0Register, "pca9539.outputPort0",
      "pca9539.outputPort0Register"},
     {PCA9539_REG_OUTPUT_PORT_1, &Pca9539Control_t::outputPort1Register,
      "pca9539.outputPort1Register", "pca9539.outputPort1"},
 };
 
-ESA_CODE_e esaPca9539Init() {
-    const EsaRegisterTarget_t<Pca9539Control_t> target = {esaControl.i2cAddressPca9539,
-                                                          esaControl.pca9539, "PCA9539"};
-    if (esaRegisterRowsWrite(target, CONFIGURATION) != ESA_E_OK) {
-        return ESA_E_GENERR;
-    }
-    ESA_TRACE("Finish the initialization for the PCA9539.");
-    return ESA_E_OK;
-}
-
 // Port 0 takes its drives whatever deviceMaxNumber is.
-static const OutputPort_t* portOf(int driveNumber) {
+const OutputPort* portOf(int driveNumber) {
     if (driveNumber >= 0 && driveNumber < DRIVES_PER_PORT) {
         return &OUTPUT_PORTS[0];
     }
@@ -56,8 +48,8 @@ static const OutputPort_t* portOf(int driveNumber) {
     return nullptr;
 }
 
-static ESA_CODE_e driveLedWrite(int driveNumber, bool lit) {
-    const OutputPort_t* port = portOf(driveNumber);
+ESA_CODE_e driveLedWrite(int driveNumber, bool lit) {
+    const OutputPort* port = portOf(driveNumber);
     if (port == nullptr) {
         ESA_TRACE("Un-supported Drive Number = [%d]", driveNumber);
         return ESA_E_GENERR;
@@ -67,6 +59,18 @@ static ESA_CODE_e driveLedWrite(int driveNumber, bool lit) {
     shadow = lit ? shadow | bit : shadow & static_cast<U8_t>(~bit);
     ESA_TRACE("%s = [0x%x]", lit ? port->setText : port->clearText, shadow);
     esaI2CDataWrite(esaControl.i2cAddressPca9539, port->number, &shadow, 1);
+    return ESA_E_OK;
+}
+
+}  // namespace
+
+ESA_CODE_e esaPca9539Init() {
+    const EsaRegisterTarget_t<Pca9539Control_t> target = {esaControl.i2cAddressPca9539,
+                                                          esaControl.pca9539, "PCA9539"};
+    if (esaRegisterRowsWrite(target, CONFIGURATION) != ESA_E_OK) {
+        return ESA_E_GENERR;
+    }
+    ESA_TRACE("Finish the initialization for the PCA9539.");
     return ESA_E_OK;
 }
 

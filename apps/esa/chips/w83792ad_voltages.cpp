@@ -3,15 +3,13 @@
 // packed. The Vcore channels add the low bits; on the five others the low bits replace the value,
 // so that +5Vcc never reads more than 0.018 V and the tolerance is reported as lost: boards in the
 // field behave so, and their operators know it.
-#include "chips/w83792ad_voltages.h"
-
 #include "bus/esa_i2c.h"
+#include "chips/w83792ad.h"
 #include "chips/winbond.h"
 #include "state/esa_trace.h"
 
-constexpr U8_t W83792AD_REG_LOW_BITS_1 = 0x3E;
-constexpr U8_t W83792AD_REG_LOW_BITS_2 = 0x3F;
-constexpr U8_t W83792AD_REG_LIMITS = 0x2B;
+namespace {
+
 constexpr U8_t LOW_BITS_MASK = 0x3;
 constexpr int STEPS_PER_READING = 4;
 
@@ -19,7 +17,7 @@ constexpr int STEPS_PER_READING = 4;
 constexpr double RAIL_5V_LOW = 4.5;
 constexpr double RAIL_5V_HIGH = 5.5;
 
-struct Channel_t {
+struct Channel {
     U8_t reading;
     U8_t lowBits;
     U8_t shift;     // of the channel's two bits in lowBits
@@ -30,18 +28,21 @@ struct Channel_t {
     const char* finalName;
     const char* end;  // of the raw and low-bits lines
 };
-constexpr Channel_t CHANNELS[] = {
-    {0x20, W83792AD_REG_LOW_BITS_1, 0, 0.002, true, "Vcorea", "Vcorea", "Vcorea", "."},
-    {0x21, W83792AD_REG_LOW_BITS_1, 2, 0.002, true, "Vcoreb", "Vcoreb", "Vcoreb", "."},
+constexpr Channel CHANNELS[] = {
+    {W83792AD_REG_VCOREA, W83792AD_REG_LOW_BITS_1, 0, 0.002, true, "Vcorea", "Vcorea", "Vcorea",
+     "."},
+    {W83792AD_REG_VCOREB, W83792AD_REG_LOW_BITS_1, 2, 0.002, true, "Vcoreb", "Vcoreb", "Vcoreb",
+     "."},
     // "Vinr0" and "=5Vcc" are the log's own words.
-    {0x22, W83792AD_REG_LOW_BITS_1, 4, 0.004, false, "Vin0", "Vinr0", "Vin0", ""},
-    {0x23, W83792AD_REG_LOW_BITS_1, 6, 0.004, false, "Vin1", "Vin1", "Vin1", ""},
-    {0x24, W83792AD_REG_LOW_BITS_2, 0, 0.004, false, "Vin2", "Vin2", "Vin2", ""},
-    {0x25, W83792AD_REG_LOW_BITS_2, 2, 0.004, false, "Vin3", "Vin3", "Vin3", ""},
-    {0x26, W83792AD_REG_LOW_BITS_2, 4, 0.006, false, "+5Vcc", nullptr, "=5Vcc", ""},
+    {W83792AD_REG_VIN0, W83792AD_REG_LOW_BITS_1, 4, 0.004, false, "Vin0", "Vinr0", "Vin0", ""},
+    {W83792AD_REG_VIN1, W83792AD_REG_LOW_BITS_1, 6, 0.004, false, "Vin1", "Vin1", "Vin1", ""},
+    {W83792AD_REG_VIN2, W83792AD_REG_LOW_BITS_2, 0, 0.004, false, "Vin2", "Vin2", "Vin2", ""},
+    {W83792AD_REG_VIN3, W83792AD_REG_LOW_BITS_2, 2, 0.004, false, "Vin3", "Vin3", "Vin3", ""},
+    {W83792AD_REG_POSITIVE_5VCC, W83792AD_REG_LOW_BITS_2, 4, 0.006, false, "+5Vcc", nullptr,
+     "=5Vcc", ""},
 };
 
-// From W83792AD_REG_LIMITS up.
+// From W83792AD_REG_VCOREA_HIGH_LIMIT up.
 constexpr const char* LIMIT_NAMES[] = {
     "Vcorea High Limit", "Vcorea Low Limit", "Vcoreb High Limit", "Vcoreb Low Limit",
     "Vin0 High Limit",   "Vin0 Low Limit",   "Vin1 High Limit",   "Vin1 Low Limit",
@@ -49,11 +50,11 @@ constexpr const char* LIMIT_NAMES[] = {
     "+5Vin High Limit",  "+5Vin Low Limit",
 };
 
-static ESA_CODE_e registerRead(U8_t number, U8_t* value) {
+ESA_CODE_e registerRead(U8_t number, U8_t* value) {
     return esaI2CDataRead(esaControl.i2cAddressW83792ad, number, value, 1);
 }
 
-static ESA_CODE_e channelRead(const Channel_t& channel, double* volts) {
+ESA_CODE_e channelRead(const Channel& channel, double* volts) {
     U8_t reading = 0;
     ESA_CODE_e code = registerRead(channel.reading, &reading);
     if (code != ESA_E_OK) {
@@ -78,8 +79,8 @@ static ESA_CODE_e channelRead(const Channel_t& channel, double* volts) {
     return ESA_E_OK;
 }
 
-static ESA_CODE_e limitsTrace() {
-    U8_t number = W83792AD_REG_LIMITS;
+ESA_CODE_e limitsTrace() {
+    U8_t number = W83792AD_REG_VCOREA_HIGH_LIMIT;
     for (const char* name : LIMIT_NAMES) {
         U8_t value = 0;
         const ESA_CODE_e code = registerRead(number++, &value);
@@ -91,10 +92,12 @@ static ESA_CODE_e limitsTrace() {
     return ESA_E_OK;
 }
 
+}  // namespace
+
 ESA_CODE_e esaW83792adPowerVoltageToleranceStatusRead() {
     ESA_TRACE("Read Voltage Tolerance, I2C address = [0x%x].", esaControl.i2cAddressW83792ad);
     double volts = 0;
-    for (const Channel_t& channel : CHANNELS) {
+    for (const Channel& channel : CHANNELS) {
         const ESA_CODE_e code = channelRead(channel, &volts);
         if (code != ESA_E_OK) {
             return code;

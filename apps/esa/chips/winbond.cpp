@@ -8,7 +8,11 @@
 #include "state/alarm_name.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 constexpr U8_t COUNT_STOPPED = 255;
+
+}  // namespace
 
 ESA_CODE_e winbondProbe(U8_t i2cAddr, U8_t* serialBusAddress, U32_t information,
                         const char* place) {
@@ -37,7 +41,7 @@ ESA_CODE_e winbondFanCountRead(U8_t i2cAddr, U8_t countRegister, int fan, const 
         *rpm = 0;
         return ESA_E_OK;
     }
-    *rpm = esaTachometerRpm(fan, ESA_K_TACHOMETER_CLOCK_WINBOND, count);
+    *rpm = esaTachometerRpm(fan, WINBOND_TACHOMETER_CLOCK, count);
     ESA_TRACE("%s, fanSpeedReading Reg [0x%x] has RPM [%d].", device, countRegister, *rpm);
     return ESA_E_OK;
 }

@@ -4,6 +4,9 @@
 
 #include "state/esa_control.h"
 
+// RPM at tachometer count 1 and divisor 1.
+constexpr U32_t WINBOND_TACHOMETER_CLOCK = 1350000;
+
 constexpr U8_t WINBOND_REG_SERIAL_BUS_ADDRESS = 0x48;
 
 // Reads the serial bus address register of the chip at `i2cAddr` into its shadow to see whether it

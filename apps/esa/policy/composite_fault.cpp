@@ -7,6 +7,8 @@
 #include "state/chassis.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 struct FaultName_t {
     U32_t bit;
     const char* name;
@@ -19,7 +21,7 @@ constexpr FaultName_t FAULT_NAMES[] = {
     {ESA_K_FAULT_I2C_BUS, "I2C_BUS_FAULT"},
 };
 
-static void faultNameTrace(U32_t faults) {
+void faultNameTrace(U32_t faults) {
     for (const FaultName_t& fault : FAULT_NAMES) {
         if ((faults & fault.bit) != 0) {
             ESA_TRACE("This Fault bit is [%s]", fault.name);
@@ -30,10 +32,10 @@ static void faultNameTrace(U32_t faults) {
 
 // An alarm setter that fails on the bus reports that fault here again; the nested call leaves the
 // alarm alone, so the depth is two at most.
-static void alarmMove(EsaAlarmState_e state) {
+void alarmMove(EsaAlarmState_e state) {
     static bool moving = false;
     const EsaChassis_t* chassis = esaChassis();
-    if (moving || chassis == nullptr || !chassis->alarmSet) {
+    if (moving || chassis == nullptr || !chassis->alarmSet || chassis->alarmRunsByItself) {
         return;
     }
     moving = true;
@@ -42,7 +44,7 @@ static void alarmMove(EsaAlarmState_e state) {
     esaControl.alarmState = state;
 }
 
-static void ledOff() {
+void ledOff() {
     esaControl.compositeFaultStatus &= ~ESA_K_FAULT_LED_ON;
     esaCompositeFaultMmsgToStartupSend(ESA_E_OK);
     if (esaControl.alarmState != ESA_E_ALARM_STATE_MUTE_S3) {
@@ -50,7 +52,7 @@ static void ledOff() {
     }
 }
 
-static void ledOn() {
+void ledOn() {
     ESA_TRACE("Turn on the Composite Fault LED.");
     esaControl.compositeFaultStatus |= ESA_K_FAULT_LED_ON;
     esaCompositeFaultMmsgToStartupSend(ESA_E_GENERR);
@@ -59,7 +61,7 @@ static void ledOn() {
     }
 }
 
-static void faultClear(U32_t faults) {
+void faultClear(U32_t faults) {
     ESA_TRACE("Clear the current Fault bit [0x%x].", faults);
     esaControl.compositeFaultStatus &= ~faults;
     if ((esaControl.compositeFaultStatus & ESA_K_FAULT_LED_ON) != 0 &&
@@ -68,7 +70,7 @@ static void faultClear(U32_t faults) {
     }
 }
 
-static void faultSet(U32_t faults) {
+void faultSet(U32_t faults) {
     ESA_TRACE("Set the new Fault bit [0x%x].", faults);
     esaControl.compositeFaultStatus |= faults;
     if ((esaControl.compositeFaultStatus & ESA_K_FAULT_LED_ON) == 0) {
@@ -78,6 +80,8 @@ static void faultSet(U32_t faults) {
     }
     esaEmailNotificationMmsgToStartupSend();
 }
+
+}  // namespace
 
 void esaCompositeFaultManage(U32_t compositeFaultTypeBitMap, ESA_CODE_e compositeFaultStatus) {
     faultNameTrace(compositeFaultTypeBitMap);
@@ -97,4 +101,13 @@ void esaCompositeFaultManage(U32_t compositeFaultTypeBitMap, ESA_CODE_e composit
     } else {
         ESA_TRACE("The Fault bit [0x%x] is already clear.", compositeFaultTypeBitMap);
     }
+}
+
+void esaAlarmMute(const EsaChassis_t& chassis) {
+    chassis.alarmSet(ESA_E_ALARM_STATE_MUTE_S3);
+    esaControl.alarmState = ESA_E_ALARM_STATE_MUTE_S3;
+}
+
+U32_t esaAlarmStateKept() {
+    return esaControl.alarmState;
 }

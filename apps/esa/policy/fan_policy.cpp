@@ -4,28 +4,26 @@
 #include <iterator>
 
 #include "policy/esa_policy.h"
+#include "policy/fan_load.h"
 #include "state/chassis.h"
 #include "state/esa_trace.h"
 
-constexpr U8_t LOAD_FULL = ESA_K_LADDER[std::size(ESA_K_LADDER) - 1].load;
+namespace {
 
-static void fanLoad(const EsaChassis_t& chassis, U8_t fan, U8_t percent) {
-    chassis.fanLoad(fan, percent);
-    esaControl.fanPwmLoad[fan] = percent;
-}
+constexpr EsaPercent_t LOAD_FULL = ESA_K_LADDER[std::size(ESA_K_LADDER) - 1].load;
 
-static void fansToFullLoad(const EsaChassis_t& chassis, int fans) {
+void fansToFullLoad(const EsaChassis_t& chassis, int fans) {
     for (U8_t fan = 0; fan < fans; ++fan) {
-        if (esaControl.fanPwmLoad[fan] != LOAD_FULL) {
+        if (esaControl.fanPwmLoad[fan] != LOAD_FULL.percent) {
             ESA_TRACE("At least 1 Fan Fault, FanFaultStatus = [0x%x]", esaControl.fanFaultStatus);
             ESA_TRACE("Fan [%d] sets to 100 percent PWM Load", fan);
-            fanLoad(chassis, fan, LOAD_FULL);
+            esaFanLoad(chassis, fan, LOAD_FULL);
         }
     }
 }
 
 // False when no sensor is readable; the average then stays as it was.
-static bool temperatureAverage() {
+bool temperatureAverage() {
     S16_t sum = 0;  // 16 bits wide, and wraps
     S32_t count = 0;
     const int sensors = esaBounded(esaControl.temperatureSensorMaxNumber, SES_K_SENSORS_MAX);
@@ -46,23 +44,23 @@ static bool temperatureAverage() {
     return true;
 }
 
-static void ladderMove(const EsaChassis_t& chassis, U8_t fan, const EsaLadderStep_t& step) {
-    fanLoad(chassis, fan, step.load);
+void ladderMove(const EsaChassis_t& chassis, U8_t fan, const EsaLadderStep_t& step) {
+    esaFanLoad(chassis, fan, step.load);
     ESA_TRACE("Temperature = [%d], Fan [%d] set to %d percent PWM",
-              esaControl.temperatureSensorAverage, fan, step.load);
+              esaControl.temperatureSensorAverage, fan, step.load.percent);
 }
 
 // One step at most. `temperature` is unsigned: an average below zero counts as very hot.
-static void ladderStep(const EsaChassis_t& chassis, U8_t fan, U32_t temperature) {
+void ladderStep(const EsaChassis_t& chassis, U8_t fan, U32_t temperature) {
     for (std::size_t n = 0; n < std::size(ESA_K_LADDER); ++n) {
         const EsaLadderStep_t& step = ESA_K_LADDER[n];
-        if (step.load != esaControl.fanPwmLoad[fan]) {
+        if (step.load.percent != esaControl.fanPwmLoad[fan]) {
             continue;
         }
         if (step.stepUp != nullptr && temperature > esaControl.*step.stepUp) {
             ladderMove(chassis, fan, ESA_K_LADDER[n + 1]);
         } else if (step.stepDown != nullptr && temperature < esaControl.*step.stepDown &&
-                   esaControl.fanPwmLoadMinimum <= ESA_K_LADDER[n - 1].load) {
+                   esaControl.fanPwmLoadMinimum <= ESA_K_LADDER[n - 1].load.percent) {
             ladderMove(chassis, fan, ESA_K_LADDER[n - 1]);
         }
         return;
@@ -70,14 +68,14 @@ static void ladderStep(const EsaChassis_t& chassis, U8_t fan, U32_t temperature)
     ESA_TRACE("ESA never set this PWM Load [%d] on Fan [%d]?", esaControl.fanPwmLoad[fan], fan);
 }
 
+}  // namespace
+
 void esaTemperatureFanPolicyFlexibleThreshold() {
     const EsaChassis_t* chassis = esaChassis();
     if (chassis == nullptr || !chassis->fanLoad) {
         return;
     }
-    const int fans = chassis->policyFans != 0
-                         ? chassis->policyFans
-                         : esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX);
+    const int fans = esaPolicyFans(*chassis);
     if (esaControl.fanFaultStatus != 0) {
         fansToFullLoad(*chassis, fans);
         return;

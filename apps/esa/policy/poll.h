@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-// The steps every chassis' poll ends with.
+// The poll of a chassis: one walk over its row.
 #pragma once
 
-#include "state/esa_control.h"
+#include "state/chassis.h"
 
-// Sweeps the fans and tells the composite fault manager. An unreachable bus leaves the fault as it
-// is. Returns the sweep's result.
-ESA_CODE_e esaFansPoll();
+// Supplies, fans, temperatures, policies and the alarm of the row in force.
+void esaPoll();
 
 // Keeps the reading of sensor `sensor` (0..7) and traces it.
 void esaTemperatureStore(int sensor, S16_t degrees);
 
-// Fan ladder, temperature bands, overheat.
-void esaPoliciesPoll();
+// Sensors of the row in force that are read, 0..8.
+int esaTemperatureSensors();
+// Entries of a row: every sensor is read and stored, with a trace line each or without.
+void esaTemperaturesPoll();
+void esaTemperaturesRead();

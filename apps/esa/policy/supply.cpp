@@ -30,6 +30,8 @@ const EsaSupplyCondition_t ESA_SUPPLY_VOLTAGE_PAGE = {
     {nullptr, "Power Redundancy Status already [NOT OK]."},
 };
 
+namespace {
+
 bool esaSupplyConditionUpdate(const EsaSupplyCondition_t& condition, bool ok) {
     if (condition.faultBit != 0) {
         esaCompositeFaultManage(condition.faultBit, ok ? ESA_E_OK : ESA_E_GENERR);
@@ -48,17 +50,50 @@ bool esaSupplyConditionUpdate(const EsaSupplyCondition_t& condition, bool ok) {
     return ok != wasOk;
 }
 
-void esaSupplyConditionPoll(const EsaSupplyCondition_t& condition, bool ok) {
-    if (esaSupplyConditionUpdate(condition, ok)) {
+EsaSupplyState_t conditionFollow(const EsaSupplyInput_t& input,
+                                 const EsaSupplyCondition_t& condition, bool ok) {
+    const bool changed = esaSupplyConditionUpdate(condition, ok);
+    if (input.follow) {
+        input.follow(ok, changed);
+    }
+    return {ok, changed};
+}
+
+}  // namespace
+
+void esaSupplyPoll(const EsaSupplyInput_t& input) {
+    const ESA_CODE_e code = input.read();
+    if (code == ESA_E_GENERR_I2C_UNAVAILABLE && input.keptWhenUnavailable) {
+        return;
+    }
+    const bool ok = code == ESA_E_OK;
+    if (conditionFollow(input, input.polled, ok).changed) {
         esaPowerSupplyEventSend(ok ? EMP_E_TYPE_INFORMATION : EMP_E_TYPE_WARNING);
     }
 }
 
-void esaSupplyPageUpdate(const EsaSupplyCondition_t& condition, bool ok, int supply,
-                         PowerSupplyElementStat_t* element, EsaPageChange_t* change) {
-    element->commonStatus =
-        ok ? SES_E_ELEMENT_STATUS_CODE_OK : SES_E_ELEMENT_STATUS_CODE_NOT_INSTALLED;
-    change->powerSupply = esaSupplyConditionUpdate(condition, ok) || change->powerSupply;
-    element->fail = esaControl.powerSupplyElementControl[supply].rqstFail != 0 ||
-                    (esaControl.compositeFaultStatus & condition.faultBit) != 0;
+EsaSupplyState_t esaSupplyPageRead(const EsaSupplyInput_t& input) {
+    return conditionFollow(input, input.onPage, input.read() == ESA_E_OK);
+}
+
+bool esaSupplyPageStatus(int supply, PowerSupplyElementStat_t* element) {
+    bool changed = false;
+    for (const EsaSupplyInput_t& input : esaChassisOrNone().supplyInputs) {
+        const EsaSupplyState_t state = esaSupplyPageRead(input);
+        changed = state.changed || changed;
+        element->commonStatus =
+            state.ok ? SES_E_ELEMENT_STATUS_CODE_OK : SES_E_ELEMENT_STATUS_CODE_NOT_INSTALLED;
+        element->fail = esaControl.powerSupplyElementControl[supply].rqstFail != 0 ||
+                        (esaControl.compositeFaultStatus & input.onPage.faultBit) != 0;
+        element->acFail = input.isMains && !state.ok;
+    }
+    return changed;
+}
+
+void esaSupplyRedundancyFaultIndicate(ESA_CODE_e status) {
+    esaCompositeFaultManage(ESA_K_FAULT_POWER_SUPPLY_REDUNDANCY, status);
+}
+
+void esaSupplyVoltageFaultIndicate(ESA_CODE_e status) {
+    esaCompositeFaultManage(ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE, status);
 }

@@ -6,6 +6,8 @@
 #include "policy/esa_policy.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 constexpr S16_t COOL_MAX = 35;  // degrees Celsius, the last that is in no band
 
 struct Band_t {
@@ -21,7 +23,7 @@ constexpr Band_t BANDS[] = {
     {COOL_MAX, 0x1, ESA_E_EVENT_TEMPERATURE_OVER_35_DEGREES, EMP_E_TYPE_INFORMATION},
 };
 
-static void temperatureEventSend(int sensor, EsaEventTemperatureState_e state, U8_t eventType) {
+void temperatureEventSend(int sensor, EsaEventTemperatureState_e state, U8_t eventType) {
     EsaEventData_t event = {};
     event.enclosureType = esaControl.enclosureType;
     event.numberOfTemperatureSensor = esaControl.temperatureSensorMaxNumber;
@@ -31,7 +33,7 @@ static void temperatureEventSend(int sensor, EsaEventTemperatureState_e state, U
     esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_TEMPERATURE_SENSOR_STATUS, eventType, &event);
 }
 
-static void coolReport(int sensor) {
+void coolReport(int sensor) {
     if (esaControl.temperatureReportStatus[sensor] == 0) {
         return;
     }
@@ -40,7 +42,7 @@ static void coolReport(int sensor) {
     temperatureEventSend(sensor, ESA_E_EVENT_TEMPERATURE_BELOW_35_DEGREES, EMP_E_TYPE_INFORMATION);
 }
 
-static void bandReport(int sensor, const Band_t& band) {
+void bandReport(int sensor, const Band_t& band) {
     if ((esaControl.temperatureReportStatus[sensor] & band.reported) != 0) {
         ESA_TRACE("temperatureReportStatus[%d] already reported over %d degrees Event.", sensor,
                   band.over);
@@ -51,7 +53,7 @@ static void bandReport(int sensor, const Band_t& band) {
     temperatureEventSend(sensor, band.state, band.eventType);
 }
 
-static void sensorReport(int sensor) {
+void sensorReport(int sensor) {
     const S16_t temperature = esaControl.temperatureSensor[sensor];
     for (const Band_t& band : BANDS) {
         if (temperature > band.over) {
@@ -61,6 +63,8 @@ static void sensorReport(int sensor) {
     }
     coolReport(sensor);
 }
+
+}  // namespace
 
 void esaTemperatureEventLog() {
     const int sensors = esaBounded(esaControl.temperatureSensorMaxNumber, SES_K_SENSORS_MAX);

@@ -168,23 +168,23 @@ void temperaturesProc(ControlWalk walk) {
                 esaControl.temperatureSensorElementControl, [](int, bool) {});
 }
 
-void alarmSound(const EsaChassis_t& chassis, EsaAlarmState_e state) {
-    if (chassis.alarmSound) {
-        chassis.alarmSound(state);
+void alarmSet(const EsaChassis_t& chassis, EsaAlarmState_e state) {
+    if (chassis.alarmSet) {
+        chassis.alarmSet(state);
     }
     esaControl.alarmState = state;
 }
 
 void alarmAct(const EsaChassis_t& chassis, const AudibleAlarmElementCont_t& control) {
     if (control.setMute) {
-        if (chassis.alarmSilence) {
-            chassis.alarmSilence();
+        alarmSet(chassis, ESA_E_ALARM_STATE_MUTE_S3);
+        if (chassis.alarmSilenced) {
+            chassis.alarmSilenced();
         }
-        esaControl.alarmState = ESA_E_ALARM_STATE_MUTE_S3;
     } else if (control.unrecov || control.crit) {
-        alarmSound(chassis, chassis.alarmCriticalState);
+        alarmSet(chassis, chassis.alarmCriticalState);
     } else if (control.info || control.nonCrit) {
-        alarmSound(chassis, ESA_E_ALARM_STATE_FAULT_S1);
+        alarmSet(chassis, ESA_E_ALARM_STATE_FAULT_S1);
     }
 }
 

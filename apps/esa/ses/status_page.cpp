@@ -32,13 +32,13 @@ static void devicesRead(const EsaChassis_t& chassis, DeviceElementStat_t* device
 }
 
 static void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* supplies) {
-    EsaPageChange_t change = {};
+    bool changed = false;
     const int count = esaBounded(esaControl.powerSupplyMaxNumber, SES_K_POWER_SUPPLIES_MAX);
     for (int supply = 0; supply < count; ++supply) {
         const PowerSupplyElementCont_t& control = esaControl.powerSupplyElementControl[supply];
         PowerSupplyElementStat_t* status = &supplies[supply];
         if (chassis.supplyPageStatus) {
-            chassis.supplyPageStatus(supply, status, &change);
+            changed = chassis.supplyPageStatus(supply, status) || changed;
         } else {
             status->commonStatus = SES_E_ELEMENT_STATUS_CODE_OK;
             status->fail = control.rqstFail;
@@ -46,7 +46,7 @@ static void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementSta
         status->rqstedOn = control.rqstOn;
         status->rsvd2 = 1;  // peers expect the last bit set
     }
-    if (change.powerSupply) {
+    if (changed) {
         esaPowerSupplyEventSend(EMP_E_TYPE_WARNING);
     }
 }
@@ -59,28 +59,26 @@ static void fanSpeedSet(CoolingElementStat_t* status, U16_t rpm) {
     status->actualSpeedCode = speed == 0 ? SES_E_FAN_ACTUAL_STOP : SES_E_FAN_ACTUAL_HIGHEST_SPEED;
 }
 
-static void fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* status,
-                    EsaPageChange_t* change) {
+// True when the fan's mark changed.
+static bool fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* status) {
     U16_t rpm = 0;
     if (!chassis.fanSpeedRead || chassis.fanSpeedRead(fan, &rpm) != ESA_E_OK) {
         // Peers take an unreadable fan for a running one.
         status->actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;
-        return;
+        return false;
     }
     ESA_TRACE("Fan [%d] has RPM [%d] divided by a factor of 10.", fan, rpm);
     fanSpeedSet(status, rpm);
-    if (chassis.fanPageStatus) {
-        chassis.fanPageStatus(fan, rpm, status, change);
-    }
+    return chassis.fanPageStatus && chassis.fanPageStatus(fan, rpm, status);
 }
 
 static void fansRead(const EsaChassis_t& chassis, CoolingElementStat_t* fans) {
-    EsaPageChange_t change = {};
+    bool changed = false;
     for (int fan = 0; fan < esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX); ++fan) {
-        fanRead(chassis, fan, &fans[fan], &change);
+        changed = fanRead(chassis, fan, &fans[fan]) || changed;
         fans[fan].rqstedOn = esaControl.coolingElementControl[fan].rqstOn;
     }
-    if (change.fan) {
+    if (changed) {
         esaFanEventSend();
     }
 }

@@ -15,9 +15,11 @@
 #include "state/esa_control.h"
 #include "state/esa_trace.h"
 
-static constexpr int ENCLOSURE_DEVICE = 0;
+namespace {
 
-static void defaultsSet() {
+constexpr int ENCLOSURE_DEVICE = 0;
+
+void defaultsSet() {
     static constexpr U8_t ELEMENT_TYPES[] = {
         SES_E_ELEMENT_TYPE_DEVICE, SES_E_ELEMENT_TYPE_POWER_SUPPLY, SES_E_ELEMENT_TYPE_COOLING,
         SES_E_ELEMENT_TYPE_TEMPERATURE_SENSOR, SES_E_ELEMENT_TYPE_AUDIBLE_ALARM};
@@ -33,25 +35,25 @@ static void defaultsSet() {
     ESA_TRACE("esaDebug set to TRUE");
 }
 
-static bool enclosureDeviceOpen() {
+bool enclosureDeviceOpen() {
     char path[32];
     std::snprintf(path, sizeof path, "/dev/enc-%d", ENCLOSURE_DEVICE);
     esaControl.i2cFileFd = open(path, O_RDWR);
     return esaControl.i2cFileFd >= 0;
 }
 
-static U32_t pairOf(U32_t low, U32_t high) {
+U32_t pairOf(U32_t low, U32_t high) {
     return low | (high << 16);
 }
 
-static S32_t noPersonalityReport() {
+S32_t noPersonalityReport() {
     EsaEventData_t data = {};
     data.enclosureType = esaControl.enclosureType;
     data.information = ESA_E_EVENT_INFO_NO_PERSONALITY_TOOLKIT_INFO;
     return esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, EMP_E_TYPE_INFORMATION, &data);
 }
 
-static S32_t personalityReport() {
+S32_t personalityReport() {
     const EsaControl_t& c = esaControl;
     EsaEventData_t data = {};
     data.enclosureType = c.enclosureType;
@@ -68,6 +70,8 @@ static S32_t personalityReport() {
     data.general_use5 = pairOf(c.fanFaultRpmLimit, c.fanPwmLoadMinimum);
     return esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, EMP_E_TYPE_INFORMATION, &data);
 }
+
+}  // namespace
 
 S32_t esaInit() {
     defaultsSet();

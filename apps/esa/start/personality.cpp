@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The personality file's chassis names and tuning keys are tables; each is looked for with its
-// quotes, so that only whole attribute values match. The first chassis name of the table wins, not
-// the first of the file.
+// The names of the chassis rows and the tuning keys are looked for with their quotes, so that only
+// whole attribute values match. The first name of the rows wins, not the first of the file.
 #include "start/personality.h"
 
 #include <fcntl.h>
@@ -18,37 +17,6 @@
 char esPersonalityToolkitXmlFilePtr[ESA_K_PERSONALITY_SIZE + 1];
 
 namespace {
-
-constexpr EsaPersonalitySetup_t NONE = {
-    .type = KORVO_E_CHASSIS_NONE, .deviceMaxNumber = 16, .powerSupplyMaxNumber = 3};
-constexpr EsaPersonalitySetup_t XYRATEX = {.type = KORVO_E_CHASSIS_XYRATEX_2U12ATX,
-                                           .deviceMaxNumber = 12,
-                                           .powerSupplyMaxNumber = 2,
-                                           .addressVsc055 = 0x63};
-constexpr EsaPersonalitySetup_t VSC055 = {.type = KORVO_E_CHASSIS_KORVO_VSC055,
-                                          .deviceMaxNumber = 16,
-                                          .powerSupplyMaxNumber = 2,
-                                          .addressVsc055 = 0x41,
-                                          .addressLM75 = {0x4C, 0x4B, 0x4A, 0x4D, 0x4E, 0x4F}};
-constexpr EsaPersonalitySetup_t W83792AD = {.type = KORVO_E_CHASSIS_KORVO_W83792AD,
-                                            .deviceMaxNumber = 16,
-                                            .powerSupplyMaxNumber = 2,
-                                            .addressW83792ad = 0x2C,
-                                            .addressPca9539 = 0x74};
-
-constexpr char PREQUALIFIED[] = "VSC055 Based Prequalified Enclosure";
-constexpr EsaPersonalityName_t NAMES[] = {
-    {R"("Korvo Standard")", NONE, "ESA_K_NAME_STRING_KORVO_STANDARD"},
-    {R"("Xyratex 2U12ATX")", XYRATEX, "ESA_K_NAME_STRING_XYRATEX_2U12ATX"},
-    {R"("PeltoTolvex")", VSC055, PREQUALIFIED},
-    {R"("ChenbroRM325")", VSC055, PREQUALIFIED},
-    {R"("ChenbroRM326")", VSC055, PREQUALIFIED},
-    {R"("ASUSi104")", VSC055, PREQUALIFIED},
-    {R"("ASUSi316")", VSC055, PREQUALIFIED},
-    {R"("Accusys3U16ATX")", VSC055, PREQUALIFIED},
-    {R"("Vitesse VSC055 Custom")", VSC055, "ESA_K_NAME_STRING_VITESSE_VSC055_CUSTOM"},
-    {R"("Winbond W83792AD Custom")", W83792AD, "ESA_K_NAME_STRING_WINBOND_W83792AD_CUSTOM"},
-};
 
 constexpr EsaPersonalityKey_t KEYS[] = {
     {R"("fanSpeedDivisor")", &EsaControl_t::fanSpeedDivisor, nullptr, "Fan Speed Divisor"},
@@ -74,11 +42,38 @@ constexpr EsaPersonalityKey_t KEYS[] = {
     {R"("fanPwmLoadMinimum")", nullptr, &EsaControl_t::fanPwmLoadMinimum, "Fan PWM Load Minimum"},
 };
 
-}  // namespace
-
-std::span<const EsaPersonalityName_t> esaPersonalityNames() {
-    return NAMES;
+// The value attribute that follows `key`; null when the text ends before one.
+const char* valueText(const char* key) {
+    constexpr std::size_t numberAt = 7;  // behind value, the equals sign and the opening quote
+    const char* value = std::strstr(key, "value");
+    return value != nullptr && strnlen(value, numberAt) == numberAt ? value + numberAt : nullptr;
 }
+
+int valueStore(const EsaPersonalityKey_t& key, S32_t value) {
+    if (key.narrow != nullptr) {
+        return esaControl.*key.narrow = static_cast<U8_t>(value);
+    }
+    esaControl.*key.wide = static_cast<U32_t>(value);
+    return value;
+}
+
+void tuningRead(const EsaPersonalityKey_t& key) {
+    const EsaPersonalityPlace_t place = esaPersonalityKeyFind(key);
+    if (place.key == nullptr) {
+        return;
+    }
+    if (place.value == nullptr) {
+        ESA_TRACE("The key %s in the XML File has no value.", key.quoted);
+        return;
+    }
+    const int stored = valueStore(key, esaNumberOf(place.value, 10));
+    ESA_TRACE("%s = [%d].", key.traced, stored);
+    if (stored > key.arraySize) {
+        ESA_TRACE("%s [%d] exceeds the %d elements handled.", key.traced, stored, key.arraySize);
+    }
+}
+
+}  // namespace
 
 std::span<const EsaPersonalityKey_t> esaPersonalityKeys() {
     return KEYS;
@@ -111,72 +106,41 @@ bool esaPersonalityFileRead(const char* path) {
 
 // ---- the chassis ----
 
-static void setupApply(const EsaPersonalitySetup_t& setup) {
-    esaControl.enclosureType = setup.type;
+EsaPersonalityChoice_t esaPersonalityChoiceFind() {
+    KORVO_E_CHASSIS_t type = KORVO_E_CHASSIS_NONE;
+    for (const EsaChassis_t* row : esaChassisTableInUse()) {
+        for (const EsaPersonalityName_t& name : row->names) {
+            if (std::strstr(esPersonalityToolkitXmlFilePtr, name.quoted) != nullptr) {
+                return {type, &name};
+            }
+        }
+        ++type;
+    }
+    return {KORVO_E_CHASSIS_NONE, nullptr};
+}
+
+void esaPersonalityChassisChoose() {
+    const EsaPersonalityChoice_t choice = esaPersonalityChoiceFind();
+    const EsaChassisSetup_t& setup = esaChassisOf(choice.type)->setup;
+    esaControl.enclosureType = choice.type;
     esaControl.deviceMaxNumber = setup.deviceMaxNumber;
     esaControl.powerSupplyMaxNumber = setup.powerSupplyMaxNumber;
     esaControl.i2cAddressVsc055 = setup.addressVsc055;
     std::ranges::copy(setup.addressLM75, esaControl.i2cAddressLM75);
     esaControl.i2cAddressW83792ad = setup.addressW83792ad;
     esaControl.i2cAddressPca9539 = setup.addressPca9539;
-}
-
-const EsaPersonalityName_t* esaPersonalityNameFind() {
-    for (const EsaPersonalityName_t& name : NAMES) {
-        if (std::strstr(esPersonalityToolkitXmlFilePtr, name.quoted) != nullptr) {
-            return &name;
-        }
-    }
-    return nullptr;
-}
-
-void esaPersonalityChassisChoose() {
-    const EsaPersonalityName_t* name = esaPersonalityNameFind();
-    if (name == nullptr) {
-        setupApply(NONE);
+    if (choice.name == nullptr) {
         ESA_TRACE("No Enclosure Type in XML File!");
-        return;
+    } else {
+        ESA_TRACE("Enclosure Type in XML File = [%s]", choice.name->traced);
     }
-    setupApply(name->setup);
-    ESA_TRACE("Enclosure Type in XML File = [%s]", name->traced);
 }
 
 // ---- the tuning values ----
 
-// The value attribute that follows `key`; null when the text ends before one.
-static const char* valueText(const char* key) {
-    constexpr std::size_t numberAt = 7;  // behind value, the equals sign and the opening quote
-    const char* value = std::strstr(key, "value");
-    return value != nullptr && strnlen(value, numberAt) == numberAt ? value + numberAt : nullptr;
-}
-
 EsaPersonalityPlace_t esaPersonalityKeyFind(const EsaPersonalityKey_t& key) {
     const char* found = std::strstr(esPersonalityToolkitXmlFilePtr, key.quoted);
     return {found, found != nullptr ? valueText(found) : nullptr};
-}
-
-static int valueStore(const EsaPersonalityKey_t& key, S32_t value) {
-    if (key.narrow != nullptr) {
-        return esaControl.*key.narrow = static_cast<U8_t>(value);
-    }
-    esaControl.*key.wide = static_cast<U32_t>(value);
-    return value;
-}
-
-static void tuningRead(const EsaPersonalityKey_t& key) {
-    const EsaPersonalityPlace_t place = esaPersonalityKeyFind(key);
-    if (place.key == nullptr) {
-        return;
-    }
-    if (place.value == nullptr) {
-        ESA_TRACE("The key %s in the XML File has no value.", key.quoted);
-        return;
-    }
-    const int stored = valueStore(key, esaNumberOf(place.value, 10));
-    ESA_TRACE("%s = [%d].", key.traced, stored);
-    if (stored > key.arraySize) {
-        ESA_TRACE("%s [%d] exceeds the %d elements handled.", key.traced, stored, key.arraySize);
-    }
 }
 
 void esaPersonalityTuningRead() {

@@ -6,27 +6,16 @@
 #include <climits>
 #include <span>
 
-#include "state/esa_control.h"
+#include "state/chassis.h"
 
 constexpr int ESA_K_PERSONALITY_SIZE = 8192;  // bytes read at most
 // Under the start-up directory.
 constexpr char ESA_K_PERSONALITY_FILE[] = "/../web/OEM/EnvPersonalityParams.xml";
 
-// What a chassis name stands for.
-struct EsaPersonalitySetup_t {
-    KORVO_E_CHASSIS_e type;
-    U8_t deviceMaxNumber;
-    U8_t powerSupplyMaxNumber;
-    U8_t addressVsc055 = 0;
-    U8_t addressLM75[ESA_K_LM75_MAX] = {};
-    U8_t addressW83792ad = 0;
-    U8_t addressPca9539 = 0;
-};
-
-struct EsaPersonalityName_t {
-    const char* quoted;  // as it is looked for
-    const EsaPersonalitySetup_t& setup;
-    const char* traced;
+// The row a personality file selects, and the name that does; null: no known name, no services.
+struct EsaPersonalityChoice_t {
+    KORVO_E_CHASSIS_t type;
+    const EsaPersonalityName_t* name;
 };
 
 struct EsaPersonalityKey_t {
@@ -46,8 +35,7 @@ struct EsaPersonalityPlace_t {
 // The file's text, zero-terminated.
 extern char esPersonalityToolkitXmlFilePtr[ESA_K_PERSONALITY_SIZE + 1];
 
-// All names, the ones that win first, and all keys.
-std::span<const EsaPersonalityName_t> esaPersonalityNames();
+// All keys.
 std::span<const EsaPersonalityKey_t> esaPersonalityKeys();
 
 // Reads the file under the start-up directory. False when it does not open; a file that cannot be
@@ -56,8 +44,9 @@ bool esaPersonalityRead();
 // The same with the file at `path`.
 bool esaPersonalityFileRead(const char* path);
 
-// The name that wins; null without a known name.
-const EsaPersonalityName_t* esaPersonalityNameFind();
+// The rows are tried in the table's order, the names of a row in its own: the first that stands in
+// the text wins.
+EsaPersonalityChoice_t esaPersonalityChoiceFind();
 EsaPersonalityPlace_t esaPersonalityKeyFind(const EsaPersonalityKey_t& key);
 
 // Sets enclosureType, the element counts and the I2C addresses of the chassis the text names;

@@ -2,6 +2,7 @@
 // The process from its arguments to its loop: start-up, personality, timers and passes, critical
 // faults. Time is the fakes': a select that would wait comes back at once.
 #include <algorithm>
+#include <array>
 #include <csetjmp>
 #include <csignal>
 #include <cstring>
@@ -9,6 +10,7 @@
 #include <numeric>
 #include <regex>
 
+#include "chassis/table.h"
 #include "esamain.h"
 #include "link/esa_mmsg.h"
 #include "link/esa_startup.h"
@@ -42,16 +44,6 @@ void esaMmsgMsgProc(MMSG_t* message) {
     events.push_back("dispatched " + std::to_string(U16_t{message->mmch.mmsg_length}) + " bytes");
 }
 
-// A row that is brought up and polled, and has nothing else.
-static constexpr EsaChassis_t rowOf(KORVO_E_CHASSIS_e type, EsaEntry<ESA_CODE_e()> init,
-                                    EsaEntry<void()> poll) {
-    constexpr EsaNotFitted none = ESA_NOT_FITTED;
-    // clang-format off
-    return {type, init, "Bring-up succeeds.", "Bring-up fails, %s.", poll, none, false, none, 0,
-            none, 1, none, none, none, ESA_E_ALARM_STATE_FAULT_S1, none, none, none, none, none,
-            none, none, none, {nullptr, 0}};
-    // clang-format on
-}
 static ESA_CODE_e backendInit() {
     events.push_back("bring-up");
     return initResult;
@@ -60,15 +52,26 @@ static void backendPoll() {
     events.push_back("poll");
 }
 
-// Types 1, without a back-end, and 5.
-const EsaChassis_t* esaChassis() {
-    static constexpr EsaChassis_t none =
-        rowOf(KORVO_E_CHASSIS_NONE, ESA_NOT_FITTED, ESA_NOT_FITTED);
-    static constexpr EsaChassis_t fitted =
-        rowOf(KORVO_E_CHASSIS_KORVO_VSC055, backendInit, backendPoll);
-    return esaControl.enclosureType == none.type     ? &none
-           : esaControl.enclosureType == fitted.type ? &fitted
-                                                     : nullptr;
+// The shipped rows, but what they bring up and poll only says so.
+EsaChassisTable_t esaChassisTable() {
+    static const auto watched = [](EsaChassis_t row) {
+        if (row.init) {
+            row.init = backendInit;
+            row.initSuccessText = "Bring-up succeeds.";
+            row.initFailureText = "Bring-up fails, %s.";
+            row.poll = backendPoll;
+        }
+        return row;
+    };
+#define WATCHED(type, row) watched(row),
+    static const EsaChassis_t rows[] = {ESA_CHASSIS_TABLE(WATCHED)};
+#undef WATCHED
+    static const auto table = [] {
+        std::array<const EsaChassis_t*, std::size(rows)> pointers{};
+        std::ranges::transform(rows, pointers.begin(), [](const auto& row) { return &row; });
+        return pointers;
+    }();
+    return table;
 }
 
 namespace {
@@ -142,6 +145,7 @@ class CorePlayer : public Player {
         pMpuParams = &area;
         areaAttaches = true;
         initResult = ESA_E_OK;
+        esaChassisTableUse(esaChassisTable());
         esaControl = {};
         esaControl.socketFdMSM = -1;
         takeAltRecords();
