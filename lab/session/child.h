@@ -33,6 +33,8 @@ class Child {
 
     pid_t pid() const { return pid_; }
     bool running() const { return !status_; }
+    // Its output has been read to the end, too.
+    bool ended() const { return exitReported_; }
     // Exit code, or 128 + signal number; empty while it runs.
     std::optional<int> exitStatus() const;
     // User and system time used so far, seconds.

@@ -90,9 +90,10 @@ class Lab {
     asio::io_context& io() { return io_; }
     void runFor(std::chrono::milliseconds time);
     // Runs until the condition holds, at most for `patience`; whether it holds. Under virtual time
-    // these are lab times, and the condition is asked whenever the daemon waits.
+    // these are lab times, and the condition is asked whenever the daemon waits. In real time the
+    // patience is for what never comes: no machine is too slow for it.
     bool runUntil(const std::function<bool()>& condition,
-                  std::chrono::milliseconds patience = std::chrono::seconds(20));
+                  std::chrono::milliseconds patience = std::chrono::minutes(10));
 
     // The daemon's seconds since the lab was made.
     double time() const { return schedule_->now(); }

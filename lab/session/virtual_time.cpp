@@ -8,7 +8,7 @@
 
 namespace enclab {
 
-constexpr std::chrono::seconds kPatience{60};  // of real time
+constexpr std::chrono::seconds kPatience{600};  // of real time
 constexpr std::chrono::sys_days kFirstDay{std::chrono::January / 1 / 2026};
 
 static VirtualTime::Time toTime(Schedule::Seconds seconds) {
@@ -38,7 +38,7 @@ void VirtualTime::letDaemonWork(const World& world) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (world.daemonRuns() && !clock_.wait() && !world.daemonHeld()) {
         if (std::chrono::steady_clock::now() >= deadline) {
-            throw std::runtime_error("the daemon works for a minute without a wait");
+            throw std::runtime_error("the daemon works for ten minutes without a wait");
         }
         work_.restart();
         work_.run_one_for(kPatience);

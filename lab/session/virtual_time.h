@@ -39,8 +39,8 @@ class VirtualTime : public Schedule {
         std::function<bool()> done;        // asked whenever the daemon waits
     };
     // Lets time pass until all is done, at most until `end`, everything of that moment included;
-    // whether it is done. Throws std::runtime_error when the daemon works for a minute of real time
-    // without a wait.
+    // whether it is done. Throws std::runtime_error when the daemon works for ten minutes of real
+    // time without a wait.
     bool run(const World& world, Time end);
     Time time() const { return now_; }
 

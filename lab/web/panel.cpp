@@ -31,7 +31,7 @@ constexpr int kLastPort = 8189;
 constexpr int kReadersMax = 16;  // each holds a thread
 constexpr std::size_t kThreads = kReadersMax + 8;
 constexpr std::size_t kLineMax = 4096;
-constexpr std::chrono::seconds kLabPatience{5};
+constexpr std::chrono::seconds kLabPatience{60};
 constexpr char kJson[] = "application/json";
 constexpr char kText[] = "text/plain; charset=utf-8";
 constexpr char kTokenHeader[] = "X-Panel-Token";
