@@ -94,15 +94,21 @@ if(ESA_TESTS)
     add_executable(test_pch EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/cmake/empty.cpp)
     target_link_libraries(test_pch PRIVATE esa_warnings GTest::gmock)
     target_precompile_headers(test_pch PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+
+    # A test is ended by the clock only when it hangs; its program says first which one that was.
+    set(ESA_TEST_LIMIT TIMEOUT 3600 ENVIRONMENT ESA_TEST_SECONDS=3500)
+    add_library(test_watchdog OBJECT ${PROJECT_SOURCE_DIR}/tests/support/watchdog.cpp)
+    target_include_directories(test_watchdog PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(test_watchdog PRIVATE esa_warnings GTest::gmock)
 endif()
 
-# esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [TIMEOUT s] [EACH])
+# esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [EACH])
 # One test program. SOURCES are relative to the repository; of the service they list exactly the
 # files under test, so that a call against the layering does not link. Those are not compiled again:
 # their objects are taken from esaservice. EACH makes every test of the program a test of CTest, for
 # long ones that shall run side by side; otherwise the program is one.
 function(esa_test NAME)
-    cmake_parse_arguments(T "EACH" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(T "EACH" "" "SOURCES;LIBS" ${ARGN})
     set(service ${T_SOURCES})
     list(FILTER service INCLUDE REGEX "^apps/esa/")
     list(FILTER T_SOURCES EXCLUDE REGEX "^apps/esa/")
@@ -116,15 +122,14 @@ function(esa_test NAME)
     endforeach()
     target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include
         ${PROJECT_SOURCE_DIR}/libs ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${NAME} PRIVATE ${T_LIBS} esa_warnings GTest::gmock_main Threads::Threads)
+    target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_watchdog esa_warnings GTest::gmock_main
+        Threads::Threads)
     target_precompile_headers(${NAME} REUSE_FROM test_pch)
-    if(NOT T_TIMEOUT)
-        set(T_TIMEOUT 60)
-    endif()
     if(T_EACH)
-        gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${T_TIMEOUT})
+        gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
+            PROPERTIES ${ESA_TEST_LIMIT})
     else()
         add_test(NAME ${NAME} COMMAND ${NAME} --gtest_brief=1)
-        set_tests_properties(${NAME} PROPERTIES TIMEOUT ${T_TIMEOUT})
+        set_tests_properties(${NAME} PROPERTIES ${ESA_TEST_LIMIT})
     endif()
 endfunction()

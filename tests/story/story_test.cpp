@@ -24,7 +24,7 @@ TEST_P(Story, ComesOutAsWritten) {
         Transcript transcript(GetParam());
         for (const ScriptStep& step : chapter) {
             expectSame(replaced(step.expected, "{enclosure}", GetParam().enclosure),
-                       transcript.run(step.command), step.place);
+                       transcript.run(commandOf(step)), step.place);
         }
     }
 }
@@ -63,7 +63,7 @@ TEST_P(RegisterTraffic, IsTheOneWrittenDown) {
     const std::string file = std::string(GOLDEN_DIR) + "/" + folder + "/" + situation + ".txt";
     const auto chapters = scriptRead(file);
     for (const ScriptStep& step : chapters.at(0)) {
-        expectSame(traffic(step.expected), traffic(transcript.run(step.command)), step.place);
+        expectSame(traffic(step.expected), traffic(transcript.run(commandOf(step))), step.place);
     }
 }
 

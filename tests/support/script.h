@@ -138,13 +138,21 @@ inline void expectSame(const std::string& expected, const std::string& got,
                                  << "\ngot: " << got.substr(std::min(line, got.size()), 300);
 }
 
+// The step that is played, for the watchdog.
+inline char scriptStep[500];
+
+inline const std::string& commandOf(const ScriptStep& step) {
+    scriptStep[step.place.copy(scriptStep, sizeof scriptStep - 1)] = '\0';
+    return step.command;
+}
+
 // Plays each chapter with a new player.
 template <typename P>
 void scriptPlay(const std::string& path) {
     for (const ScriptChapter& chapter : scriptRead(path)) {
         P player;
         for (const ScriptStep& step : chapter) {
-            expectSame(step.expected, player.run(step.command), step.place);
+            expectSame(step.expected, player.run(commandOf(step)), step.place);
         }
     }
 }
