@@ -24,7 +24,7 @@ from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.support.ui import Select
 
 BIN = pathlib.Path(sys.argv[1])
-PATIENCE = 20
+PATIENCE = 600  # seconds, for what never comes: no machine is too slow for it
 
 
 def until(condition, what):
@@ -34,6 +34,10 @@ def until(condition, what):
             return
         time.sleep(0.05)
     raise AssertionError(f"never: {what}")
+
+
+def end_by_the_clock(*_):
+    raise TimeoutError("ended by the clock")
 
 
 class Lab:
@@ -51,12 +55,12 @@ class Lab:
         self.base, self.token = re.match(r"(.*)/\?token=(\w+)", self.url).groups()
 
     def get(self, path, **headers):
-        return urllib.request.urlopen(urllib.request.Request(self.base + path, headers=headers), timeout=10).read().decode()
+        return urllib.request.urlopen(urllib.request.Request(self.base + path, headers=headers), timeout=PATIENCE).read().decode()
 
     def post(self, path, body, token):
         request = urllib.request.Request(self.base + path, body.encode(), {"X-Panel-Token": token})
         try:
-            return 200, urllib.request.urlopen(request, timeout=10).read().decode().strip()
+            return 200, urllib.request.urlopen(request, timeout=PATIENCE).read().decode().strip()
         except urllib.error.HTTPError as error:
             return error.code, error.read().decode().strip()
 
@@ -68,8 +72,8 @@ class Lab:
 
     def ses(self):
         """What an SES client reads from the daemon."""
-        out = subprocess.run([BIN / "sesctl", "--name", self.name, "--timeout", "1", "status", "--json"], capture_output=True, text=True)
-        return json.loads(out.stdout or "null")
+        out = subprocess.run([BIN / "sesctl", "--name", self.name, "--timeout", str(PATIENCE), "status", "--json"], capture_output=True, text=True)
+        return json.loads(out.stdout)
 
     def end(self):
         self.process.send_signal(signal.SIGINT)
@@ -91,6 +95,8 @@ class PanelTest(unittest.TestCase):
         port = next(found[1] for line in driver.stdout if (found := re.search(r"successfully on port (\d+)", line)))
         cls.browser = webdriver.Remote(f"http://127.0.0.1:{port}", options=options)
         cls.addClassCleanup(cls.browser.quit)
+        cls.browser.set_script_timeout(PATIENCE)
+        cls.browser.set_page_load_timeout(PATIENCE)
         cls.lab = Lab("browser")
         cls.addClassCleanup(cls.lab.process.kill)
         cls.browser.get(cls.lab.url)
@@ -127,11 +133,11 @@ class PanelTest(unittest.TestCase):
         until(lambda: self.has("button[aria-label='Pull fan 1']"), "the fan's button")
         self.browser.find_element(By.CSS_SELECTOR, "button[aria-label='Pull fan 1']").click()
         until(lambda: "reported failed" in self.text("#fan-1.fault"), "fan 1 shown as failed")
-        self.assertIn("failed 0x02 (fan 1)", self.text("#events"))
+        until(lambda: "failed 0x02 (fan 1)" in self.text("#events"), "the event")
         self.led("lit")
-        self.assertEqual(self.text("#fact-mail strong"), "1")
-        self.assertIn("failed 0x02 (fan 1)", self.text("#mails"))
-        self.assertTrue(self.has("[data-led=fault] .led.fault"))
+        until(lambda: self.text("#fact-mail strong") == "1", "the mail's number")
+        until(lambda: "failed 0x02 (fan 1)" in self.text("#mails"), "the mail")
+        until(lambda: self.has("[data-led=fault] .led.fault"), "the LED in the picture")
         self.assertIsNone(self.lab.ses()["fans"][1]["rpm"])
         self.press("button[aria-label='Put back fan 1']")
         self.led("off")
@@ -152,7 +158,6 @@ class PanelTest(unittest.TestCase):
              "button[aria-label='Release sensor 3']"),
             ("#add-fault", "#sensor-0.fault", lambda s: s["temperatureSensors"][0]["celsius"] is None,
              "button[aria-label^='Remove fault']"),
-            ("button[title='switch close']", "#fact-daemon.bad", lambda s: s is None, "button[title='switch open']"),
         ]
         for break_it, shown, told, mend in rows:
             with self.subTest(break_it):
@@ -164,6 +169,9 @@ class PanelTest(unittest.TestCase):
                 until(lambda: self.has(mend), mend)
                 self.press(mend)
                 until(lambda: not told(self.lab.ses()), "the daemon's answer, healed")
+        for switch, running in (("close", "not connected"), ("open", "running")):
+            self.press(f"button[title='switch {switch}']")
+            until(lambda: self.text("#fact-daemon strong") == running, running)
 
     # One fact, five ways to see it. By keyboard.
     def test_3_pins_json_page_and_client_agree(self):
@@ -200,16 +208,16 @@ class PanelTest(unittest.TestCase):
             self.assertEqual(types.get(name), kind, name)
         self.lab.do("cut lm75-0")
         self.lab.do("temp 2 41.5")
-        self.lab.ses()
+        replies = ("esa_reply_seconds_count", ())
+        until(lambda: self.lab.ses() and scrape()[1][replies] >= before[replies] + 2, "replies counted")
         nak = ("esa_i2c_transfers_total", (("chip", "lm75-0"), ("result", "nak")))
         until(lambda: scrape()[1].get(nak, 0) > before.get(nak, 0), "transfers not acknowledged")
         _, after = scrape()
         self.assertEqual(after["esa_temperature_celsius", (("chassis", "vsc055"), ("sensor", "2"))], 41.5)
         self.assertEqual(after["esa_fan_speed_rpm", (("chassis", "vsc055"), ("fan", "0"))] > 1000, True)
-        self.assertGreaterEqual(after["esa_reply_seconds_count", ()] - before["esa_reply_seconds_count", ()], 2)
-        self.assertEqual(after["esa_reply_seconds_bucket", (("le", "+Inf"),)], after["esa_reply_seconds_count", ()])
+        self.assertEqual(after["esa_reply_seconds_bucket", (("le", "+Inf"),)], after[replies])
         until(lambda: scrape()[1]["esa_polls_total", ()] > after["esa_polls_total", ()], "polls counted")
-        self.assertEqual(after["esa_mails_total", ()], self.lab.state()["peers"]["mails"])
+        until(lambda: scrape()[1]["esa_mails_total", ()] == self.lab.state()["peers"]["mails"], "mails counted")
         self.lab.do("mend lm75-0")
         self.lab.do("temp 2 auto")
 
@@ -227,7 +235,7 @@ class PanelTest(unittest.TestCase):
         other = Lab("browser-2", "--chassis", "w83792ad")
         self.addCleanup(other.process.kill)
         self.assertNotEqual(other.base, self.lab.base)
-        slow = urllib.request.urlopen(other.base + "/api/events", timeout=10)
+        slow = urllib.request.urlopen(other.base + "/api/events", timeout=PATIENCE)
         self.assertEqual(other.state()["chassis"]["name"], "w83792ad")
         self.assertEqual(other.end(), 0)
         slow.close()
@@ -241,15 +249,15 @@ class PanelTest(unittest.TestCase):
         self.press(".bay[data-slot='5']")
         self.press("#slot-tools button[title='drive 5 absent']")
         until(lambda: self.has(".bay.absent[data-slot='5']"), "the empty slot")
-        self.assertEqual(self.lab.ses()["devices"][5]["status"], "not installed")
+        until(lambda: self.lab.ses()["devices"][5]["status"] == "not installed", "the daemon's answer")
         self.press("#supplies button[title='psu lost']")
         until(lambda: "S1 fault" in self.text("#alarm.fault"), "the alarm")
-        self.assertTrue(self.has("[data-led=redundancy-fail]"))
+        until(lambda: self.has("[data-led=redundancy-fail]"), "the redundancy LED")
 
     def test_8_the_panel_says_when_the_daemon_or_the_lab_is_gone(self):
         os.kill(self.lab.state()["daemon"]["pid"], signal.SIGKILL)
         until(lambda: "The daemon has ended with status 137" in self.text("#gone"), "the daemon's end")
-        self.assertEqual(self.text("#fact-daemon strong"), "ended")
+        until(lambda: self.text("#fact-daemon strong") == "ended", "the daemon's end in the summary")
         self.press("button[title='daemon start']")
         until(lambda: self.text("#fact-daemon strong") == "running" and not self.has("#gone"), "the daemon again")
         self.lab.end()
@@ -257,4 +265,6 @@ class PanelTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGALRM, end_by_the_clock)
+    signal.alarm(int(os.environ.get("ESA_TEST_SECONDS", "0")))
     unittest.main(argv=[sys.argv[0], *sys.argv[2:]], verbosity=2)

@@ -142,17 +142,20 @@ void reuse() {
     std::printf("waiting %d\n", waiting);
 }
 
-long elapsedMs(const timespec& since) {
+timespec monotonicNow() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
+    return now;
+}
+
+long elapsedMs(const timespec& since) {
+    const timespec now = monotonicNow();
     return static_cast<long>((now.tv_sec - since.tv_sec) * 1000 +
                              (now.tv_nsec - since.tv_nsec) / 1000000);
 }
 
 template <class Wait>
-void timed(const char* name, Wait wait) {
-    timespec begin{};
-    clock_gettime(CLOCK_MONOTONIC, &begin);
+void timed(const char* name, Wait wait, const timespec& begin = monotonicNow()) {
     const long result = wait();
     std::printf("%s %ld %ld\n", name, result, elapsedMs(begin));
 }
@@ -205,24 +208,22 @@ void sendToFull() {
     std::printf("%s\n", strerrorname_np(errno));
 }
 
-// Waits that a signal ends early: what is left, in seconds.
+// Waits that a signal ends early: what is left, in seconds. One alarm might come before its wait.
 void interrupted() {
     const int seconds = std::atoi(take().c_str());
     struct sigaction action {};
     action.sa_handler = onAlarm;
     sigaction(SIGALRM, &action, nullptr);
-    const auto alarmSoon = [] { ualarm(20000, 0); };
+    ualarm(20000, 20000);
     timespec wait{seconds, 0};
     timespec left{};
-    alarmSoon();
     std::printf("sleep left %d\n", sleep(static_cast<unsigned>(seconds)) > 0);
-    alarmSoon();
     report("nanosleep", nanosleep(&wait, &left));
     std::printf("left %lld\n", static_cast<long long>(left.tv_sec));
-    alarmSoon();
     errno = clock_nanosleep(CLOCK_REALTIME, 0, &wait, &left);
     report("clock_nanosleep", -1);
     std::printf("left %lld\n", static_cast<long long>(left.tv_sec));
+    ualarm(0, 0);
 }
 
 // A readable descriptor: select returns at once and leaves the rest of the time-out.
@@ -243,13 +244,14 @@ void selectRest() {
 
 // Until a tenth of a second from now on the clock: not divided.
 void absolute() {
-    timespec until{};
-    clock_gettime(CLOCK_MONOTONIC, &until);
+    const timespec begin = monotonicNow();
+    timespec until = begin;
     until.tv_nsec += 100000000;
     until.tv_sec += until.tv_nsec / 1000000000;
     until.tv_nsec %= 1000000000;
-    timed("absolute",
-          [&] { return clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr); });
+    timed(
+        "absolute",
+        [&] { return clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr); }, begin);
 }
 
 struct Step {

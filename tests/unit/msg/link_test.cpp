@@ -140,11 +140,9 @@ class LinkPlayer : public Player {
             esaMmsgHeaderInit(message_, protocol, w.u32(2), 64);
             const auto start = std::chrono::steady_clock::now();
             const S32_t sent = esaMmsgSend("sender()");
-            const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-            say("sent ", sent,
-                took.count() < 0.9 ? ""
-                : took.count() < 3 ? " in a second"
-                                   : " late");
+            const auto took = std::chrono::steady_clock::now() - start;
+            const std::chrono::seconds limit(std::exchange(limit_[0], 0));
+            say("sent ", sent, limit.count() > 0 && took >= limit ? " after that" : "");
             const std::vector<Bytes> out = listener_.take();
             if (!out.empty()) {
                 say("went out: ",
@@ -152,6 +150,9 @@ class LinkPlayer : public Player {
             }
         };
         commands["fill"] = [this](auto&) {
+            socklen_t size = sizeof limit_;
+            getsockopt(esaControl.socketFdMSM, SOL_SOCKET, SO_SNDTIMEO_OLD, limit_, &size);
+            say("a send takes ", limit_[0], " s at most");
             esaMmsgHeaderInit(message_, MMSG_E_PROTOCOL_SES, 28, 4064);
             while (sendto(esaControl.socketFdMSM, message_, 4064, MSG_DONTWAIT, nullptr, 0) > 0) {
             }
@@ -190,6 +191,7 @@ class LinkPlayer : public Player {
     TraceCapture trace_{0x0010};
     MMCH_t* const message_ = wireView<MMCH_t>(esaControl.esaWorkSpace);
     int fd_ = -1;
+    long limit_[2] = {};  // of the next send, to a full socket: seconds, microseconds
 };
 
 }  // namespace

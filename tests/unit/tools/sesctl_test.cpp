@@ -149,7 +149,7 @@ Outcome run(const Case& c, const std::string& commandLine, const std::string& ch
     FakeSwitch messageSwitch(c, changes);
     std::vector<std::string> words = wordsOf(commandLine);
     if (!c.has("elsewhere")) {
-        const std::string timeout = c.get("timeout", "5");
+        const std::string timeout = c.get("timeout", "600");
         words.insert(words.end(), {"--dir", messageSwitch.directory(), "--timeout", timeout});
     }
     const ToolResult result = runTool("sesctl", sesctl::run, words);
@@ -245,7 +245,7 @@ TEST(Sesctl, EnvironmentNamesTheSocketsUnlessAnOptionDoes) {
     FakeSwitch messageSwitch(sesctlCases().front(), "");
     setenv("ESA_MMSG_DIR", (messageSwitch.directory() + "/mmsg").c_str(), 1);
     EXPECT_EQ(runTool("sesctl", sesctl::run, {"config", "--name", "no-such-lab"}).code, 3);
-    EXPECT_EQ(runTool("sesctl", sesctl::run, {"config"}).code, 0);
+    EXPECT_EQ(runTool("sesctl", sesctl::run, {"config", "--timeout", "600"}).code, 0);
     unsetenv("ESA_MMSG_DIR");
 }
 
