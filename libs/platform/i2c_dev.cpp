@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr unsigned long TRANSFER_TIMEOUT = 5;  // units of 10 ms
+// In units of 10 ms: SMBus devices let go of a held clock after 25 to 35 ms.
+constexpr unsigned long TRANSFER_TIMEOUT = 4;
 constexpr unsigned long TRANSFER_RETRIES = 0;
 constexpr U32_t LENGTH_MAX = I2C_SMBUS_BLOCK_MAX;
 constexpr U8_t ADDRESS_MAX = 0x7F;
