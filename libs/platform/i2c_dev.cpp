@@ -4,7 +4,6 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
@@ -19,11 +18,10 @@ constexpr unsigned long TRANSFER_RETRIES = 0;
 constexpr U32_t LENGTH_MAX = I2C_SMBUS_BLOCK_MAX;
 constexpr U8_t ADDRESS_MAX = 0x7F;
 
-// What is known of the file behind a descriptor.
+// What is known of the adapter behind a descriptor.
 struct Adapter {
     bool known;
-    dev_t device;
-    ino_t inode;
+    int fd;
     unsigned long functions;  // I2C_FUNC_ bits
 };
 
@@ -31,8 +29,12 @@ struct Adapter {
 constexpr unsigned ADAPTERS = 8;
 Adapter adapters[ADAPTERS];
 
-bool askAdapter(Adapter& adapter, int fd, const struct stat& file) {
-    adapter = {false, file.st_dev, file.st_ino, 0};
+Adapter& entryOf(int fd) {
+    return adapters[static_cast<unsigned>(fd) % ADAPTERS];
+}
+
+bool askAdapter(Adapter& adapter, int fd) {
+    adapter = {false, fd, 0};
     if (ioctl(fd, I2C_FUNCS, &adapter.functions) < 0) {
         return false;
     }
@@ -44,17 +46,11 @@ bool askAdapter(Adapter& adapter, int fd, const struct stat& file) {
     return true;
 }
 
-// Null, with errno set, when the descriptor is not an I2C adapter's. The file is compared because a
-// number that was closed may have come back for another one.
+// Null, with errno set, when the descriptor is not an I2C adapter's.
 const Adapter* adapterOf(int fd) {
-    struct stat file;
-    if (fstat(fd, &file) != 0) {
-        return nullptr;
-    }
-    Adapter& adapter = adapters[static_cast<unsigned>(fd) % ADAPTERS];
-    const bool same =
-        adapter.known && adapter.device == file.st_dev && adapter.inode == file.st_ino;
-    return same || askAdapter(adapter, fd, file) ? &adapter : nullptr;
+    Adapter& adapter = entryOf(fd);
+    const bool asked = adapter.known && adapter.fd == fd;
+    return asked || askAdapter(adapter, fd) ? &adapter : nullptr;
 }
 
 bool plainTransfer(int fd, i2c_msg* messages, U32_t count) {
@@ -113,17 +109,29 @@ const Adapter* adapterFor(int fd, U8_t i2cAddress, U32_t length) {
     return adapter;
 }
 
+// A transfer's result. A number that is closed, or no adapter's any more, is not trusted again.
+int result(int fd, bool done) {
+    if (!done && (errno == EBADF || errno == ENOTTY)) {
+        begin_i2c_data(fd);
+    }
+    return done ? 0 : -1;
+}
+
 }  // namespace
+
+void begin_i2c_data(int fd) {
+    entryOf(fd).known = false;
+}
 
 int read_i2c_data(int fd, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t length) {
     const Adapter* const adapter = adapterFor(fd, i2cAddress, length);
     if (adapter == nullptr) {
         return -1;
     }
-    const bool done = (adapter->functions & I2C_FUNC_I2C) != 0
+    const bool plain = (adapter->functions & I2C_FUNC_I2C) != 0;
+    return result(fd, plain
                           ? plainRead(fd, i2cAddress, registerNumber, buffer, length)
-                          : smbusTransfer(fd, i2cAddress, I2C_SMBUS_READ, registerNumber, buffer);
-    return done ? 0 : -1;
+                          : smbusTransfer(fd, i2cAddress, I2C_SMBUS_READ, registerNumber, buffer));
 }
 
 int write_i2c_data(int fd, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer, U32_t length) {
@@ -131,9 +139,9 @@ int write_i2c_data(int fd, U8_t i2cAddress, U8_t registerNumber, const U8_t* buf
     if (adapter == nullptr) {
         return -1;
     }
-    if ((adapter->functions & I2C_FUNC_I2C) != 0) {
-        return plainWrite(fd, i2cAddress, registerNumber, buffer, length) ? 0 : -1;
-    }
+    const bool plain = (adapter->functions & I2C_FUNC_I2C) != 0;
     U8_t value = *buffer;
-    return smbusTransfer(fd, i2cAddress, I2C_SMBUS_WRITE, registerNumber, &value) ? 0 : -1;
+    return result(fd, plain
+                          ? plainWrite(fd, i2cAddress, registerNumber, buffer, length)
+                          : smbusTransfer(fd, i2cAddress, I2C_SMBUS_WRITE, registerNumber, &value));
 }

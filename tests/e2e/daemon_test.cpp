@@ -162,13 +162,15 @@ bool isWait(const std::string& call) {
     return call.find("select") != call.npos;
 }
 
-// System calls between two waits of the loop, the first wait included; calls on the enclosure's
-// adapter, a socket here (connected last) and one ioctl each on a board, are left out.
+// System calls between two waits of the loop, the first wait included. A transfer on the
+// enclosure's adapter, one ioctl on a board, is a send and a receive in two pieces on a socket here
+// (connected last); these are left out.
 std::vector<std::vector<std::string>> passes(const std::filesystem::path& log) {
     std::vector<std::vector<std::string>> found;
     std::string adapter = "none";
     std::ifstream file(log);
     static const std::regex call(R"(^(?:\d+ )?(\w+)\((\w*))");
+    static const std::regex transfer("^(send|recv)");
     for (std::string line; std::getline(file, line);) {
         std::smatch match;
         if (!std::regex_search(line, match, call)) {
@@ -181,7 +183,7 @@ std::vector<std::vector<std::string>> passes(const std::filesystem::path& log) {
         if (isWait(name)) {
             found.emplace_back();
         }
-        const bool onAdapter = !isWait(name) && match[2] == adapter;
+        const bool onAdapter = match[2] == adapter && std::regex_search(name, transfer);
         if (!found.empty() && !onAdapter) {
             found.back().push_back(name);
         }

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "i2c.h"
 #include "link/esa_event.h"
 #include "link/esa_mmsg.h"
 #include "start/personality.h"
@@ -39,6 +40,7 @@ bool enclosureDeviceOpen() {
     char path[32];
     std::snprintf(path, sizeof path, "/dev/enc-%d", ENCLOSURE_DEVICE);
     esaControl.i2cFileFd = open(path, O_RDWR);
+    begin_i2c_data(esaControl.i2cFileFd);
     return esaControl.i2cFileFd >= 0;
 }
 

@@ -4,8 +4,6 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
@@ -78,11 +76,12 @@ struct FakeAdapter {
 };
 FakeAdapter* adapter = nullptr;
 
-// A new adapter, and files no earlier test has used: with each comes an adapter never asked.
+// A new adapter behind a descriptor just opened.
 class I2cDevPlayer : public Player {
   public:
     I2cDevPlayer() {
         adapter = &fake_;
+        begin_i2c_data(used_);
         const auto result = [this](int status, const U8_t* read, std::size_t count) {
             say(fake_.log);
             fake_.log.clear();
@@ -94,13 +93,7 @@ class I2cDevPlayer : public Player {
         commands["answer"] = [this](auto& w) { fake_.answer = hexBytes(w[1]).at(0); };
         commands["done"] = [this](auto& w) { fake_.messagesDone = w.number(1); };
         commands["error"] = [this](auto& w) { fake_.errors[w[1]] = w.number(2); };
-        // Another file behind the descriptor, or behind one `offset` above it.
-        commands["file"] = [this](auto& w) {
-            const int file = memfd_create("adapter", 0);
-            used_ = fd_ + w.number(1);
-            dup2(file, used_);
-            close(file);
-        };
+        commands["begin"] = [this](auto&) { begin_i2c_data(used_); };
         commands["descriptor"] = [this](auto& w) { used_ = w.number(1); };
         commands["read"] = [this, result](auto& w) {
             U8_t bytes[64] = {};
@@ -117,25 +110,24 @@ class I2cDevPlayer : public Player {
             result(done, nullptr, 0);
         };
     }
-    ~I2cDevPlayer() override {
-        close(fd_ + 8);
-        close(fd_);
-        adapter = nullptr;
-    }
+    ~I2cDevPlayer() override { adapter = nullptr; }
 
   private:
     FakeAdapter fake_;
-    const int fd_ = memfd_create("adapter", 0);
-    int used_ = fd_;
+    int used_ = 5;
 };
 
 }  // namespace
 
-extern "C" int ioctl(int, unsigned long request, ...) noexcept {
+extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
+    if (fd < 0) {
+        errno = EBADF;
+        return -1;
+    }
     return adapter->handle(request, argument);
 }
 
