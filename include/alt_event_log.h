@@ -55,8 +55,12 @@ enum ALT_EVENT_SLOT_e {
 // What slot `index` of the file holds. All but good slots count as free.
 ALT_EVENT_SLOT_e altEventSlotCheck(const AltEventSlot_t& slot, U32_t index);
 
-// Append `record` (ALT_EVENT_K_RECORD_SIZE bytes) and wait until the medium has it. 0, or -1 when
-// it could not be stored, which costs one line on standard error. errno is left alone. A null
+// Append `record` (ALT_EVENT_K_RECORD_SIZE bytes). altEventLogM says that more records of the event
+// follow; altEventLog stores the last one and waits until the medium has them all. 0, or -1 when it
+// could not be stored, which costs one line on standard error. errno is left alone. A null
 // `mpuParams` has no directory.
 int altEventLog(const void* record, const MPU_PARAMS_t* mpuParams, int argument);
 int altEventLogM(const void* record, const MPU_PARAMS_t* mpuParams);
+
+// Waits until the medium has what was stored: for a process that dies behind an altEventLogM.
+void altEventFlush(const MPU_PARAMS_t* mpuParams);

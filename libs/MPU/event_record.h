@@ -3,6 +3,8 @@
 // an event header and a payload. All other bytes are zero.
 #pragma once
 
+#include <cstdlib>
+
 #include "alt_event_log.h"
 #include "emp_mesgs.h"
 #include "mmsg.h"
@@ -50,4 +52,12 @@ inline void bugCheckRecordBegin(BugCheckRecord_t& record, U8_t evSource, U16_t e
     record.header.evCategory = BUGCHECK_K_CATEGORY;
     record.header.evIdVersion = 1;
     record.header.evId = evId;
+}
+
+// The end of the process: the record is on the medium before.
+[[noreturn]] inline void bugCheckRecordLeave(const BugCheckRecord_t& record,
+                                             const MPU_PARAMS_t* mpuParams) {
+    altEventLogM(&record, mpuParams);
+    altEventFlush(mpuParams);
+    std::abort();
 }

@@ -190,8 +190,7 @@ void fillNames(char (&names)[30]) {
     payload->lineNumber = static_cast<U16_t>(traceData.lineNumber);
     fillNames(payload->names);
     std::snprintf(payload->text, sizeof payload->text, "BUG CHECK: %.243s\n", traceData.infoBuf);
-    altEventLogM(&bugCheckRecord, traceData.mpuParams);
-    std::abort();
+    bugCheckRecordLeave(bugCheckRecord, traceData.mpuParams);
 }
 
 // Takes the lock and formats a statement into traceData.

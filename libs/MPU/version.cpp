@@ -111,8 +111,7 @@ void catchEvent(int, siginfo_t* info, void* context) {
     if (context != nullptr) {
         std::memcpy(payload->registers, savedRegisters(context), sizeof payload->registers);
     }
-    altEventLogM(&signalRecord, pMpuParams);
-    std::abort();
+    bugCheckRecordLeave(signalRecord, pMpuParams);
 }
 
 S32_t mpuSpinLock_Get(volatile S32_t* lock) {

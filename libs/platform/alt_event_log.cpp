@@ -60,25 +60,81 @@ off_t slotOffset(U32_t index) {
     return static_cast<off_t>(index) * ALT_EVENT_K_SLOT_SIZE;
 }
 
-bool readSlot(int fd, U32_t index, AltEventSlot_t& slot, std::size_t size) {
-    return pread(fd, &slot, size, slotOffset(index)) == static_cast<ssize_t>(size);
+bool readSlot(int fd, U32_t index, AltEventSlot_t& slot) {
+    return pread(fd, &slot, sizeof slot, slotOffset(index)) == static_cast<ssize_t>(sizeof slot);
 }
 
-// Sequence number of the newest good slot, 0 when there is none. From the last slot down: numbers
-// mostly rise with the slots, so that few records are read whole.
-U64_t newestSequenceNumber(int fd, AltEventSlot_t& slot) {
-    U64_t newest = 0;
-    for (U32_t index = ALT_EVENT_K_SLOTS; index-- > 0;) {
-        if (readSlot(fd, index, slot, sizeof slot.header) && headerFits(slot.header, index) &&
-            slot.header.sequenceNumber > newest && readSlot(fd, index, slot, sizeof slot) &&
-            altEventSlotCheck(slot, index) == ALT_EVENT_E_SLOT_GOOD) {
-            newest = slot.header.sequenceNumber;
+// Whole ones.
+U32_t slotsIn(int fd) {
+    const off_t size = lseek(fd, 0, SEEK_END);
+    return static_cast<U32_t>(
+        std::clamp<off_t>(size / ALT_EVENT_K_SLOT_SIZE, 0, ALT_EVENT_K_SLOTS));
+}
+
+// What the header of a slot says; 0: the slot is free.
+U64_t sequenceNumberAt(int fd, U32_t index) {
+    AltEventSlotHdr_t header;
+    const ssize_t size = pread(fd, &header, sizeof header, slotOffset(index));
+    const bool used = size == static_cast<ssize_t>(sizeof header) && headerFits(header, index);
+    return used ? U64_t{header.sequenceNumber} : 0;
+}
+
+struct UsedSlot {
+    U32_t index;
+    U64_t sequenceNumber;  // 0: there is none
+};
+
+UsedSlot firstUsedSlot(int fd, U32_t slots) {
+    UsedSlot slot = {0, 0};
+    while (slot.index < slots && (slot.sequenceNumber = sequenceNumberAt(fd, slot.index)) == 0) {
+        ++slot.index;
+    }
+    return slot;
+}
+
+// From `index` down, above `floor`.
+UsedSlot lastUsedSlot(int fd, U32_t index, U32_t floor) {
+    UsedSlot slot = {index, 0};
+    while (slot.index > floor && (slot.sequenceNumber = sequenceNumberAt(fd, slot.index)) == 0) {
+        --slot.index;
+    }
+    return slot;
+}
+
+// By bisection: numbers rise up to the newest one, behind it stand those of the round before. A
+// free slot says nothing of its place; the next used one in front of it speaks for it.
+UsedSlot newestSlot(int fd, U32_t slots) {
+    UsedSlot newest = firstUsedSlot(fd, slots);
+    U32_t low = newest.index;
+    for (U32_t high = slots; high - low > 1;) {
+        const U32_t middle = (low + high) / 2;
+        const UsedSlot slot = lastUsedSlot(fd, middle, low);
+        if (slot.sequenceNumber != 0 && slot.sequenceNumber < newest.sequenceNumber) {
+            high = slot.index;
+            continue;
         }
+        low = middle;
+        newest = slot.sequenceNumber != 0 ? slot : newest;
     }
     return newest;
 }
 
-// Writes the slot behind the newest one and waits until the medium has it.
+// Sequence number of the newest good slot, 0 when there is none: records that were torn are passed
+// over, from the newest slot down and around.
+U64_t newestSequenceNumber(int fd, AltEventSlot_t& slot) {
+    const U32_t slots = slotsIn(fd);
+    const U32_t newest = newestSlot(fd, slots).index;
+    for (U32_t back = 0; newest < slots && back < slots; ++back) {
+        const U32_t index = (newest + slots - back) % slots;
+        if (readSlot(fd, index, slot) && altEventSlotCheck(slot, index) == ALT_EVENT_E_SLOT_GOOD) {
+            return slot.header.sequenceNumber;
+        }
+    }
+    return 0;
+}
+
+// Writes the slot behind the newest one. altEventLog's record is the last of its event: then the
+// medium must have them all.
 bool appendSlot(int fd, const void* record, ALT_EVENT_CALL call, int argument) {
     AltEventSlot_t slot;
     const U64_t sequenceNumber = newestSequenceNumber(fd, slot) + 1;
@@ -95,7 +151,8 @@ bool appendSlot(int fd, const void* record, ALT_EVENT_CALL call, int argument) {
     if (written >= 0 && written < static_cast<ssize_t>(sizeof slot)) {
         errno = ENOSPC;
     }
-    return written == static_cast<ssize_t>(sizeof slot) && fdatasync(fd) == 0;
+    return written == static_cast<ssize_t>(sizeof slot) &&
+           (call == ALT_EVENT_E_CALL_LOG_M || fdatasync(fd) == 0);
 }
 
 struct LogPath {
@@ -206,4 +263,14 @@ int altEventLog(const void* record, const MPU_PARAMS_t* mpuParams, int argument)
 
 int altEventLogM(const void* record, const MPU_PARAMS_t* mpuParams) {
     return store(record, mpuParams, ALT_EVENT_E_CALL_LOG_M, 0);
+}
+
+void altEventFlush(const MPU_PARAMS_t* mpuParams) {
+    const int callersErrno = errno;
+    const int fd = openLog(logPath(mpuParams));
+    if (fd >= 0) {
+        fdatasync(fd);
+        close(fd);
+    }
+    errno = callersErrno;
 }

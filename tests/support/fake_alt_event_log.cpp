@@ -43,3 +43,5 @@ int altEventLogM(const void* record, const MPU_PARAMS_t*) {
     keep(true, 0, record);
     return 0;
 }
+
+void altEventFlush(const MPU_PARAMS_t*) {}

@@ -54,6 +54,9 @@ int altEventLogM(const void* stored, const MPU_PARAMS_t* mpuParams) {
     std::fprintf(stderr, "stored with %s\n", mpuParams == nullptr ? "no area" : "an area");
     return 0;
 }
+void altEventFlush(const MPU_PARAMS_t*) {
+    std::fprintf(stderr, "flushed\n");
+}
 
 namespace {
 

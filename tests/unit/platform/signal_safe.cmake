@@ -4,7 +4,7 @@
 cmake_minimum_required(VERSION 3.25)
 
 set(SAFE
-    close fdatasync fsync fstat memcmp memcpy memmove memset open poll pread pwrite strerrordesc_np
+    close fdatasync fsync fstat lseek memcmp memcpy memmove memset open poll pread pwrite strerrordesc_np
     strlen strnlen time write __errno_location)
 
 execute_process(COMMAND ${NM} -u ${OBJECT} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
@@ -21,7 +21,7 @@ foreach(symbol IN LISTS symbols)
     endif()
     string(REGEX REPLACE "^__(.*)_(chk|time64|2)$" "\\1" function "${symbol}")
     string(REGEX REPLACE "^__(time)64$" "\\1" function "${function}")
-    string(REGEX REPLACE "^(open|pread|pwrite|fstat)64(_time64)?$" "\\1" function "${function}")
+    string(REGEX REPLACE "^(open|pread|pwrite|fstat|lseek)64(_time64)?$" "\\1" function "${function}")
     if(NOT function IN_LIST SAFE)
         message(SEND_ERROR "not safe in a signal handler: ${symbol}")
     endif()
