@@ -54,10 +54,12 @@ inline void bugCheckRecordBegin(BugCheckRecord_t& record, U8_t evSource, U16_t e
     record.header.evId = evId;
 }
 
-// The end of the process: the record is on the medium before.
+// The end of the process: the record is on the medium before. Without an area of its own it goes to
+// the attached one's directory.
 [[noreturn]] inline void bugCheckRecordLeave(const BugCheckRecord_t& record,
                                              const MPU_PARAMS_t* mpuParams) {
-    altEventLogM(&record, mpuParams);
-    altEventFlush(mpuParams);
+    const MPU_PARAMS_t* const area = mpuParams != nullptr ? mpuParams : pMpuParams;
+    altEventLogM(&record, area);
+    altEventFlush(area);
     std::abort();
 }

@@ -321,6 +321,7 @@ TEST(Signals, AreCaughtWithoutAnAreaOnlyAndLeaveARecord) {
         return names;
     };
     std::memset(record, 0xEE, ALT_EVENT_K_RECORD_SIZE);
+    testing::internal::CaptureStderr();
     EXPECT_EQ(endOf([&] {
                   static MPU_PARAMS_t params;
                   params.flags = 0xFFFFFFFF;
@@ -332,11 +333,13 @@ TEST(Signals, AreCaughtWithoutAnAreaOnlyAndLeaveARecord) {
                   EXPECT_EQ(caught(),
                             "Illegal instruction Floating point exception Segmentation "
                             "fault Bus error Hangup Terminated Quit ");
+                  pMpuParams = &params;  // attached later
                   if (!testing::Test::HasFailure()) {
                       raise(SIGTERM);
                   }
               }),
               "exit 134");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "stored with an area\nflushed\n");
     char process[9];
     std::snprintf(process, sizeof process, "%08X", static_cast<unsigned>(lastChild));
     EXPECT_EQ(hexText({record, record + 220}),
