@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The runtime library: the trace log's lines, files and rotation, what a dying process leaves, the
 // parameter area. Once its log is open it allocates nothing; the allocator's calls are counted.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/ipc.h>
 #include <sys/mman.h>
@@ -45,6 +46,16 @@ void* realloc(void* block, std::size_t size) {
 }
 }
 #endif
+
+// The time of day, where a test has said it. (Redirected with 64-bit time, and so is this.)
+static std::time_t timeIs = 0;
+extern "C" time_t time(time_t*) noexcept {
+    timespec now = {timeIs, 0};
+    if (timeIs == 0) {
+        clock_gettime(CLOCK_REALTIME, &now);
+    }
+    return now.tv_sec;
+}
 
 // The alternate event log's last record, in memory that outlives the child that stored it.
 static U8_t* const record = static_cast<U8_t*>(mmap(
@@ -283,23 +294,41 @@ TEST(Trace, StatementThatIsOffEvaluatesNothing) {
     EXPECT_EQ(traceData.fd, stderr);
 }
 
+TEST(Trace, EachLineIsOneWrite) {
+    TraceCapture log(0xE010);
+    std::FILE* const memory = traceData.fd;
+    for (const int buffering : {_IOFBF, _IONBF}) {
+        int ends[2];
+        ASSERT_EQ(pipe2(ends, O_DIRECT), 0);  // a packet for each write
+        traceData.fd = fdopen(ends[1], "w");
+        std::setvbuf(traceData.fd, nullptr, buffering, 4096);
+        const std::string text(900, 'x');
+        for (int n = 0; n < 5; ++n) {
+            TRACE_STATEMENT(0, 0x10, "esamain.cpp", "%s", text.c_str());
+            char packet[2000];
+            const ssize_t size = read(ends[0], packet, sizeof packet);
+            EXPECT_THAT(std::string(packet, static_cast<std::size_t>(size)),
+                        testing::EndsWith(":  " + text + "\n"));
+        }
+        std::fclose(traceData.fd);
+        close(ends[0]);
+    }
+    traceData.fd = memory;
+}
+
 TEST(Trace, TimestampIsLocalTimeInsideItsBuffer) {
     setenv("TZ", "XYZ-05:30", 1);
-    tzset();
-    const auto stampOf = [](std::time_t time) {
-        char text[32];
-        std::strftime(text, sizeof text, "%b %e %H:%M:%S", std::localtime(&time));
-        return std::string(text);
-    };
-    const std::time_t before = std::time(nullptr);
-    char stamp[64] = {};
-    EXPECT_EQ(TRACE_getTimestamp(stamp, sizeof stamp), 15);
-    const std::time_t after = std::time(nullptr);
-    std::time_t time = before;
-    while (time < after && stamp != stampOf(time)) {
-        ++time;
+    TraceCapture log(0x8010);
+    char stamp[64] = {}, expected[32];
+    for (const int step : {1, 0, 0, 1, -1, 0, 86400, 31 * 86400, 1 - 7 * 86400, 0}) {
+        timeIs = (timeIs == 0 ? 1700000000 : timeIs) + step;
+        std::strftime(expected, sizeof expected, "%b %e %H:%M:%S", std::localtime(&timeIs));
+        EXPECT_EQ(TRACE_getTimestamp(stamp, sizeof stamp), 15);
+        EXPECT_STREQ(stamp, expected);
+        TRACE_STATEMENT(0, 0x10, "esamain.cpp", "text");
+        EXPECT_THAT(log.take(), testing::ElementsAre(std::string(expected) + "  text"));
     }
-    EXPECT_EQ(stamp, stampOf(time));
+    timeIs = 0;
     unsetenv("TZ");
     EXPECT_EQ(TRACE_getTimestamp(nullptr, 64), 0);
     EXPECT_EQ(TRACE_getTimestamp(stamp, 0), 0);
