@@ -3,11 +3,6 @@
 // nothing here allocates: the stream has a buffer of its own and rotation keeps it.
 #include "trace.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/types.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
@@ -17,6 +12,7 @@
 
 #include "MPU/trace_lock.h"
 #include "osdep.h"
+#include "platform/plain_file.h"
 
 TRACE_DATA_t traceData;
 
@@ -89,13 +85,20 @@ void closeLogFile() {
     }
 }
 
-// Points an open stream at another file. Closing and opening would allocate.
-bool switchFile(std::FILE* stream, const char* name) {
-    const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    if (file < 0) {
-        std::fclose(stream);
-        return false;
+// Emptied only when it is known to be ours. Written at its end, so that one that is truncated from
+// outside has no hole.
+int openEmptyFile(const char* name) {
+    struct stat status;
+    const int file = plainFileOpen(name, O_WRONLY | O_APPEND, status);
+    if (file >= 0 && ftruncate(file, 0) != 0) {
+        close(file);
+        return -1;
     }
+    return file;
+}
+
+// Points an open stream at another file. Closing and opening would allocate.
+bool switchFile(std::FILE* stream, int file) {
     std::fflush(stream);
     const bool switched = dup2(file, fileno(stream)) >= 0;
     close(file);
@@ -103,10 +106,15 @@ bool switchFile(std::FILE* stream, const char* name) {
 }
 
 bool openStream(const char* name) {
-    if (traceData.fd != nullptr) {
-        return switchFile(traceData.fd, name);
+    const int file = openEmptyFile(name);
+    if (file < 0) {
+        closeLogFile();
+        return false;
     }
-    traceData.fd = std::fopen(name, "w");
+    if (traceData.fd != nullptr) {
+        return switchFile(traceData.fd, file);
+    }
+    traceData.fd = fdopen(file, "a");
     if (traceData.fd != nullptr) {
         std::setvbuf(traceData.fd, streamBuffer, _IOFBF, sizeof streamBuffer);
     }

@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,11 +14,12 @@
 #include <cstring>
 #include <ctime>
 
+#include "platform/plain_file.h"
+
 namespace {
 
 constexpr char MAGIC[] = {'A', 'E', 'L', '1'};
 constexpr U64_t SEQUENCE_MAX = ~U64_t{0} - 1;  // leaves room for one more
-constexpr mode_t FILE_MODE = 0644;
 
 constexpr U32_t CRC_POLYNOMIAL = 0xEDB88320;  // IEEE 802.3, bits reversed
 
@@ -182,24 +182,15 @@ void flushDirectory(LogPath path) {
     }
 }
 
-// Descriptor of the log, made when it is not there; -1 with errno set. Anything but a plain file
-// is refused, and not waited for: a FIFO would hold the open.
+// Descriptor of the log, made when it is not there; -1 with errno set.
 int openLog(const LogPath& path) {
     if (path.directoryLength == 0) {
         errno = ENOENT;
         return -1;
     }
-    const int fd = open(path.text, O_RDWR | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, FILE_MODE);
     struct stat file;
-    if (fd < 0) {
-        return -1;
-    }
-    if (fstat(fd, &file) != 0 || !S_ISREG(file.st_mode)) {
-        close(fd);
-        errno = EINVAL;
-        return -1;
-    }
-    if (file.st_size == 0) {
+    const int fd = plainFileOpen(path.text, O_RDWR, file);
+    if (fd >= 0 && file.st_size == 0) {
         flushDirectory(path);
     }
     return fd;

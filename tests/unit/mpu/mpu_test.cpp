@@ -146,7 +146,10 @@ class TracePlayer : public Player {
         commands["done"] = [](auto&) { TRACE__done(); };
         commands["next"] = counted([](auto&) { TRACE_openLog(); });
         commands["check"] = counted([](auto&) { TRACE_checkLog(); });
-        commands["grow"] = [](auto& w) { std::filesystem::resize_file(w[1], std::stoull(w[2])); };
+        commands["grow"] = [this](auto& w) {
+            shownSize_ = static_cast<std::streamoff>(w.value(2));
+            std::filesystem::resize_file(w[1], std::stoull(w[2]));
+        };
         commands["instance"] = [](auto& w) { traceData.logInstanceNumber = w.u8(1); };
         commands["count"] = [this](auto& w) {
             say(traceData.logWriteCount);
@@ -231,11 +234,8 @@ class TracePlayer : public Player {
         }
         std::ifstream file(shown_);
         file.seekg(shownSize_);
-        std::string written(20000, '\0');  // a file that was grown ends in zeros
-        file.read(written.data(), static_cast<std::streamsize>(written.size()));
-        std::istringstream lines(written.c_str());
         static const std::regex time(R"(^[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d  )");
-        for (std::string line; std::getline(lines, line);) {
+        for (std::string line; std::getline(file, line);) {
             shownSize_ += static_cast<std::streamoff>(line.size()) + 1;
             line = std::regex_replace(line, time, "<time>  ");
             if (line.starts_with("0x")) {

@@ -4,8 +4,8 @@
 cmake_minimum_required(VERSION 3.25)
 
 set(SAFE
-    close fdatasync fsync fstat lseek memcmp memcpy memmove memset open poll pread pwrite strerrordesc_np
-    strlen strnlen time write __errno_location)
+    close fchmod fdatasync fsync fstat lseek memcmp memcpy memmove memset open poll pread pwrite
+    strerrordesc_np strlen strnlen time write __errno_location)
 
 execute_process(COMMAND ${NM} -u ${OBJECT} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "U [^\n]+" symbols "${output}")
