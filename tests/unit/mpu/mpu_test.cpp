@@ -294,6 +294,31 @@ TEST(Trace, StatementThatIsOffEvaluatesNothing) {
     EXPECT_EQ(traceData.fd, stderr);
 }
 
+TEST(Trace, ADumpHoldsEachByteInRowsOf32AndGroupsOfEight) {
+    TraceCapture log;
+    U8_t bytes[4064];
+    for (std::size_t n = 0; n < sizeof bytes; ++n) {
+        bytes[n] = static_cast<U8_t>(n * 7 + n / 256);
+    }
+    for (const U32_t length : {0U, 1U, 8U, 31U, 32U, 33U, 256U, 397U, 398U, 399U, 4064U}) {
+        std::vector<std::string> rows{"text"};
+        for (U32_t n = 0; n < length; ++n) {
+            char text[20];
+            if (n % 32 == 0) {
+                std::snprintf(text, sizeof text, "0x%08X:",
+                              static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(bytes + n)));
+                rows.push_back(text);
+            }
+            std::snprintf(text, sizeof text, n % 8 == 0 ? " %02X" : "%02X", bytes[n]);
+            rows.back() += text;
+        }
+        traceData.logWriteCount = 0;
+        TRACE_DUMP_STATEMENT(0, 0x10, "esamain.cpp", bytes, length, "text");
+        EXPECT_EQ(log.take(), rows) << length;
+    }
+    EXPECT_EQ(traceData.logWriteCount, 11U) << "pieces of 1009 to 1023 characters";
+}
+
 TEST(Trace, EachLineIsOneWrite) {
     TraceCapture log(0xE010);
     std::FILE* const memory = traceData.fd;
