@@ -22,6 +22,8 @@ if(ESA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 find_package(Threads REQUIRED)
+include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
 include(CheckPIESupported)
 check_pie_supported()
 
@@ -50,14 +52,26 @@ target_link_libraries(esa_daemon_flags INTERFACE esa_warnings)
 target_compile_options(esa_daemon_flags INTERFACE
     -ffp-contract=off -fstack-protector-strong -fno-exceptions -fno-rtti)
 target_link_options(esa_daemon_flags INTERFACE -Wl,-z,relro,-z,now)
+# Not every machine has these: control flow is protected on x86 only.
+foreach(flag stack-clash-protection cf-protection)
+    check_cxx_compiler_flag(-f${flag} ESA_HAS_${flag})
+    if(ESA_HAS_${flag})
+        target_compile_options(esa_daemon_flags INTERFACE -f${flag})
+    endif()
+endforeach()
+# The C library warns of a level that it or the compiler does not have.
+set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -D_FORTIFY_SOURCE=3")
+check_cxx_source_compiles("#include <string.h>\nint main() { return 0; }" ESA_HAS_FORTIFY_3)
+unset(CMAKE_REQUIRED_FLAGS)
+set(fortify _FORTIFY_SOURCE=$<IF:$<BOOL:${ESA_HAS_FORTIFY_3}>,3,2>)
 if(ESA_SANITIZE)
     target_compile_options(esa_daemon_flags INTERFACE -fsanitize=${ESA_SANITIZE})
 endif()
 if(ESA_OPTIMIZED_DAEMON)
     target_compile_options(esa_daemon_flags INTERFACE -O2)
-    target_compile_definitions(esa_daemon_flags INTERFACE _FORTIFY_SOURCE=2)
+    target_compile_definitions(esa_daemon_flags INTERFACE ${fortify})
 elseif(NOT ESA_SANITIZE)
-    target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+    target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:${fortify}>)
 endif()
 
 # Header-only libraries of the build machine (Asio, CLI11, fmt, nlohmann-json, toml++) for the lab and the
