@@ -16,6 +16,12 @@ using BOOLEAN = U8_t;
 constexpr BOOLEAN TRUE = 1;
 constexpr BOOLEAN FALSE = 0;
 
+// A conversion that narrows on one target and changes nothing on the other.
+template <typename To, typename From>
+constexpr To narrowTo(From value) {
+    return static_cast<To>(value);
+}
+
 // A span of time: whole seconds and 0..999999 microseconds.
 struct MPU_TIME_t {
     U32_t sec;

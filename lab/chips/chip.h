@@ -3,6 +3,7 @@
 // message. Register meaning, pointers and encodings are the models' own matter.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <stdexcept>
@@ -32,7 +33,7 @@ class Chip {
         throw std::invalid_argument("this device takes no register dump");
     }
     // Number of registers that are held.
-    virtual int held() const { return 0; }
+    virtual std::ptrdiff_t held() const { return 0; }
     // While set, what the world gives the chip is done by hand.
     void setByHand(bool byHand) { byHand_ = byHand; }
 

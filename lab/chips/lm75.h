@@ -21,7 +21,7 @@ class Lm75 : public Chip {
     void read(std::span<std::uint8_t> bytes) override;
     // A dump has one byte of each register: half degrees are lost.
     void load(const RegisterDump& dump) override;
-    int held() const override { return held_ ? 1 : 0; }
+    std::ptrdiff_t held() const override { return held_ ? 1 : 0; }
     std::vector<std::uint8_t> registers() const override;
 
   private:

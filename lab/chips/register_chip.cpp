@@ -51,8 +51,8 @@ void RegisterChip::load(const RegisterDump& dump) {
     }
 }
 
-int RegisterChip::held() const {
-    return static_cast<int>(std::ranges::count_if(held_, [](auto& value) { return !!value; }));
+std::ptrdiff_t RegisterChip::held() const {
+    return std::ranges::count_if(held_, [](auto& value) { return !!value; });
 }
 
 void RegisterChip::sense(std::uint8_t number, std::uint8_t value) {

@@ -21,7 +21,7 @@ class RegisterChip : public Chip {
     bool write(std::span<const std::uint8_t> bytes) override;
     void read(std::span<std::uint8_t> bytes) override;
     void load(const RegisterDump& dump) override;
-    int held() const override;
+    std::ptrdiff_t held() const override;
     std::vector<std::uint8_t> registers() const override;
 
   protected:

@@ -119,7 +119,7 @@ BusServer::Adapter::Answer BusServer::Adapter::transfer(const EncdevRequest& req
             data.insert(data.end(), message.bytes.begin(), message.bytes.end());
         }
     }
-    return {makeReply(request.op, 0, static_cast<std::uint32_t>(data.size()), data), result.delay};
+    return {makeReply(request.op, 0, data.size() & UINT32_MAX, data), result.delay};
 }
 
 // One client: head, payload, reply, and again. Any error or broken frame ends it.

@@ -3,6 +3,7 @@
 #include <sys/time.h>
 #include <time.h>
 
+#include "lab/encdev/entries.h"
 #include "lab/encdev/next.h"
 #include "lab/encdev/virtual_time.h"
 #include "lab/encdev/wide_time.h"

@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "lab/encdev/bus_link.h"
+#include "lab/encdev/entries.h"
 #include "lab/encdev/next.h"
 
 namespace encdev {

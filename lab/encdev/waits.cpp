@@ -16,6 +16,7 @@
 #include <optional>
 
 #include "lab/encdev/clock_proto.h"
+#include "lab/encdev/entries.h"
 #include "lab/encdev/next.h"
 #include "lab/encdev/virtual_time.h"
 #include "lab/encdev/wide_time.h"

@@ -261,9 +261,9 @@ std::string Lab::chassisName() const {
     return nameOfChassis(options_);
 }
 
-int Lab::count(Kind kind) const {
-    return static_cast<int>(std::ranges::count_if(
-        received_, [kind](const Received& r) { return r.message.kind() == kind; }));
+std::ptrdiff_t Lab::count(Kind kind) const {
+    return std::ranges::count_if(received_,
+                                 [kind](const Received& r) { return r.message.kind() == kind; });
 }
 
 }  // namespace enclab

@@ -6,6 +6,7 @@
 
 #include <asio/io_context.hpp>
 #include <chrono>
+#include <cstddef>
 #include <deque>
 #include <filesystem>
 #include <functional>
@@ -120,7 +121,7 @@ class Lab {
     // Messages from the daemon in order; the newest kReceivedMax of a long run.
     static constexpr std::size_t kReceivedMax = 10000;
     const std::deque<Received>& received() const { return received_; }
-    int count(Kind kind) const;
+    std::ptrdiff_t count(Kind kind) const;
     // What the daemon wrote to its two outputs, line by line.
     const std::deque<std::string>& daemonOutput() const { return daemonOutput_; }
 

@@ -122,7 +122,7 @@ void addFitted(Lines& lines, const Chassis& chassis) {
 std::string deviceText(Chassis& chassis) {
     std::vector<std::string> devices;
     for (const ChassisDevice& device : chassis.devices()) {
-        const int held = chassis.chip(device.name).held();
+        const auto held = chassis.chip(device.name).held();
         devices.push_back(fmt::format("{} 0x{:02x}{}{}", device.name, device.address,
                                       chassis.bus().isCut(device.address) ? " (cut)" : "",
                                       held > 0 ? fmt::format(" ({} held)", held) : ""));

@@ -43,7 +43,7 @@ BugCheckRecord_t signalRecord;
 void rememberProcess() {
     processId = getpid();
     char path[32];
-    std::snprintf(path, sizeof path, "/proc/%d/cmdline", static_cast<int>(processId));
+    std::snprintf(path, sizeof path, "/proc/%d/cmdline", processId);
     char commandLine[COMMAND_LINE_READ + 1] = {};
     const int fd = open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) {

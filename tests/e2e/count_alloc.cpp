@@ -2,6 +2,7 @@
 // Preload library: counts the calls of the allocation functions in the file COUNT_ALLOC_FILE names,
 // four bytes in host order, for a test to look at while the program runs.
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/mman.h>
 #include <unistd.h>
 

@@ -185,7 +185,7 @@ void StoryService::send(const std::map<std::string, U32_t>& header, const Bytes&
     wholeLength_ = bytes.size();
     if (cut_ != 0) {
         std::ranges::copy(bytes, esaControl.esaInMsg);
-        headerSet(wireView<MMCH_t>(bytes.data()), "length", static_cast<U32_t>(cut_));
+        headerSet(wireView<MMCH_t>(bytes.data()), "length", narrowTo<U32_t>(cut_));
     }
     bytes.resize(be16At(bytes, 10));
     switch_.send(bytes);
@@ -225,7 +225,8 @@ void StoryService::put(const Words& words) {
             records[request[0]][request.u8(1)] = hexBytes(request[2]);
         }
     }
-    records["drives"].merge(std::map(drives_));
+    auto drives = drives_;
+    records["drives"].merge(drives);
     Bytes page = hexBytes("1D 10 00 00 00 FF 00 00  02 00 00 FC 00 00 00 00");
     for (const PageSection& section : PAGE_SECTIONS) {
         const std::size_t overall = page.size();

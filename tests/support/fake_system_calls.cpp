@@ -18,8 +18,7 @@ int select(int descriptors, fd_set* readable, fd_set* writable, fd_set* failed,
            struct timeval* timeout) {
     ++systemCalls.selects;
     systemCalls.selectDescriptors = descriptors;
-    systemCalls.selectMicroseconds =
-        static_cast<long>(timeout->tv_sec) * 1000000 + static_cast<long>(timeout->tv_usec);
+    systemCalls.selectMicroseconds = timeout->tv_sec * 1000000 + timeout->tv_usec;
     if (systemCalls.onSelect) {
         systemCalls.onSelect();
     }
@@ -55,7 +54,8 @@ ssize_t recv(int fd, void* buffer, size_t size, int flags) {
 }
 
 // What the optimizer makes of a receive whose size it does not know.
-extern "C" ssize_t __recv_chk(int fd, void* buffer, size_t size, size_t, int flags) {
+extern "C" ssize_t __recv_chk(int, void*, size_t, size_t, int);
+ssize_t __recv_chk(int fd, void* buffer, size_t size, size_t, int flags) {
     return recv(fd, buffer, size, flags);
 }
 

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "basetypes.h"
 #include "chassis/table.h"
 #include "start/personality.h"
 #include "tools/personality/judge.h"
@@ -28,7 +29,7 @@ const char* text() {
 }
 
 int lineOf(const char* place) {
-    return static_cast<int>(std::count(text(), place, '\n')) + 1;
+    return narrowTo<int>(std::count(text(), place, '\n')) + 1;
 }
 
 bool isInComment(const char* place) {

@@ -105,7 +105,7 @@ void stateSet() {
           &c.powerSupplyElementControlOverall, &c.powerSupplyElementStatusOverall,
           &c.coolingElementControlOverall, &c.coolingElementStatusOverall,
           &c.audibleAlarmElementControlOverall, &c.audibleAlarmElementStatusOverall}) {
-        *field = static_cast<std::remove_reference_t<decltype(*field)>>(overall++);
+        *field = overall++;
     }
     countUp(0x40, c.deviceElementControl, c.deviceElementStatus, c.powerSupplyElementControl,
             c.powerSupplyElementStatus);

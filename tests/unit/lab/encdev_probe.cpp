@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -124,8 +125,8 @@ void otherFiles() {
     const int created = open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0640);
     struct stat status {};
     report("create", created < 0 ? -1 : fstat(created, &status));
-    std::printf("mode %o\n", static_cast<unsigned>(status.st_mode & 0777));
-    report("write", static_cast<int>(write(created, "x", 1)));
+    std::printf("mode %o\n", status.st_mode & 0777);
+    report("write", write(created, "x", 1) == 1 ? 1 : -1);
     report("close", close(created));
     report("missing", open("/dev/enc-1", openFlags()));
 }
@@ -148,16 +149,15 @@ timespec monotonicNow() {
     return now;
 }
 
-long elapsedMs(const timespec& since) {
+std::int64_t elapsedMs(const timespec& since) {
     const timespec now = monotonicNow();
-    return static_cast<long>((now.tv_sec - since.tv_sec) * 1000 +
-                             (now.tv_nsec - since.tv_nsec) / 1000000);
+    return (now.tv_sec - since.tv_sec) * 1000 + (now.tv_nsec - since.tv_nsec) / 1000000;
 }
 
 template <class Wait>
 void timed(const char* name, Wait wait, const timespec& begin = monotonicNow()) {
     const long result = wait();
-    std::printf("%s %ld %ld\n", name, result, elapsedMs(begin));
+    std::printf("%s %ld %" PRId64 "\n", name, result, elapsedMs(begin));
 }
 
 // Waits for a message that never comes; 0 when the time-out ended it.
@@ -219,10 +219,10 @@ void interrupted() {
     timespec left{};
     std::printf("sleep left %d\n", sleep(static_cast<unsigned>(seconds)) > 0);
     report("nanosleep", nanosleep(&wait, &left));
-    std::printf("left %lld\n", static_cast<long long>(left.tv_sec));
+    std::printf("left %jd\n", std::intmax_t{left.tv_sec});
     errno = clock_nanosleep(CLOCK_REALTIME, 0, &wait, &left);
     report("clock_nanosleep", -1);
-    std::printf("left %lld\n", static_cast<long long>(left.tv_sec));
+    std::printf("left %jd\n", std::intmax_t{left.tv_sec});
     ualarm(0, 0);
 }
 
@@ -237,7 +237,7 @@ void selectRest() {
     FD_ZERO(&in);
     FD_SET(ends[0], &in);
     report("select", select(ends[0] + 1, &in, nullptr, nullptr, &wait));
-    std::printf("rest %lld\n", static_cast<long long>(wait.tv_sec));
+    std::printf("rest %jd\n", std::intmax_t{wait.tv_sec});
     wait = {-1, 0};
     report("negative", select(0, nullptr, nullptr, nullptr, &wait));
 }
@@ -278,7 +278,7 @@ const Step steps[] = {
     {"waits", waits},
     {"sleep", sleepSeconds},
     {"sendfull", sendToFull},
-    {"wall", [] { std::printf("wall %lld\n", static_cast<long long>(time(nullptr))); }},
+    {"wall", [] { std::printf("wall %jd\n", std::intmax_t{time(nullptr)}); }},
     {"interrupted", interrupted},
     {"selectrest", selectRest},
     {"absolute", absolute},

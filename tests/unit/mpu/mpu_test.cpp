@@ -240,7 +240,7 @@ class TracePlayer : public Player {
             line = std::regex_replace(line, time, "<time>  ");
             if (line.starts_with("0x")) {
                 const auto at = std::stoul(line.substr(2, 8), nullptr, 16) -
-                                static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(bytes_));
+                                (reinterpret_cast<std::uintptr_t>(bytes_) & UINT32_MAX);
                 line = std::to_string(at) + line.substr(10);
             }
             say(line);
@@ -431,7 +431,7 @@ TEST(SpinLock, TakesUnitsDownToZeroAndWaitsForOne) {
 }
 
 TEST(MpuParams, OnlyAnAreaOfVersion16IsAttachedAndItIsReadOnly) {
-    const int key = 0x45000000 + static_cast<int>(getpid());
+    const int key = 0x45000000 + getpid();
     int shmid = -1;
     const auto attach = [&] {
         testing::internal::CaptureStderr();

@@ -125,7 +125,7 @@ class LinkPlayer : public Player {
         commands["header"] = [this](auto& w) {
             std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
             esaMmsgHeaderInit(message_, MMSG_E_PROTOCOL_EVENTMGR, 0x010203, 72);
-            const auto address = static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(message_));
+            const U32_t address = reinterpret_cast<std::uintptr_t>(message_) & UINT32_MAX;
             EXPECT_EQ(message_->mmch_lh.flink, address);
             EXPECT_EQ(message_->mmch_lh.blink, address);
             for (std::size_t n = 1; n < w.all.size(); ++n) {

@@ -13,6 +13,7 @@
 #include <random>
 #include <thread>
 
+#include "basetypes.h"
 #include "tests/support/hex.h"
 #include "tests/unit/tools/tool_cases.h"
 #include "tools/sesctl/cli.h"
@@ -124,7 +125,7 @@ class FakeSwitch {
             const Bytes foreign = changed(stream, "43=FF", true);
             stream.insert(stream.begin(), foreign.begin(), foreign.end());
         }
-        stream.resize(case_.number("cut", static_cast<unsigned>(stream.size())));
+        stream.resize(case_.number("cut", narrowTo<unsigned>(stream.size())));
         const std::size_t piece = case_.number("pieces", 4096);
         for (std::size_t at = 0; at < stream.size(); at += piece) {
             send(fd, stream.data() + at, std::min(piece, stream.size() - at), MSG_NOSIGNAL);
