@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The details: event list, mailbox, register files, the SES status page beside its bytes.
-import { $, el, setText, setAttribute, button } from '/dom.js';
+import {$, button, el, setAttribute, setText} from '/dom.js';
 
 // ---- events and mails ----
 
@@ -14,8 +14,9 @@ const clock = (seconds) => `${seconds.toFixed(1)} s`;
 const shown = (line) => $('all-lines').checked || !CHATTER.has(line.tag);
 
 function item(line) {
-  return el('li', { class: `of-${line.tag}` }, el('time', {}, clock(line.time)), el('span', { class: `tag ${line.tag}` }, line.tag),
-    el('span', {}, line.text));
+  return el(
+      'li', {class: `of-${line.tag}`}, el('time', {}, clock(line.time)),
+      el('span', {class: `tag ${line.tag}`}, line.tag), el('span', {}, line.text));
 }
 
 // Newest first.
@@ -29,9 +30,10 @@ function prepend(list, node) {
 // about.
 let open = [];  // mails that may get further events: { time, about }
 function addMail(line, moment) {
-  const about = lines.filter((other) => other.tag === 'event' && line.time - other.time < moment).map((other) => other.text);
+  const about = lines.filter((other) => other.tag === 'event' && line.time - other.time < moment)
+                    .map((other) => other.text);
   const view = el('span', {}, about.join(' · ') || 'notification');
-  open.push({ time: line.time, about, view });
+  open.push({time: line.time, about, view});
   mails += 1;
   setText($('mail-count'), `${mails} sent`);
   prepend($('mails'), el('li', {}, el('time', {}, clock(line.time)), view));
@@ -48,15 +50,15 @@ export function clearLines() {
   lines = [];
   open = [];
   mails = 0;
-  $('events').replaceChildren(el('li', { class: 'none' }, 'Nothing yet.'));
-  $('mails').replaceChildren(el('li', { class: 'none' }, 'No mail yet. A fault sends one.'));
+  $('events').replaceChildren(el('li', {class: 'none'}, 'Nothing yet.'));
+  $('mails').replaceChildren(el('li', {class: 'none'}, 'No mail yet. A fault sends one.'));
   setText($('mail-count'), '');
 }
 
 // `text` as the lab's terminal shows it: a tag of eight columns, then what happened. The parsed
 // line is the result. `speed` is the lab's.
-export function addLine({ time, text }, speed) {
-  const line = { time, tag: text.slice(0, 8).trim(), text: text.slice(8) };
+export function addLine({time, text}, speed) {
+  const line = {time, tag: text.slice(0, 8).trim(), text: text.slice(8)};
   if (line.tag === 'panel') return line;
   const moment = 0.3 + 0.05 * speed;  // seconds that a poll's messages lie apart
   if (line.tag === 'mail') addMail(line, moment);
@@ -79,25 +81,31 @@ let chipsKey = '';
 const hex = (value) => value.toString(16).padStart(2, '0');
 
 function registerTable(count) {
-  const cells = Array.from({ length: count }, (_, n) => el('td', { title: `register 0x${hex(n)}` }));
+  const cells = Array.from({length: count}, (_, n) => el('td', {title: `register 0x${hex(n)}`}));
   const columns = Math.min(16, count);
-  const head = el('tr', {}, el('th'), ...cells.slice(0, columns).map((_, n) => el('th', { scope: 'col' }, `_${n.toString(16)}`)));
+  const head =
+      el('tr', {}, el('th'),
+         ...cells.slice(0, columns).map((_, n) => el('th', {scope: 'col'}, `_${n.toString(16)}`)));
   const body = [];
   for (let n = 0; n < count; n += columns) {
-    body.push(el('tr', {}, el('th', { scope: 'row' }, hex(n)), ...cells.slice(n, n + columns)));
+    body.push(el('tr', {}, el('th', {scope: 'row'}, hex(n)), ...cells.slice(n, n + columns)));
   }
-  return { table: el('table', { class: 'registers' }, head, ...body), cells };
+  return {table: el('table', {class: 'registers'}, head, ...body), cells};
 }
 
 function buildChip(chip, first) {
-  const { table, cells } = registerTable(chip.registers.length / 2);
-  const state = el('span', { class: 'quiet' });
+  const {table, cells} = registerTable(chip.registers.length / 2);
+  const state = el('span', {class: 'quiet'});
   const cut = button('', () => `${cut.dataset.cut === 'true' ? 'mend' : 'cut'} ${chip.name}`);
-  const node = el('details', { class: 'chip', id: `chip-${chip.name}`, open: first },
-    el('summary', {}, el('span', { class: 'chip-name' }, chip.name), el('span', { class: 'quiet' }, `0x${hex(chip.address)}`), state),
-    el('div', { class: 'buttons' }, cut, button('Fail its next transfer', `fail ${chip.name} 1`)),
-    el('div', { class: 'scroll', tabindex: 0, role: 'region', 'aria-label': `Registers of ${chip.name}` }, table));
-  return { node, cells, state, cut, bytes: [], hotUntil: new Map() };
+  const node = el(
+      'details', {class: 'chip', id: `chip-${chip.name}`, open: first},
+      el('summary', {}, el('span', {class: 'chip-name'}, chip.name),
+         el('span', {class: 'quiet'}, `0x${hex(chip.address)}`), state),
+      el('div', {class: 'buttons'}, cut, button('Fail its next transfer', `fail ${chip.name} 1`)),
+      el('div',
+         {class: 'scroll', tabindex: 0, role: 'region', 'aria-label': `Registers of ${chip.name}`},
+         table));
+  return {node, cells, state, cut, bytes: [], hotUntil: new Map()};
 }
 
 function updateChip(view, chip) {
@@ -111,10 +119,12 @@ function updateChip(view, chip) {
       cell.textContent = byte;
     }
     const hot = (view.hotUntil.get(n) ?? 0) > now;
-    const kind = [byte === '00' ? 'zero' : '', hot ? 'hot' : '', n === last ? 'last' : ''].join(' ').trim();
+    const kind =
+        [byte === '00' ? 'zero' : '', hot ? 'hot' : '', n === last ? 'last' : ''].join(' ').trim();
     if (cell.className !== kind) cell.className = kind;
   });
-  const written = chip.lastWrite ? `last written 0x${hex(last)} = ${hex(chip.lastWrite[1])}` : 'never written';
+  const written =
+      chip.lastWrite ? `last written 0x${hex(last)} = ${hex(chip.lastWrite[1])}` : 'never written';
   setText(view.state, chip.cut ? 'does not answer' : written);
   view.cut.dataset.cut = String(chip.cut);
   setText(view.cut, chip.cut ? 'Back on the bus' : 'Cut off the bus');
@@ -135,10 +145,12 @@ export function showChips(state) {
 
 export function showPage(page) {
   const rows = page.rows.map((row) => {
-    const bytes = page.bytes.slice(2 * row.offset, 2 * (row.offset + row.size)).match(/../g).join(' ');
+    const bytes =
+        page.bytes.slice(2 * row.offset, 2 * (row.offset + row.size)).match(/../g).join(' ');
     const kind = row.fault ? 'fault' : /overall|header/.test(row.of) ? 'head' : null;
-    return el('tr', { class: kind }, el('td', {}, row.offset.toString(16).padStart(3, '0')), el('td', {}, bytes),
-      el('td', {}, row.of), el('td', {}, row.says));
+    return el(
+        'tr', {class: kind}, el('td', {}, row.offset.toString(16).padStart(3, '0')),
+        el('td', {}, bytes), el('td', {}, row.of), el('td', {}, row.says));
   });
   $('page').tBodies[0].replaceChildren(...rows);
 }

@@ -5,16 +5,18 @@ export const $ = (id) => document.getElementById(id);
 
 function build(node, attributes, children) {
   for (const [key, value] of Object.entries(attributes)) {
-    if (key.startsWith('on')) node.addEventListener(key.slice(2), value);
-    else if (value !== null && value !== false) node.setAttribute(key, value === true ? '' : value);
+    if (key.startsWith('on'))
+      node.addEventListener(key.slice(2), value);
+    else if (value !== null && value !== false)
+      node.setAttribute(key, value === true ? '' : value);
   }
   node.append(...children.filter((child) => child !== null));
   return node;
 }
 export const el = (tag, attributes = {}, ...children) =>
-  build(document.createElement(tag), attributes, children);
+    build(document.createElement(tag), attributes, children);
 export const svg = (tag, attributes = {}, ...children) =>
-  build(document.createElementNS('http://www.w3.org/2000/svg', tag), attributes, children);
+    build(document.createElementNS('http://www.w3.org/2000/svg', tag), attributes, children);
 
 // These touch the page only where something is different: screen readers and focus stay calm.
 export function setText(node, text) {
@@ -30,7 +32,7 @@ const token = new URLSearchParams(location.search).get('token') ?? '';
 export async function post(path, body) {
   let response;
   try {
-    response = await fetch(path, { method: 'POST', body, headers: { 'X-Panel-Token': token } });
+    response = await fetch(path, {method: 'POST', body, headers: {'X-Panel-Token': token}});
   } catch {
     throw new Error('the lab is gone');
   }
@@ -69,10 +71,12 @@ export const offered = (name) => commands.some((line) => line.split(' ')[0] === 
 
 // A button for a command line; `line` may be a function that gives it at the moment of the click.
 export function button(text, line, attributes = {}) {
-  return el('button', {
-    type: 'button',
-    onclick: () => act(typeof line === 'function' ? line() : line),
-    title: typeof line === 'function' ? null : line,
-    ...attributes,
-  }, text);
+  return el(
+      'button', {
+        type: 'button',
+        onclick: () => act(typeof line === 'function' ? line() : line),
+        title: typeof line === 'function' ? null : line,
+        ...attributes,
+      },
+      text);
 }

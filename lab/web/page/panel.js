@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The front panel: takes the lab's stream, keeps what it said last, and has the parts of the page
 // show it.
-import { $, el, setText, post, getJson, loadCommands } from '/dom.js';
-import { showPicture, alarmSound } from '/picture.js';
-import { showHeat } from '/charts.js';
-import { showFaults } from '/controls.js';
-import { addLine, clearLines, showChips, showPage } from '/details.js';
+import {showHeat} from '/charts.js';
+import {showFaults} from '/controls.js';
+import {addLine, clearLines, showChips, showPage} from '/details.js';
+import {$, el, getJson, loadCommands, post, setText} from '/dom.js';
+import {alarmSound, showPicture} from '/picture.js';
 
 let state = null;
 let page = null;  // the status page read last
@@ -13,9 +13,10 @@ let page = null;  // the status page read last
 // ---- the summary and what is gone ----
 
 function fact(id, label) {
-  const lamp = el('span', { class: 'lamp' });
+  const lamp = el('span', {class: 'lamp'});
   const value = el('strong');
-  const node = el('div', { class: 'fact', id }, lamp, el('div', {}, value, el('span', { class: 'quiet' }, label)));
+  const node = el(
+      'div', {class: 'fact', id}, lamp, el('div', {}, value, el('span', {class: 'quiet'}, label)));
   $('summary').append(node);
   return (text, kind) => {
     setText(value, text);
@@ -31,13 +32,21 @@ const facts = {
 };
 
 function showFacts() {
-  const { daemon, peers } = state;
-  facts.daemon(!daemon.running ? 'ended' : !daemon.connected ? 'not connected' : daemon.initialised ? 'running' : 'starting',
-    !daemon.running ? 'bad' : daemon.connected ? 'good' : 'warn');
+  const {daemon, peers} = state;
+  facts.daemon(
+      !daemon.running        ? 'ended' :
+          !daemon.connected  ? 'not connected' :
+          daemon.initialised ? 'running' :
+                               'starting',
+      !daemon.running      ? 'bad' :
+          daemon.connected ? 'good' :
+                             'warn');
   facts.led(peers.compositeLed ? 'lit' : 'off', peers.compositeLed ? 'warn' : '');
   facts.mail(String(peers.mails), peers.mails > 0 ? 'warn' : '');
   facts.stop(String(peers.shutdownRequests), peers.shutdownRequests > 0 ? 'bad' : '');
-  setText($('clock'), `${state.time.toFixed(0)} s${state.speed > 1 ? `, ${state.speed} times real time` : ''}`);
+  setText(
+      $('clock'),
+      `${state.time.toFixed(0)} s${state.speed > 1 ? `, ${state.speed} times real time` : ''}`);
   document.title = `${peers.compositeLed ? '● Fault – ' : ''}Enclosure lab`;
 }
 
@@ -47,9 +56,11 @@ function showGone(text) {
 }
 
 function showDaemonGone() {
-  const { daemon } = state;
-  showGone(daemon.running ? '' :
-    `The daemon has ended with status ${daemon.exitStatus}: nothing watches the enclosure.`);
+  const {daemon} = state;
+  showGone(
+      daemon.running ?
+          '' :
+          `The daemon has ended with status ${daemon.exitStatus}: nothing watches the enclosure.`);
 }
 
 // ---- choosing the chassis ----
@@ -61,7 +72,8 @@ function showChoices() {
   const key = choices.map((choice) => choice.name).join();
   if (select.dataset.key !== key) {
     select.dataset.key = key;
-    select.replaceChildren(...choices.map((choice) => el('option', { value: choice.name }, choice.title)));
+    select.replaceChildren(
+        ...choices.map((choice) => el('option', {value: choice.name}, choice.title)));
   }
   if (document.activeElement !== select) select.value = state.chassis.name;
 }
@@ -86,7 +98,9 @@ async function readPage() {
   try {
     page = await getJson('/api/page');
     showPage(page);
-    setText($('page-state'), `read at ${state ? state.time.toFixed(0) : 0} s, ${page.bytes.length / 2} bytes`);
+    setText(
+        $('page-state'),
+        `read at ${state ? state.time.toFixed(0) : 0} s, ${page.bytes.length / 2} bytes`);
   } catch (error) {
     page = null;
     setText($('page-state'), error.message);
@@ -170,7 +184,8 @@ function listen() {
     show();
   });
   stream.addEventListener('error', () => {
-    showGone('The lab is gone. Start it again with scripts/lab; this page finds it when it has the same address.');
+    showGone(
+        'The lab is gone. Start it again with scripts/lab; this page finds it when it has the same address.');
     facts.daemon('unknown', 'bad');
     if (stream.readyState === EventSource.CLOSED) setTimeout(listen, 2000);
   });

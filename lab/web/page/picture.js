@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The enclosure as a picture: drive slots with their LEDs, the LED strip, fans, supplies, alarm.
-import { $, el, svg, setText, setAttribute, button, act, offered } from '/dom.js';
+import {$, act, button, el, offered, setAttribute, setText, svg} from '/dom.js';
 
 const narrow = matchMedia('(max-width: 40rem)');
 const still = matchMedia('(prefers-reduced-motion: reduce)');
@@ -12,28 +12,38 @@ let latest = null;  // the newest state
 
 function bay(slot, x, y, width, height) {
   const middle = x + width / 2;
-  const group = svg('g', {
-    class: 'bay', tabindex: 0, role: 'button', 'data-slot': slot,
-    onclick: () => choose(slot),
-    onkeydown: (event) => {
-      if (event.key === 'Enter' || event.key === ' ') {
-        event.preventDefault();
-        choose(slot);
-      }
-    },
-  },
-  svg('rect', { class: 'tray', x: x + 2, y, width: width - 4, height, rx: 4 }),
-  svg('rect', { class: 'grip', x: middle - 4, y: y + height * 0.34, width: 8, height: height * 0.4, rx: 4 }),
-  svg('rect', { class: 'busy', x: middle - 4, y: y + height * 0.74, width: 8, height: 0, rx: 4 }),
-  svg('circle', { class: 'led', cx: middle, cy: y + 20, r: 7 }),
-  svg('text', { x: middle, y: y + height - 9 }, String(slot)));
+  const group = svg(
+      'g', {
+        class: 'bay',
+        tabindex: 0,
+        role: 'button',
+        'data-slot': slot,
+        onclick: () => choose(slot),
+        onkeydown: (event) => {
+          if (event.key === 'Enter' || event.key === ' ') {
+            event.preventDefault();
+            choose(slot);
+          }
+        },
+      },
+      svg('rect', {class: 'tray', x: x + 2, y, width: width - 4, height, rx: 4}), svg('rect', {
+        class: 'grip',
+        x: middle - 4,
+        y: y + height * 0.34,
+        width: 8,
+        height: height * 0.4,
+        rx: 4
+      }),
+      svg('rect', {class: 'busy', x: middle - 4, y: y + height * 0.74, width: 8, height: 0, rx: 4}),
+      svg('circle', {class: 'led', cx: middle, cy: y + 20, r: 7}),
+      svg('text', {x: middle, y: y + height - 9}, String(slot)));
   return group;
 }
 
 function ledOf(name, x, y) {
-  return svg('g', { class: 'fascia', 'data-led': name },
-    svg('circle', { class: 'led', cx: x, cy: y, r: 8 }),
-    svg('text', { x: x + 15, y: y + 5 }, name));
+  return svg(
+      'g', {class: 'fascia', 'data-led': name}, svg('circle', {class: 'led', cx: x, cy: y, r: 8}),
+      svg('text', {x: x + 15, y: y + 5}, name));
 }
 
 function buildFront(chassis) {
@@ -44,17 +54,19 @@ function buildFront(chassis) {
   const height = rows === 2 ? 120 : 170;
   const pitch = (width - 30) / columns;
   const total = 15 + rows * (height + 8) + 42;
-  const picture = svg('svg', { viewBox: `0 0 ${width} ${total}`, role: 'group', 'aria-label': 'Drive slots' },
-    svg('rect', { class: 'shell', x: 1, y: 1, width: width - 2, height: total - 2, rx: 10 }));
+  const picture =
+      svg('svg', {viewBox: `0 0 ${width} ${total}`, role: 'group', 'aria-label': 'Drive slots'},
+          svg('rect', {class: 'shell', x: 1, y: 1, width: width - 2, height: total - 2, rx: 10}));
   const bays = chassis.slots.map((_, slot) => {
     const row = Math.floor(slot / columns);
     return bay(slot, 15 + (slot % columns) * pitch, 15 + row * (height + 8), pitch, height);
   });
   const names = ['fault', ...chassis.leds.map((led) => led.name)];
-  const leds = names.map((name, n) => ledOf(name, 30 + n * (width - 40) / Math.max(4, names.length), total - 24));
+  const leds = names.map(
+      (name, n) => ledOf(name, 30 + n * (width - 40) / Math.max(4, names.length), total - 24));
   picture.append(...bays, ...leds);
   $('front').replaceChildren(picture);
-  return { bays, leds };
+  return {bays, leds};
 }
 
 function choose(slot) {
@@ -66,33 +78,44 @@ function choose(slot) {
 function buildSlotTools() {
   const tools = $('slot-tools');
   if (chosenSlot === null) {
-    tools.replaceChildren(el('span', { class: 'quiet' }, 'Choose a drive slot to work on it.'));
+    tools.replaceChildren(el('span', {class: 'quiet'}, 'Choose a drive slot to work on it.'));
     return;
   }
   const slot = latest.chassis.slots[chosenSlot];
-  const list = [el('span', { class: 'what' }, `Slot ${chosenSlot}`)];
+  const list = [el('span', {class: 'what'}, `Slot ${chosenSlot}`)];
   if (slot.faultLed !== null && offered('ses')) {
-    list.push(button('Fault LED on', `ses drive ${chosenSlot} fault on`), button('Fault LED off', `ses drive ${chosenSlot} fault off`));
+    list.push(
+        button('Fault LED on', `ses drive ${chosenSlot} fault on`),
+        button('Fault LED off', `ses drive ${chosenSlot} fault off`));
   }
   if (slot.present !== null) {
-    list.push(button('Take drive out', `drive ${chosenSlot} absent`), button('Put drive in', `drive ${chosenSlot} present`));
+    list.push(
+        button('Take drive out', `drive ${chosenSlot} absent`),
+        button('Put drive in', `drive ${chosenSlot} present`));
   }
   if (latest.plant) {
-    const heat = el('input', { type: 'range', min: 0, max: 100, value: latest.plant.heat[chosenSlot],
-      onchange: (event) => act(`heat ${chosenSlot} ${event.target.value}`) });
+    const heat = el('input', {
+      type: 'range',
+      min: 0,
+      max: 100,
+      value: latest.plant.heat[chosenSlot],
+      onchange: (event) => act(`heat ${chosenSlot} ${event.target.value}`)
+    });
     list.push(el('label', {}, 'Activity', heat));
   }
   tools.replaceChildren(...list);
 }
 
 function updateFront(state) {
-  const { slots, leds } = state.chassis;
+  const {slots, leds} = state.chassis;
   parts.bays.forEach((group, n) => {
-    const { present, faultLed } = slots[n];
+    const {present, faultLed} = slots[n];
     const absent = present === false;
     group.classList.toggle('absent', absent);
     group.querySelector('.led').classList.toggle('fault', faultLed === true);
-    setAttribute(group, 'aria-label', `Slot ${n}${absent ? ', no drive' : ''}, fault LED ${faultLed ? 'lit' : 'off'}`);
+    setAttribute(
+        group, 'aria-label',
+        `Slot ${n}${absent ? ', no drive' : ''}, fault LED ${faultLed ? 'lit' : 'off'}`);
     const busy = group.querySelector('.busy');
     const grip = group.querySelector('.grip');
     const part = state.plant && !absent ? state.plant.heat[n] / 100 : 0;
@@ -114,26 +137,35 @@ function updateFront(state) {
 
 function fanPicture() {
   const blade = 'M0 0C-5 -12 -14 -20 -9 -32C1 -36 13 -28 12 -15C11 -8 5 -4 0 0Z';
-  const blades = [0, 72, 144, 216, 288].map((angle) => svg('path', { d: blade, transform: `rotate(${angle})` }));
-  return svg('svg', { viewBox: '-44 -44 88 88', 'aria-hidden': 'true' },
-    svg('circle', { class: 'fan-ring', r: 40 }),
-    svg('g', { class: 'fan-blades' }, ...blades),
-    svg('circle', { class: 'fan-hub', r: 8 }),
-    svg('circle', { class: 'fan-empty', r: 36 }));
+  const blades =
+      [0, 72, 144, 216, 288].map((angle) => svg('path', {d: blade, transform: `rotate(${angle})`}));
+  return svg(
+      'svg', {viewBox: '-44 -44 88 88', 'aria-hidden': 'true'},
+      svg('circle', {class: 'fan-ring', r: 40}), svg('g', {class: 'fan-blades'}, ...blades),
+      svg('circle', {class: 'fan-hub', r: 8}), svg('circle', {class: 'fan-empty', r: 36}));
 }
 
 function fanTile(number, plant) {
   const tile = {
-    picture: fanPicture(), angle: 0, rpm: 0,
-    value: el('div', { class: 'value' }), load: el('span', { class: 'quiet' }),
-    bar: el('i'), note: el('div', { class: 'note' }),
-    pull: button('Pull', () => `fan ${number} ${latest.chassis.fans[number].present ? 'pull' : 'return'}`, { class: 'pull' }),
-    lock: button('Lock', () => `fan ${number} ${latest.chassis.fans[number].locked ? 'free' : 'lock'}`, { class: 'lock' }),
+    picture: fanPicture(),
+    angle: 0,
+    rpm: 0,
+    value: el('div', {class: 'value'}),
+    load: el('span', {class: 'quiet'}),
+    bar: el('i'),
+    note: el('div', {class: 'note'}),
+    pull: button(
+        'Pull', () => `fan ${number} ${latest.chassis.fans[number].present ? 'pull' : 'return'}`,
+        {class: 'pull'}),
+    lock: button(
+        'Lock', () => `fan ${number} ${latest.chassis.fans[number].locked ? 'free' : 'lock'}`,
+        {class: 'lock'}),
   };
-  tile.node = el('div', { class: 'tile', id: `fan-${number}`, role: 'group', 'aria-label': `Fan ${number}` },
-    el('div', { class: 'name' }, `Fan ${number}`, tile.load), tile.picture, tile.value,
-    el('div', { class: 'bar' }, tile.bar), tile.note,
-    el('div', { class: 'buttons' }, tile.pull, plant ? tile.lock : null));
+  tile.node =
+      el('div', {class: 'tile', id: `fan-${number}`, role: 'group', 'aria-label': `Fan ${number}`},
+         el('div', {class: 'name'}, `Fan ${number}`, tile.load), tile.picture, tile.value,
+         el('div', {class: 'bar'}, tile.bar), tile.note,
+         el('div', {class: 'buttons'}, tile.pull, plant ? tile.lock : null));
   return tile;
 }
 
@@ -142,7 +174,10 @@ function updateFan(tile, number, fan, told) {
   setText(tile.value, fan.present ? `${Math.round(fan.rpm)} RPM` : '—');
   setText(tile.load, `load ${Math.round(fan.load)} %`);
   tile.bar.style.width = `${fan.load}%`;
-  const own = !fan.present ? 'pulled' : fan.locked ? 'rotor locked' : fan.stalled ? 'stands still' : '';
+  const own = !fan.present ? 'pulled' :
+      fan.locked           ? 'rotor locked' :
+      fan.stalled          ? 'stands still' :
+                             '';
   const failed = told && (told.fail || told.off || told.rpm === null);
   setText(tile.note, [own, failed ? 'reported failed' : ''].filter(Boolean).join(' · '));
   tile.node.classList.toggle('fault', Boolean(own || failed));
@@ -152,7 +187,8 @@ function updateFan(tile, number, fan, told) {
   setText(tile.pull, fan.present ? 'Pull' : 'Put back');
   setAttribute(tile.pull, 'aria-label', `${fan.present ? 'Pull' : 'Put back'} fan ${number}`);
   setText(tile.lock, fan.locked ? 'Free' : 'Lock');
-  setAttribute(tile.lock, 'aria-label', `${fan.locked ? 'Free' : 'Lock'} the rotor of fan ${number}`);
+  setAttribute(
+      tile.lock, 'aria-label', `${fan.locked ? 'Free' : 'Lock'} the rotor of fan ${number}`);
 }
 
 // Slower than life: a real fan would be a blur.
@@ -165,7 +201,8 @@ function turnFans(now) {
     for (const tile of parts.fans) {
       if (tile.rpm > 0) {
         tile.angle = (tile.angle + tile.rpm / 60 * TURNS_SHOWN * 360 * seconds) % 360;
-        tile.picture.querySelector('.fan-blades').setAttribute('transform', `rotate(${tile.angle})`);
+        tile.picture.querySelector('.fan-blades')
+            .setAttribute('transform', `rotate(${tile.angle})`);
       }
     }
   }
@@ -176,9 +213,15 @@ requestAnimationFrame(turnFans);
 // ---- supplies, rails, alarm ----
 
 function switchTile(id, name, buttons) {
-  const tile = { lamp: el('span', { class: 'lamp' }), value: el('div', { class: 'value' }), note: el('div', { class: 'note' }) };
-  tile.node = el('div', { class: 'tile', id, role: 'group', 'aria-label': name },
-    el('div', { class: 'name' }, name, tile.lamp), tile.value, tile.note, el('div', { class: 'buttons' }, ...buttons));
+  const tile = {
+    lamp: el('span', {class: 'lamp'}),
+    value: el('div', {class: 'value'}),
+    note: el('div', {class: 'note'})
+  };
+  tile.node =
+      el('div', {class: 'tile', id, role: 'group', 'aria-label': name},
+         el('div', {class: 'name'}, name, tile.lamp), tile.value, tile.note,
+         el('div', {class: 'buttons'}, ...buttons));
   return tile;
 }
 
@@ -190,23 +233,29 @@ function updateTile(tile, value, fault, note = '') {
 }
 
 function buildPower(state) {
-  const { chassis } = state;
-  const power = { rails: [] };
+  const {chassis} = state;
+  const power = {rails: []};
   const tiles = [];
   if (chassis.redundancy !== null) {
     power.supply = switchTile('supplies', 'Supplies', [
-      button('Lose redundancy', 'psu lost'), button('Restore', 'psu good', { 'aria-label': 'Restore redundancy' })]);
+      button('Lose redundancy', 'psu lost'),
+      button('Restore', 'psu good', {'aria-label': 'Restore redundancy'})
+    ]);
     tiles.push(power.supply);
   }
   for (const rail of chassis.rails) {
     const tile = switchTile(`rail-${rail.name}`, `Rail ${rail.name} V`, [
-      button('Lose', `rail ${rail.name} 0`, { 'aria-label': `Lose rail ${rail.name}` }),
-      button('Restore', `rail ${rail.name} ${rail.nominal}`, { 'aria-label': `Restore rail ${rail.name}` })]);
+      button('Lose', `rail ${rail.name} 0`, {'aria-label': `Lose rail ${rail.name}`}),
+      button(
+          'Restore', `rail ${rail.name} ${rail.nominal}`,
+          {'aria-label': `Restore rail ${rail.name}`})
+    ]);
     power.rails.push(tile);
     tiles.push(tile);
   }
-  power.alarm = switchTile('alarm', 'Alarm', offered('ses') ? [
-    button('Mute', 'ses alarm 0 mute', { 'aria-label': 'Mute the alarm' })] : []);
+  power.alarm = switchTile(
+      'alarm', 'Alarm',
+      offered('ses') ? [button('Mute', 'ses alarm 0 mute', {'aria-label': 'Mute the alarm'})] : []);
   tiles.push(power.alarm);
   $('power').replaceChildren(...tiles.map((tile) => tile.node));
   return power;
@@ -225,35 +274,44 @@ export function alarmSound(state) {
 }
 
 function updatePower(state) {
-  const { power } = parts;
-  const { chassis } = state;
+  const {power} = parts;
+  const {chassis} = state;
   if (power.supply) {
-    updateTile(power.supply, chassis.redundancy ? 'redundant' : 'not redundant', !chassis.redundancy);
+    updateTile(
+        power.supply, chassis.redundancy ? 'redundant' : 'not redundant', !chassis.redundancy);
   }
   power.rails.forEach((tile, n) => {
     const rail = chassis.rails[n];
-    updateTile(tile, `${rail.volts.toFixed(2)} V`, railIsOff(rail), railIsOff(rail) ? `should be ${rail.nominal} V` : '');
+    updateTile(
+        tile, `${rail.volts.toFixed(2)} V`, railIsOff(rail),
+        railIsOff(rail) ? `should be ${rail.nominal} V` : '');
   });
   const sound = alarmSound(state);
-  updateTile(power.alarm, sound === 'fault' ? 'sounds' : sound === 'remind' ? 'reminds' : 'quiet', sound !== '',
-    chassis.alarm || 'none fitted: sounds with the fault LED');
+  updateTile(
+      power.alarm,
+      sound === 'fault'      ? 'sounds' :
+          sound === 'remind' ? 'reminds' :
+                               'quiet',
+      sound !== '', chassis.alarm || 'none fitted: sounds with the fault LED');
 }
 
 // ---- the whole ----
 
 function build(state) {
-  const { bays, leds } = buildFront(state.chassis);
+  const {bays, leds} = buildFront(state.chassis);
   const fans = state.chassis.fans.map((_, n) => fanTile(n, state.plant !== null));
   $('fans').replaceChildren(...fans.map((tile) => tile.node));
-  parts = { bays, leds, fans, power: buildPower(state), key: keyOf(state) };
+  parts = {bays, leds, fans, power: buildPower(state), key: keyOf(state)};
   chosenSlot = null;
   buildSlotTools();
 }
 
 // What the picture is built for.
 function keyOf(state) {
-  const { chassis } = state;
-  return [state.directory, chassis.name, chassis.fans.length, state.plant !== null, narrow.matches].join();
+  const {chassis} = state;
+  return [
+    state.directory, chassis.name, chassis.fans.length, state.plant !== null, narrow.matches
+  ].join();
 }
 
 // `page`: the status page read last, or null.
