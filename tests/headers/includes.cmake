@@ -1,0 +1,28 @@
+# SPDX-License-Identifier: Apache-2.0
+# A quoted include looks in its own folder first, then in the include path. When more than one file
+# answers, moving either changes what is included without a word: that is an error here.
+cmake_minimum_required(VERSION 3.25)
+
+foreach(folder include libs apps lab tools tests)
+    list(APPEND patterns ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.cpp)
+endforeach()
+file(GLOB_RECURSE sources RELATIVE ${ROOT} ${patterns})
+foreach(source ${sources})
+    get_filename_component(folder ${source} DIRECTORY)
+    file(STRINGS ${ROOT}/${source} lines REGEX "^ *# *include *\"")
+    foreach(line ${lines})
+        string(REGEX REPLACE "^[^\"]*\"([^\"]*)\".*" "\\1" name ${line})
+        set(found)
+        foreach(place ${folder} include libs apps/esa .)
+            if(EXISTS ${ROOT}/${place}/${name})
+                file(REAL_PATH ${place}/${name} path BASE_DIRECTORY ${ROOT})
+                list(APPEND found ${path})
+            endif()
+        endforeach()
+        list(REMOVE_DUPLICATES found)
+        list(LENGTH found count)
+        if(NOT count EQUAL 1)
+            message(SEND_ERROR "${source}: \"${name}\" is ${count} files: ${found}")
+        endif()
+    endforeach()
+endforeach()
