@@ -28,8 +28,23 @@ include(CheckPIESupported)
 check_pie_supported()
 
 add_library(esa_warning_flags INTERFACE)
-target_compile_options(esa_warning_flags INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wcast-align -Wundef -Werror)
+target_compile_options(
+    esa_warning_flags
+    INTERFACE -Wall
+              -Wextra
+              -Wpedantic
+              -Wconversion
+              -Wshadow
+              -Wformat=2
+              -Wcast-align
+              -Wundef
+              -Wmissing-declarations
+              -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    # clang knows none of these.
+    target_compile_options(esa_warning_flags INTERFACE -Wredundant-decls -Wuseless-cast
+                                                       -Wformat-signedness)
+endif()
 
 # Undefined behaviour is watched for in the service and its libraries only: elsewhere it would double
 # the time to compile.
