@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <ranges>
+#include <algorithm>
 
 namespace enclab {
 
@@ -151,12 +151,11 @@ bool isWriteTo(std::uint8_t address, const BusTransfer& transfer) {
 
 // The register the chip was written last, with its value.
 Json lastWriteJson(const Bus& bus, std::uint8_t address) {
-    for (const BusTransfer& transfer : bus.log() | std::views::reverse) {
-        if (isWriteTo(address, transfer)) {
-            return transfer.messages.front().bytes;
-        }
-    }
-    return nullptr;
+    const auto& log = bus.log();
+    const auto last = std::find_if(
+        log.rbegin(), log.rend(),
+        [address](const BusTransfer& transfer) { return isWriteTo(address, transfer); });
+    return last == log.rend() ? Json() : Json(last->messages.front().bytes);
 }
 
 Json chipsJson(Chassis& chassis) {
