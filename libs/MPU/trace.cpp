@@ -3,6 +3,10 @@
 // nothing here allocates: the stream has a buffer of its own and rotation keeps it.
 #include "trace.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
