@@ -17,8 +17,8 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 find_program(ESA_CCACHE ccache)
 if(ESA_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     # Precompiled headers are cached only when their defines may be taken on trust.
-    set(CMAKE_CXX_COMPILER_LAUNCHER
-        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${ESA_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env
+                                    CCACHE_SLOPPINESS=pch_defines,time_macros ${ESA_CCACHE})
 endif()
 
 find_package(Threads REQUIRED)
@@ -51,8 +51,9 @@ endif()
 add_library(esa_sanitizers INTERFACE)
 if(ESA_SANITIZE)
     string(REPLACE ",undefined" "" sanitize_all ${ESA_SANITIZE})
-    target_compile_options(esa_sanitizers INTERFACE -fsanitize=${sanitize_all}
-        -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_compile_options(
+        esa_sanitizers INTERFACE -fsanitize=${sanitize_all} -fno-omit-frame-pointer
+                                 -fno-sanitize-recover=all)
     target_link_options(esa_sanitizers INTERFACE -fsanitize=${ESA_SANITIZE})
 endif()
 
@@ -64,8 +65,8 @@ target_compile_definitions(esa_warnings INTERFACE _FILE_OFFSET_BITS=64 _TIME_BIT
 # The daemon and its libraries: hardened, and volts are computed alike on both targets.
 add_library(esa_daemon_flags INTERFACE)
 target_link_libraries(esa_daemon_flags INTERFACE esa_warnings)
-target_compile_options(esa_daemon_flags INTERFACE
-    -ffp-contract=off -fstack-protector-strong -fno-exceptions -fno-rtti)
+target_compile_options(esa_daemon_flags INTERFACE -ffp-contract=off -fstack-protector-strong
+                                                  -fno-exceptions -fno-rtti)
 target_link_options(esa_daemon_flags INTERFACE -Wl,-z,relro,-z,now)
 # Not every machine has these: control flow is protected on x86 only.
 foreach(flag stack-clash-protection cf-protection)
@@ -100,8 +101,8 @@ endforeach()
 add_library(esa_host_headers INTERFACE)
 target_include_directories(esa_host_headers SYSTEM INTERFACE ${ESA_HOST_HEADERS})
 # Asio chooses its allocator by what was included before it: one choice for all sources.
-target_compile_definitions(esa_host_headers INTERFACE
-    ASIO_STANDALONE ASIO_NO_DEPRECATED ASIO_DISABLE_STD_ALIGNED_ALLOC)
+target_compile_definitions(esa_host_headers INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED
+                                                      ASIO_DISABLE_STD_ALIGNED_ALLOC)
 add_library(host_fmt STATIC ${PROJECT_SOURCE_DIR}/cmake/fmt.cpp)
 target_include_directories(host_fmt SYSTEM PRIVATE ${ESA_HOST_HEADERS})
 target_link_libraries(host_fmt PRIVATE esa_sanitizers)
@@ -145,18 +146,19 @@ function(esa_test NAME)
     add_executable(${NAME} ${T_SOURCES})
     foreach(source ${service})
         string(REGEX REPLACE "^apps/esa" "${PROJECT_BINARY_DIR}/apps/esa/CMakeFiles/esaservice.dir"
-            object ${source}.o)
+                             object ${source}.o)
         set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT ON GENERATED ON)
         target_sources(${NAME} PRIVATE ${object})
     endforeach()
-    target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include
-        ${PROJECT_SOURCE_DIR}/libs ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
+    target_include_directories(
+        ${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/libs
+                        ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
     target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_watchdog esa_warnings GTest::gmock_main
-        Threads::Threads)
+                                          Threads::Threads)
     target_precompile_headers(${NAME} REUSE_FROM test_pch)
     if(T_EACH)
         gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
-            PROPERTIES ${ESA_TEST_LIMIT})
+                             PROPERTIES ${ESA_TEST_LIMIT})
     else()
         add_test(NAME ${NAME} COMMAND ${NAME} --gtest_brief=1)
         set_tests_properties(${NAME} PROPERTIES ${ESA_TEST_LIMIT})

@@ -48,14 +48,23 @@ class Lab:
         self.output = tempfile.NamedTemporaryFile("w")
         self.process = subprocess.Popen(
             [BIN / "enclab", "--name", self.name, "--speed", "40", *words],
-            stdin=subprocess.DEVNULL, stdout=self.output, text=True)
+            stdin=subprocess.DEVNULL,
+            stdout=self.output,
+            text=True,
+        )
         until(lambda: os.path.getsize(self.output.name) > 100, "the panel's address")
         first = pathlib.Path(self.output.name).read_text().splitlines()[0]
         self.url = re.search(r"panel +(http://127\.0\.0\.1:\d+/\?token=\w+)", first).group(1)
         self.base, self.token = re.match(r"(.*)/\?token=(\w+)", self.url).groups()
 
     def get(self, path, **headers):
-        return urllib.request.urlopen(urllib.request.Request(self.base + path, headers=headers), timeout=PATIENCE).read().decode()
+        return (
+            urllib.request.urlopen(
+                urllib.request.Request(self.base + path, headers=headers), timeout=PATIENCE
+            )
+            .read()
+            .decode()
+        )
 
     def post(self, path, body, token):
         request = urllib.request.Request(self.base + path, body.encode(), {"X-Panel-Token": token})
@@ -72,7 +81,11 @@ class Lab:
 
     def ses(self):
         """What an SES client reads from the daemon."""
-        out = subprocess.run([BIN / "sesctl", "--name", self.name, "--timeout", str(PATIENCE), "status", "--json"], capture_output=True, text=True)
+        out = subprocess.run(
+            [BIN / "sesctl", "--name", self.name, "--timeout", str(PATIENCE), "status", "--json"],
+            capture_output=True,
+            text=True,
+        )
         return json.loads(out.stdout)
 
     def end(self):
@@ -84,15 +97,26 @@ class PanelTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         options = Options()
-        for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--remote-debugging-pipe",
-                         "--window-size=1400,2400"):
+        for argument in (
+            "--headless=new",
+            "--no-sandbox",
+            "--disable-dev-shm-usage",
+            "--remote-debugging-pipe",
+            "--window-size=1400,2400",
+        ):
             options.add_argument(argument)
         # By number and by pipe: not every machine has the name localhost, which the usual ways want.
-        driver = subprocess.Popen(["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True)
+        driver = subprocess.Popen(
+            ["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True
+        )
         cls.addClassCleanup(driver.stdout.close)
         cls.addClassCleanup(driver.wait)
         cls.addClassCleanup(driver.terminate)
-        port = next(found[1] for line in driver.stdout if (found := re.search(r"successfully on port (\d+)", line)))
+        port = next(
+            found[1]
+            for line in driver.stdout
+            if (found := re.search(r"successfully on port (\d+)", line))
+        )
         cls.browser = webdriver.Remote(f"http://127.0.0.1:{port}", options=options)
         cls.addClassCleanup(cls.browser.quit)
         cls.browser.set_script_timeout(PATIENCE)
@@ -145,19 +169,41 @@ class PanelTest(unittest.TestCase):
     # Each switch: the button, what the picture shows, what the daemon answers, the way back.
     def test_2_every_fault_switch_changes_picture_and_answer(self):
         until(lambda: self.has("#chip-lm75-1"), "chips")
-        self.browser.execute_script("document.querySelectorAll('details').forEach((d) => { d.open = true; })")
+        self.browser.execute_script(
+            "document.querySelectorAll('details').forEach((d) => { d.open = true; })"
+        )
         rows = [
-            ("button[aria-label='Lock the rotor of fan 2']", "#fan-2.fault", lambda s: s["fans"][2]["rpm"] is None,
-             "button[aria-label='Free the rotor of fan 2']"),
-            ("#supplies button[title='psu lost']", "#supplies.fault",
-             lambda s: s["powerSupplies"][0]["status"] != "OK" or s["powerSupplies"][1]["status"] != "OK",
-             "#supplies button[title='psu good']"),
-            ("button[aria-label='Cut lm75-1']", "#sensor-1.fault",
-             lambda s: s["temperatureSensors"][1]["celsius"] is None, "button[aria-label='Mend lm75-1']"),
-            ("button[aria-label='Hold sensor 3']", "#sensor-3", lambda s: s["temperatureSensors"][3]["celsius"] == 50,
-             "button[aria-label='Release sensor 3']"),
-            ("#add-fault", "#sensor-0.fault", lambda s: s["temperatureSensors"][0]["celsius"] is None,
-             "button[aria-label^='Remove fault']"),
+            (
+                "button[aria-label='Lock the rotor of fan 2']",
+                "#fan-2.fault",
+                lambda s: s["fans"][2]["rpm"] is None,
+                "button[aria-label='Free the rotor of fan 2']",
+            ),
+            (
+                "#supplies button[title='psu lost']",
+                "#supplies.fault",
+                lambda s: s["powerSupplies"][0]["status"] != "OK"
+                or s["powerSupplies"][1]["status"] != "OK",
+                "#supplies button[title='psu good']",
+            ),
+            (
+                "button[aria-label='Cut lm75-1']",
+                "#sensor-1.fault",
+                lambda s: s["temperatureSensors"][1]["celsius"] is None,
+                "button[aria-label='Mend lm75-1']",
+            ),
+            (
+                "button[aria-label='Hold sensor 3']",
+                "#sensor-3",
+                lambda s: s["temperatureSensors"][3]["celsius"] == 50,
+                "button[aria-label='Release sensor 3']",
+            ),
+            (
+                "#add-fault",
+                "#sensor-0.fault",
+                lambda s: s["temperatureSensors"][0]["celsius"] is None,
+                "button[aria-label^='Remove fault']",
+            ),
         ]
         for break_it, shown, told, mend in rows:
             with self.subTest(break_it):
@@ -185,11 +231,23 @@ class PanelTest(unittest.TestCase):
                 chip = self.lab.state()["chips"][0]
                 pins = bytes.fromhex(chip["registers"])[6]
                 self.assertEqual(pins, 0xF7 if lit else 0xFF)
-                until(lambda: self.text("#chip-vsc055 td[title='register 0x06']") == f"{pins:02x}", "register file")
+                until(
+                    lambda: self.text("#chip-vsc055 td[title='register 0x06']") == f"{pins:02x}",
+                    "register file",
+                )
                 until(lambda: self.has(".bay[data-slot='3'] .led.fault") is lit, "picture")
-                until(lambda: ("fault LED on" in self.text("#page tbody tr:nth-child(6)")) is lit, "status page")
-                self.assertEqual(self.text("#page tbody tr:nth-child(6) td:nth-child(2)").split()[3], "04" if lit else "00")
-                self.assertEqual([d["faultRequested"] for d in self.lab.ses()["devices"]], [n == 3 and lit for n in range(16)])
+                until(
+                    lambda: ("fault LED on" in self.text("#page tbody tr:nth-child(6)")) is lit,
+                    "status page",
+                )
+                self.assertEqual(
+                    self.text("#page tbody tr:nth-child(6) td:nth-child(2)").split()[3],
+                    "04" if lit else "00",
+                )
+                self.assertEqual(
+                    [d["faultRequested"] for d in self.lab.ses()["devices"]],
+                    [n == 3 and lit for n in range(16)],
+                )
 
     def test_4_metrics_are_what_a_scraper_expects(self):
         def scrape():
@@ -202,22 +260,43 @@ class PanelTest(unittest.TestCase):
             return {name: f.type for name, f in families.items()}, samples
 
         types, before = scrape()
-        for name, kind in (("esa_temperature_celsius", "gauge"), ("esa_fan_speed_rpm", "gauge"), ("esa_fan_duty_ratio", "gauge"),
-                           ("esa_psu_ok", "gauge"), ("esa_i2c_transfers", "counter"), ("esa_events", "counter"),
-                           ("esa_polls", "counter"), ("esa_mails", "counter"), ("esa_reply_seconds", "histogram")):
+        for name, kind in (
+            ("esa_temperature_celsius", "gauge"),
+            ("esa_fan_speed_rpm", "gauge"),
+            ("esa_fan_duty_ratio", "gauge"),
+            ("esa_psu_ok", "gauge"),
+            ("esa_i2c_transfers", "counter"),
+            ("esa_events", "counter"),
+            ("esa_polls", "counter"),
+            ("esa_mails", "counter"),
+            ("esa_reply_seconds", "histogram"),
+        ):
             self.assertEqual(types.get(name), kind, name)
         self.lab.do("cut lm75-0")
         self.lab.do("temp 2 41.5")
         replies = ("esa_reply_seconds_count", ())
-        until(lambda: self.lab.ses() and scrape()[1][replies] >= before[replies] + 2, "replies counted")
+        until(
+            lambda: self.lab.ses() and scrape()[1][replies] >= before[replies] + 2,
+            "replies counted",
+        )
         nak = ("esa_i2c_transfers_total", (("chip", "lm75-0"), ("result", "nak")))
         until(lambda: scrape()[1].get(nak, 0) > before.get(nak, 0), "transfers not acknowledged")
         _, after = scrape()
-        self.assertEqual(after["esa_temperature_celsius", (("chassis", "vsc055"), ("sensor", "2"))], 41.5)
-        self.assertEqual(after["esa_fan_speed_rpm", (("chassis", "vsc055"), ("fan", "0"))] > 1000, True)
+        self.assertEqual(
+            after["esa_temperature_celsius", (("chassis", "vsc055"), ("sensor", "2"))], 41.5
+        )
+        self.assertEqual(
+            after["esa_fan_speed_rpm", (("chassis", "vsc055"), ("fan", "0"))] > 1000, True
+        )
         self.assertEqual(after["esa_reply_seconds_bucket", (("le", "+Inf"),)], after[replies])
-        until(lambda: scrape()[1]["esa_polls_total", ()] > after["esa_polls_total", ()], "polls counted")
-        until(lambda: scrape()[1]["esa_mails_total", ()] == self.lab.state()["peers"]["mails"], "mails counted")
+        until(
+            lambda: scrape()[1]["esa_polls_total", ()] > after["esa_polls_total", ()],
+            "polls counted",
+        )
+        until(
+            lambda: scrape()[1]["esa_mails_total", ()] == self.lab.state()["peers"]["mails"],
+            "mails counted",
+        )
         self.lab.do("mend lm75-0")
         self.lab.do("temp 2 auto")
 
@@ -228,7 +307,9 @@ class PanelTest(unittest.TestCase):
         with self.assertRaises(urllib.error.HTTPError) as refused:
             self.lab.get("/api/state", Host="elsewhere.example")
         self.assertEqual(refused.exception.code, 403)
-        self.assertEqual(self.lab.do("fan 9 pull"), (400, "fan: no fan 9: the chassis has 4, from 0"))
+        self.assertEqual(
+            self.lab.do("fan 9 pull"), (400, "fan: no fan 9: the chassis has 4, from 0")
+        )
 
     # A second lab finds its own port; a browser that does not read stops neither the lab nor its end.
     def test_6_labs_stand_side_by_side(self):
@@ -243,23 +324,37 @@ class PanelTest(unittest.TestCase):
         self.assertTrue(self.lab.state()["daemon"]["running"])
 
     def test_7_another_chassis_is_chosen_in_the_panel(self):
-        Select(self.browser.find_element(By.ID, "chassis")).select_by_visible_text("Xyratex 2U12ATX")
-        until(lambda: len(self.all(".bay")) == 12 and len(self.all("#fans .tile")) == 8, "the other enclosure")
+        Select(self.browser.find_element(By.ID, "chassis")).select_by_visible_text(
+            "Xyratex 2U12ATX"
+        )
+        until(
+            lambda: len(self.all(".bay")) == 12 and len(self.all("#fans .tile")) == 8,
+            "the other enclosure",
+        )
         until(lambda: "Xyratex 2U12ATX, answers" in self.text("#events"), "bring-up")
         self.press(".bay[data-slot='5']")
         self.press("#slot-tools button[title='drive 5 absent']")
         until(lambda: self.has(".bay.absent[data-slot='5']"), "the empty slot")
-        until(lambda: self.lab.ses()["devices"][5]["status"] == "not installed", "the daemon's answer")
+        until(
+            lambda: self.lab.ses()["devices"][5]["status"] == "not installed", "the daemon's answer"
+        )
         self.press("#supplies button[title='psu lost']")
         until(lambda: "S1 fault" in self.text("#alarm.fault"), "the alarm")
         until(lambda: self.has("[data-led=redundancy-fail]"), "the redundancy LED")
 
     def test_8_the_panel_says_when_the_daemon_or_the_lab_is_gone(self):
         os.kill(self.lab.state()["daemon"]["pid"], signal.SIGKILL)
-        until(lambda: "The daemon has ended with status 137" in self.text("#gone"), "the daemon's end")
-        until(lambda: self.text("#fact-daemon strong") == "ended", "the daemon's end in the summary")
+        until(
+            lambda: "The daemon has ended with status 137" in self.text("#gone"), "the daemon's end"
+        )
+        until(
+            lambda: self.text("#fact-daemon strong") == "ended", "the daemon's end in the summary"
+        )
         self.press("button[title='daemon start']")
-        until(lambda: self.text("#fact-daemon strong") == "running" and not self.has("#gone"), "the daemon again")
+        until(
+            lambda: self.text("#fact-daemon strong") == "running" and not self.has("#gone"),
+            "the daemon again",
+        )
         self.lab.end()
         until(lambda: "The lab is gone" in self.text("#gone"), "the lab's end")
 

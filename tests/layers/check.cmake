@@ -4,7 +4,17 @@
 cmake_minimum_required(VERSION 3.25)
 
 # The floors, the ground first.
-set(FLOORS libs state link ses policy bus chips chassis start esamain)
+set(FLOORS
+    libs
+    state
+    link
+    ses
+    policy
+    bus
+    chips
+    chassis
+    start
+    esamain)
 
 function(floor_of name result)
     string(REGEX REPLACE "/.*" "" folder ${name})
@@ -20,7 +30,8 @@ endfunction()
 # "policy/fan_policy" of the service, "libs/i2c_dev" of the libraries
 string(REPLACE "|" ";" OBJECTS "${OBJECTS}")
 foreach(object ${OBJECTS})
-    string(REGEX REPLACE "^.*CMakeFiles/([^/]*)\\.dir/(\\./)?(.*)\\.[a-z]+\\.o$" "\\1/\\3" name ${object})
+    string(REGEX REPLACE "^.*CMakeFiles/([^/]*)\\.dir/(\\./)?(.*)\\.[a-z]+\\.o$" "\\1/\\3" name
+                         ${object})
     string(REGEX REPLACE "^esaservice/" "" name ${name})
     string(REGEX REPLACE "^(mpu|platform)/" "libs/" name ${name})
     execute_process(COMMAND ${NM} -P ${object} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
