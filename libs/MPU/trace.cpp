@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The trace log: statement protocol, levels, files and their rotation by size. After TRACE__init
+// The trace log: its lock, levels, files and their rotation by size. After TRACE__init
 // nothing here allocates: the stream has a buffer of its own and rotation keeps it.
 #include "trace.h"
 
@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -43,26 +42,6 @@ int mutexInit(pthread_mutex_t* mutex) {
         result = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK);
     }
     return result == 0 ? pthread_mutex_init(mutex, &attributes) : result;
-}
-
-void lock() {
-    mutexCheck(pthread_mutex_lock(&traceData.lock), MPU_K_BUGCHECK_MUTEX_GET,
-               "mpuMutex_Get(): get lock failure.");
-}
-
-// Takes the lock and formats a statement into traceData.
-__attribute__((format(printf, 5, 0))) void prepare(U8_t module, const char* file,
-                                                   const char* function, int line,
-                                                   const char* format, va_list arguments) {
-    lock();
-    traceData.moduleIndex = module;
-    traceData.fileName = file;
-    traceData.funcName = function;
-    traceData.lineNumber = static_cast<U32_t>(line);
-    traceData.mpuParams = nullptr;
-    const int length = vsnprintf(traceData.infoBuf, TRACE_K_INFO_SIZE, format, arguments);
-    traceData.infoBufLen = static_cast<U32_t>(std::clamp(length, 0, TRACE_K_INFO_SIZE - 1));
-    traceData.infoBuf[traceData.infoBufLen] = '\0';
 }
 
 // One block: the pointers, then the names back to back.
@@ -146,6 +125,11 @@ bool isModule(int index, const char* caller) {
 }
 
 }  // namespace
+
+void traceLock() {
+    mutexCheck(pthread_mutex_lock(&traceData.lock), MPU_K_BUGCHECK_MUTEX_GET,
+               "mpuMutex_Get(): get lock failure.");
+}
 
 void traceUnlock() {
     mutexCheck(pthread_mutex_unlock(&traceData.lock), MPU_K_BUGCHECK_MUTEX_UNLOCK,
@@ -243,50 +227,4 @@ int TRACE__setTraceLevel(int index, U16_t level) {
 
 U16_t TRACE__getTraceLevel(int index) {
     return isModule(index, "TRACE__getTraceLevel") ? traceData.modLevels[index] : U16_t{0};
-}
-
-void TRACE__statement(U8_t module, const char* file, const char* function, int line,
-                      const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    prepare(module, file, function, line, format, arguments);
-    va_end(arguments);
-    TRACE__logInfo(1, 0);
-}
-
-void TRACE__dumpStatement(U8_t module, const char* file, const char* function, int line,
-                          const void* data, U32_t len, const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    prepare(module, file, function, line, format, arguments);
-    va_end(arguments);
-    TRACE__logDump(data, len);
-}
-
-void TRACE__enterStatement(U8_t module, const char* file, const char* function, int line,
-                           const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    prepare(module, file, function, line, format, arguments);
-    va_end(arguments);
-    TRACE__logEnter();
-}
-
-void TRACE__returnStatement(U8_t module, const char* file, const char* function, int line,
-                            const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    prepare(module, file, function, line, format, arguments);
-    va_end(arguments);
-    TRACE__logReturn();
-}
-
-void TRACE__bugCheckStatement(U8_t module, const char* file, const char* function, int line,
-                              const char* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    prepare(module, file, function, line, format, arguments);
-    va_end(arguments);
-    TRACE__logInfo(1, 1);
-    std::abort();  // not reached
 }

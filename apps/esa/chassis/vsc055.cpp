@@ -134,7 +134,8 @@ void temperaturesPageRead() {
 void alarmPoll() {
     const char* name = esaAlarmStateName(esaVsc055AlarmStateRead());
     if (name == nullptr) {
-        ESA_TRACE("Alarm State is set to un-supported value [%d].", esaVsc055AlarmStateRead());
+        ESA_TRACE("Alarm State is set to un-supported value [%d].",
+                  static_cast<int>(esaVsc055AlarmStateRead()));
         return;
     }
     ESA_TRACE("Alarm State is set to [%s].", name);
@@ -298,7 +299,8 @@ void esaVsc055AlarmStatePowerSupplyClear() {
 void esaVsc055AlarmStateBackplaneSet(EsaAlarmState_e alarmState) {
     const char* name = esaAlarmStateName(alarmState);
     if (name == nullptr) {
-        ESA_TRACE("Set Backplane Alarm State to un-supported value [%d].", alarmState);
+        ESA_TRACE("Set Backplane Alarm State to un-supported value [%d].",
+                  static_cast<int>(alarmState));
         return;
     }
     ESA_TRACE("Set Backplane Alarm State to [%s].", name);

@@ -194,8 +194,10 @@ const Damage DAMAGES[] = {
 
 // A file as earlier processes and bad luck have left it, and the numbers that are still good.
 struct OldLog {
-    explicit OldLog(U64_t newestNumber)
-        : newest(newestNumber), slots(newest < 256 ? static_cast<std::size_t>(newest) : 256) {
+    explicit OldLog(U64_t newestNumber) : newest(newestNumber) {
+        while (slots.size() < std::min<U64_t>(newest, 256)) {
+            slots.emplace_back();
+        }
         for (U64_t number = newest - slots.size() + 1; number <= newest; ++number) {
             AltEventSlot_t& slot = slots[(number - 1) % 256];
             std::memset(slot.record, 0x5A, sizeof slot.record);
