@@ -24,6 +24,7 @@ namespace {
 
 constexpr U8_t ADDRESS_VSC055 = 0x41;
 constexpr U8_t ADDRESS_LM75[] = {0x4C, 0x4B, 0x4A, 0x4D, 0x4E, 0x4F};  // by sensor
+static_assert(SES_K_SENSORS_MAX <= ESA_K_LM75_MAX);
 
 constexpr U32_t FAULT_BIT_VSC055 = 0x001;
 constexpr U32_t FAULT_BIT_LM75(int sensor) {
@@ -43,14 +44,10 @@ constexpr U8_t DIRECTIONS[VSC055_PORTS] = {0xFF, 0x00, 0xFF, 0xFF, 0x80, 0x00, 0
 constexpr U8_t FAN_CONTROL = 0x81;
 constexpr unsigned LAMP_TEST_SEC = 3;
 
-int sensorsKept() {
-    return esaBounded(esaControl.temperatureSensorMaxNumber, ESA_K_LM75_MAX);
-}
-
 // ---- start-up ----
 
 ESA_CODE_e sensorsProbe() {
-    for (int sensor = 0; sensor < sensorsKept(); ++sensor) {
+    for (int sensor = 0; sensor < esaTemperatureSensors(); ++sensor) {
         U8_t value = 0;
         if (esaProbe(esaControl.i2cAddressLM75[sensor], LM75_REG_TEMP, &value)) {
             continue;
@@ -121,7 +118,7 @@ S16_t sensorRead(int sensor) {
 
 // Of an unreadable sensor a page says nothing more.
 void temperaturesPageRead() {
-    for (int sensor = 0; sensor < sensorsKept(); ++sensor) {
+    for (int sensor = 0; sensor < esaTemperatureSensors(); ++sensor) {
         const S16_t degrees = sensorRead(sensor);
         if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
             esaControl.temperatureSensor[sensor] = degrees;
@@ -181,63 +178,65 @@ constexpr EsaI2cDevice_t DEVICES[] = {
     lm75(5),
 };
 
-constexpr EsaChassis_t rowOf(const char* title, std::span<const EsaPersonalityName_t> names) {
-    EsaChassis_t row = {
-        .facts = {.title = title,
-                  .words = "VSC055 with LM75 sensors",
-                  .fans = 8,
-                  .sensors = std::size(ADDRESS_LM75),
-                  .surplusSensors = EsaSurplusSensors_e::NO_START,
-                  .tachometerClock = VSC055_TACHOMETER_CLOCK,
-                  .slowLooksStopped = false,
-                  .divisorHighest = 255,
-                  .hottest = 127},
-        .names = names,
-        .setup = {.deviceMaxNumber = 16,
-                  .powerSupplyMaxNumber = 2,
-                  .addressVsc055 = ADDRESS_VSC055},
-        .init = esaVsc055Init,
-        .initSuccessText = "Finish initializing for the Vsc055 based Enclosure.",
-        .initFailureText = "Initializing for the Vsc055 based Enclosure fails.",
-        .poll = esaVsc055PollTimeoutProcess,
-        .supplyInputs = SUPPLY_INPUTS,
-        .supplyPageStatus = esaSupplyPageStatus,
-        .supplyFaultIndicate = esaSupplyRedundancyFaultIndicate,
-        .fanSpeedRead = esaVsc055FanSpeedRead,
-        .fanSweepEndsWhenUnavailable = true,
-        .fanSpeedDivisor = 0,
-        .fanLoad = fanLoad,
-        .loadAtStart = {50},
-        .policyFans = 0,
-        .fanFaultShow = ESA_NOT_FITTED,
-        .fanSwitch = fanSwitch,
-        .fanGroupSize = 1,
-        .fanPageStatus = ESA_NOT_FITTED,
-        .temperatureRead = sensorRead,
-        .temperatureSensors = 0,
-        .temperaturesPoll = esaTemperaturesPoll,
-        .temperaturesPageRead = temperaturesPageRead,
-        .alarmSet = esaVsc055AlarmStateBackplaneSet,
-        .alarmRunsByItself = false,
-        .alarmSilenced = esaVsc055AlarmStatePowerSupplyClear,
-        .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
-        .alarmPageState = esaAlarmStateKept,
-        .alarmPoll = alarmPoll,
-        .driveLedSet = esaVsc055DriveFaultLEDSet,
-        .driveLedClear = esaVsc055DriveFaultLEDClear,
-        .drivePresent = ESA_NOT_FITTED,
-        .i2cDevices = DEVICES,
-    };
-    std::ranges::copy(ADDRESS_LM75, row.setup.addressLM75);
-    return row;
-}
-
 }  // namespace
 
-constexpr EsaChassis_t ESA_CHASSIS_VSC055 = rowOf("VSC055", NAMES);
-// The personality file's "PeltoTolvex" selects the row above; this one is reached by type only.
-constexpr EsaChassis_t ESA_CHASSIS_PELTO_TOLVEX = rowOf("TolVex", {});
+constexpr EsaChassis_t ESA_CHASSIS_VSC055 = {
+    .facts = {.title = "VSC055",
+              .words = "VSC055 with LM75 sensors",
+              .fans = 8,
+              .sensors = std::size(ADDRESS_LM75),
+              .surplusSensors = EsaSurplusSensors_e::NO_START,
+              .tachometerClock = VSC055_TACHOMETER_CLOCK,
+              .slowLooksStopped = false,
+              .divisorHighest = 255,
+              .hottest = 127},
+    .names = NAMES,
+    .setup = {.deviceMaxNumber = 16,
+              .powerSupplyMaxNumber = 2,
+              .addressVsc055 = ADDRESS_VSC055,
+              .addressesLM75 = ADDRESS_LM75},
+    .init = esaVsc055Init,
+    .initSuccessText = "Finish initializing for the Vsc055 based Enclosure.",
+    .initFailureText = "Initializing for the Vsc055 based Enclosure fails.",
+    .poll = esaVsc055PollTimeoutProcess,
+    .supplyInputs = SUPPLY_INPUTS,
+    .supplyPageStatus = esaSupplyPageStatus,
+    .supplyFaultIndicate = esaSupplyRedundancyFaultIndicate,
+    .fanSpeedRead = esaVsc055FanSpeedRead,
+    .fanSweepEndsWhenUnavailable = true,
+    .fanSpeedDivisor = 0,
+    .fanLoad = fanLoad,
+    .loadAtStart = {50},
+    .policyFans = 0,
+    .fanFaultShow = ESA_NOT_FITTED,
+    .fanSwitch = fanSwitch,
+    .fanGroupSize = 1,
+    .fanPageStatus = ESA_NOT_FITTED,
+    .temperatureRead = sensorRead,
+    .temperatureSensors = 0,
+    .temperaturesPoll = esaTemperaturesPoll,
+    .temperaturesPageRead = temperaturesPageRead,
+    .alarmSet = esaVsc055AlarmStateBackplaneSet,
+    .alarmRunsByItself = false,
+    .alarmSilenced = esaVsc055AlarmStatePowerSupplyClear,
+    .alarmCriticalState = ESA_E_ALARM_STATE_FAULT_S1,
+    .alarmPageState = esaAlarmStateKept,
+    .alarmPoll = alarmPoll,
+    .driveLedSet = esaVsc055DriveFaultLEDSet,
+    .driveLedClear = esaVsc055DriveFaultLEDClear,
+    .drivePresent = ESA_NOT_FITTED,
+    .i2cDevices = DEVICES,
+};
 static_assert(esaChassisIsSound(ESA_CHASSIS_VSC055));
+
+// The personality file's "PeltoTolvex" selects the row above; this one is reached by type only.
+constexpr EsaChassis_t ESA_CHASSIS_PELTO_TOLVEX = [] {
+    EsaChassis_t row = ESA_CHASSIS_VSC055;
+    row.facts.title = "TolVex";
+    row.names = {};
+    row.setup = {};
+    return row;
+}();
 
 // ---- the routines ----
 

@@ -126,7 +126,8 @@ void esaPersonalityChassisChoose() {
     esaControl.deviceMaxNumber = setup.deviceMaxNumber;
     esaControl.powerSupplyMaxNumber = setup.powerSupplyMaxNumber;
     esaControl.i2cAddressVsc055 = setup.addressVsc055;
-    std::ranges::copy(setup.addressLM75, esaControl.i2cAddressLM75);
+    std::ranges::fill(esaControl.i2cAddressLM75, U8_t{0});
+    std::ranges::copy(setup.addressesLM75, esaControl.i2cAddressLM75);
     esaControl.i2cAddressW83792ad = setup.addressW83792ad;
     esaControl.i2cAddressPca9539 = setup.addressPca9539;
     if (choice.name == nullptr) {

@@ -42,7 +42,7 @@ struct EsaChassisSetup_t {
     U8_t deviceMaxNumber;
     U8_t powerSupplyMaxNumber;
     U8_t addressVsc055 = 0;
-    U8_t addressLM75[ESA_K_LM75_MAX] = {};  // index = sensor number
+    std::span<const U8_t> addressesLM75 = {};  // index = sensor number
     U8_t addressW83792ad = 0;
     U8_t addressPca9539 = 0;
 };
@@ -190,10 +190,11 @@ struct EsaChassis_t {
     std::span<const EsaI2cDevice_t> i2cDevices;
 };
 
-// The control page books whole groups inside the arrays.
+// What a row counts stays inside the arrays.
 constexpr bool esaChassisIsSound(const EsaChassis_t& row) {
     return row.fanGroupSize != 0 && SES_K_FANS_MAX % row.fanGroupSize == 0 &&
-           row.policyFans <= SES_K_FANS_MAX && row.temperatureSensors <= SES_K_SENSORS_MAX;
+           row.policyFans <= SES_K_FANS_MAX && row.temperatureSensors <= SES_K_SENSORS_MAX &&
+           row.setup.addressesLM75.size() <= ESA_K_LM75_MAX;
 }
 
 // The rows of types 1, 2, ... in their order.
