@@ -11,11 +11,15 @@
 
 const MPU_PARAMS_t* pMpuParams = nullptr;
 
-static void reportSystemError(const char* what) {
+namespace {
+
+void reportSystemError(const char* what) {
     const int error = errno;
     std::fprintf(stderr, "%s", what);
     std::fprintf(stderr, "   %s\n", std::strerror(error));
 }
+
+}  // namespace
 
 const MPU_PARAMS_t* MPU_getMpuParams(int key) {
     int shmid;

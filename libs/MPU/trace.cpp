@@ -112,6 +112,7 @@ void openLogFile() {
     }
     std::fprintf(stderr, "%s: Failed to open logfile %s", "TRACE_openLog", name);
     // Log readers know this text; the output goes to standard error all the same.
+    // (compatibility: stdout-stderr)
     std::fprintf(stderr, " So We are going print all log messages on to stdout");
     traceData.log_to_file = 0;
 }

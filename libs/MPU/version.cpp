@@ -89,7 +89,7 @@ void MPU_BUGCHECK(U32_t status, const char* text) {
 
 void handleUnexpectedSignals() {
     // Deliberate: the flags play no part. Where an area is attached the platform's own crash
-    // handling is in charge.
+    // handling is in charge. (compatibility: no-handlers)
     if (pMpuParams != nullptr) {
         return;
     }

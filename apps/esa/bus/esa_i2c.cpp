@@ -10,6 +10,15 @@
 #include "state/chassis.h"
 #include "state/esa_trace.h"
 
+void esaI2CStatusEventSend(U32_t information, U32_t sensorPosition, ESA_CODE_e status) {
+    EsaEventData_t event = {};
+    event.enclosureType = esaControl.enclosureType;
+    event.information = information;
+    event.temperatureSensorPosition = sensorPosition;
+    event.general_use1 = static_cast<U32_t>(static_cast<S32_t>(status));
+    esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, EMP_E_TYPE_WARNING, &event);
+}
+
 namespace {
 
 constexpr int TRANSFER_FAILED = -1;
@@ -28,22 +37,10 @@ const EsaI2cDevice_t& deviceOf(U8_t i2cAddr) {
         }
     }
     // "Read" stands for writes, too: log readers know the line like this.
+    // (compatibility: undefined-read)
     ESA_TRACE("I2C Bus Read with undefined address [0x%x].", i2cAddr);
     return ANY_DEVICE;
 }
-
-}  // namespace
-
-void esaI2CStatusEventSend(U32_t information, U32_t sensorPosition, ESA_CODE_e status) {
-    EsaEventData_t event = {};
-    event.enclosureType = esaControl.enclosureType;
-    event.information = information;
-    event.temperatureSensorPosition = sensorPosition;
-    event.general_use1 = static_cast<U32_t>(static_cast<S32_t>(status));
-    esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, EMP_E_TYPE_WARNING, &event);
-}
-
-namespace {
 
 void deviceFailed(const EsaI2cDevice_t& device, U8_t i2cAddr) {
     ESA_TRACE("Detect I2C Bus Status [ERROR] with Address [0x%x].", i2cAddr);

@@ -2,6 +2,7 @@
 // The Chenbro chassis on top of the W83782D routines. Two address rules: sensors, voltages and
 // alarm find the monitors at 0x28, 0x2A, 0x2C, 0x30; fans at 0x28 to 0x2B. Backplanes answer at
 // both sets. All addresses share one fault bit, so where one set is missing the bus fault flaps.
+// (compatibility: two-addresses-chenbro)
 #include "chassis/chenbro.h"
 
 #include <iterator>

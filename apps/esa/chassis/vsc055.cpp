@@ -81,7 +81,7 @@ void ledsWrite(U8_t value) {
     vsc055PortWrite(LED_PORTS.high, value);
 }
 
-// All LEDs, whatever the number of drives.
+// All LEDs, whatever the number of drives. (compatibility: lamp-test)
 void lampTest() {
     ledsWrite(LEDS_ALL_OFF);
     ledsWrite(LEDS_ALL_LIT);

@@ -58,6 +58,7 @@ void fanLoad(U8_t fan, EsaPercent_t load) {
 }
 
 // The control page hands its percentage on as a duty, deliberately: on is 100 of 255.
+// (compatibility: fan-on-w83782d)
 void fanSwitch(U8_t fan, bool on) {
     esaW83782dFanPwmLoad(fan, on ? 100 : 0);
 }

@@ -75,6 +75,7 @@ constexpr Row LIMITS_BEHIND_TEMPERATURE[] = {
 
 constexpr Row CONTROLS[] = {
     // Fails under the next register's name: log readers match on it.
+    // (compatibility: next-register)
     {W83792AD_REG_PIN_CONTROL, 0x40, &Shadows::pinControlRegister, nullptr,
      "smiOvtPropertyRegister"},
     {W83792AD_REG_SMI_OVT_PROPERTY, 0x01, &Shadows::smiOvtPropertyRegister, nullptr,
@@ -193,6 +194,7 @@ constexpr EsaPersonalityName_t NAMES[] = {
 };
 
 // A page judges the voltage last, which overwrites what redundancy said of the element.
+// (compatibility: voltage-last-w83792ad)
 constexpr EsaSupplyInput_t SUPPLY_INPUTS[] = {
     {.read = esaW83792adPowerRedundancyStatusRead,
      .polled = ESA_SUPPLY_REDUNDANCY,

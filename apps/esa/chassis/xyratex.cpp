@@ -28,25 +28,26 @@ constexpr U8_t ADDRESS_LM75[] = {0x4C, 0x4D};  // left and right hand side
 
 constexpr U8_t DIRECTIONS[VSC055_PORTS] = {0xFF, 0x00, 0xFF, 0x0F, 0x30, 0x10, 0x00, 0x00};
 constexpr U8_t FAN_CONTROL = 0x80;
-constexpr U8_t FAN_GROUPS = 2;             // front and back, an output each
-constexpr U8_t FAN_GROUP_SIZE = 4;         // as the control page counts them
-constexpr U16_t PAGE_FAN_FAULT_RPM = 500;  // a fan this slow or slower shows as failed on the page
+constexpr U8_t FAN_GROUPS = 2;      // front and back, an output each
+constexpr U8_t FAN_GROUP_SIZE = 4;  // as the control page counts them
+// A page shows a fan this slow or slower as failed. (compatibility: page-500-xyratex)
+constexpr U16_t PAGE_FAN_FAULT_RPM = 500;
 constexpr unsigned LED_TEST_SEC = 3;
 
-struct PortValue_t {
+struct PortValue {
     int port;
     U8_t value;
 };
 // Status LEDs off and on with the drive LEDs; ends with PSU OK lit and all else out.
-constexpr PortValue_t LED_TEST_OFF[] = {{4, 0xFC}, {6, 0x0F}, {7, 0xFF}};
-constexpr PortValue_t LED_TEST_ON[] = {{4, 0xFE}, {6, 0xF0}, {7, 0x00}};
-constexpr PortValue_t LED_TEST_END[] = {{4, 0xFC}, {6, 0x2F}, {7, 0xFF}};
+constexpr PortValue LED_TEST_OFF[] = {{4, 0xFC}, {6, 0x0F}, {7, 0xFF}};
+constexpr PortValue LED_TEST_ON[] = {{4, 0xFE}, {6, 0xF0}, {7, 0x00}};
+constexpr PortValue LED_TEST_END[] = {{4, 0xFC}, {6, 0x2F}, {7, 0xFF}};
 
 // ---- start-up ----
 
 template <std::size_t N>
-void portsWrite(const PortValue_t (&values)[N]) {
-    for (const PortValue_t& value : values) {
+void portsWrite(const PortValue (&values)[N]) {
+    for (const PortValue& value : values) {
         vsc055PortWrite(value.port, value.value);
     }
 }

@@ -15,6 +15,7 @@ S16_t lm75TemperatureRead(U8_t i2cAddr) {
         return ESA_K_TEMPERATURE_UNREADABLE;
     }
     // The second read gives the whole degrees, the first one the half: kept as boards expect it.
+    // (compatibility: lm75-halves)
     return esaHalfDegrees(second, first);
 }
 

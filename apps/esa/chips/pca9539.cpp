@@ -29,6 +29,7 @@ struct OutputPort {
     const char* clearText;
 };
 // Set and clear name the two ports in opposite styles: log readers match on all four.
+// (compatibility: port-names)
 constexpr OutputPort OUTPUT_PORTS[] = {
     {PCA9539_REG_OUTPUT_PORT_0, &Pca9539Control_t::outputPort0Register, "pca9539.outputPort0",
      "pca9539.outputPort0Register"},
@@ -36,7 +37,7 @@ constexpr OutputPort OUTPUT_PORTS[] = {
      "pca9539.outputPort1Register", "pca9539.outputPort1"},
 };
 
-// Port 0 takes its drives whatever deviceMaxNumber is.
+// Port 0 takes its drives whatever deviceMaxNumber is. (compatibility: leds-below-eight)
 const OutputPort* portOf(int driveNumber) {
     if (driveNumber >= 0 && driveNumber < DRIVES_PER_PORT) {
         return &OUTPUT_PORTS[0];

@@ -15,11 +15,11 @@ constexpr int PORT_FAN_POWER = 1;  // bit n: fan n has power, on every wiring of
 constexpr U8_t SPEED_NO_PULSES = 0xFF;
 constexpr U8_t SPEED_STANDSTILL = 0;
 
-struct DutyCode_t {
+struct DutyCode {
     U8_t percent;
     U8_t code;
 };
-constexpr DutyCode_t DUTY_CODES[] = {{0, 0x00}, {25, 0x27}, {50, 0x2F}, {75, 0x37}, {100, 0x3F}};
+constexpr DutyCode DUTY_CODES[] = {{0, 0x00}, {25, 0x27}, {50, 0x2F}, {75, 0x37}, {100, 0x3F}};
 
 bool fanKnown(int fanInx) {
     if (fanInx >= 0 && fanInx < SES_K_FANS_MAX) {
@@ -29,8 +29,8 @@ bool fanKnown(int fanInx) {
     return false;
 }
 
-const DutyCode_t* dutyCodeOf(U8_t percent) {
-    for (const DutyCode_t& duty : DUTY_CODES) {
+const DutyCode* dutyCodeOf(U8_t percent) {
+    for (const DutyCode& duty : DUTY_CODES) {
         if (duty.percent == percent) {
             return &duty;
         }
@@ -118,7 +118,7 @@ void vsc055FanControlWrite(int fan, U8_t control) {
 
 void esaVsc055FanPwmLoad(U8_t fanInx, U8_t pwmPercentage) {
     ESA_TRACE("Load PWM [%d] Percent to Fan [%d]", pwmPercentage, fanInx);
-    const DutyCode_t* duty = dutyCodeOf(pwmPercentage);
+    const DutyCode* duty = dutyCodeOf(pwmPercentage);
     if (duty == nullptr) {
         ESA_TRACE("Un-supported PWM Percentage [%d]", pwmPercentage);
         return;

@@ -64,7 +64,7 @@ ESA_CODE_e vsc055DirectionsSetup();
 void vsc055FanControlWrite(int fan, U8_t control);
 
 // 0, 25, 50, 75 or 100 percent to fan 0..7; anything else is traced only. 0 also takes the fan's
-// power, which a later load does not give back.
+// power, which a later load does not give back. (compatibility: fan-off-vsc055)
 void esaVsc055FanPwmLoad(U8_t fanInx, U8_t pwmPercentage);
 // Speed of fan 0..7 in RPM; untouched when the result is not ESA_E_OK.
 ESA_CODE_e esaVsc055FanSpeedRead(int fanInx, U16_t* fanRpmSpeedPtr);

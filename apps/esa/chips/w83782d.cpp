@@ -2,6 +2,7 @@
 // W83782D: limits, fans, one temperature, the alarm bit. Its own limits are left wide open: the
 // service judges the readings itself. The configuration shadow is never loaded from the chip: it
 // starts as the chip does, so that the first mute leaves the monitor measuring.
+// (compatibility: configuration-shadow)
 #include "chips/w83782d.h"
 
 #include <cstdio>
@@ -41,7 +42,7 @@ constexpr Row LIMITS[] = {
      "Set +3.3Vin High Limit", nullptr},
     {W83782D_REG_POSITIVE_3_3VIN_LOW_LIMIT, LIMIT_LOW, &Shadows::positive3_3VinLowLimitRegister,
      "Set +3.3Vin Low Limit", nullptr},
-    // Without "Set": log readers match on the line.
+    // Without "Set": log readers match on the line. (compatibility: limit-names)
     {W83782D_REG_POSITIVE_5VIN_HIGH_LIMIT, LIMIT_HIGH, &Shadows::positive5VinHighLimitRegister,
      "+5Vin High Limit", nullptr},
     {W83782D_REG_POSITIVE_5VIN_LOW_LIMIT, LIMIT_LOW, &Shadows::positive5VinLowLimitRegister,
@@ -80,6 +81,7 @@ constexpr PwmOutput PWM_OUTPUTS[] = {
 };
 // Backplanes number their outputs in another order; the fourth stores its value in the first
 // output's shadow and sends its own, old one: backplanes rely on a fourth output that stays put.
+// (compatibility: fourth-output)
 constexpr PwmOutput BACKPLANE_PWM_OUTPUTS[] = {
     {W83782D_REG_PWMOUT1, &Shadows::pwmOut1ControlRegister, &Shadows::pwmOut1ControlRegister},
     {W83782D_REG_PWMOUT2, &Shadows::pwmOut2ControlRegister, &Shadows::pwmOut2ControlRegister},
@@ -191,6 +193,7 @@ void winbondFanPwmLoad(U8_t i2cAddr, U8_t backplaneInx, U8_t winbondPwmFanInx,
 S16_t esaW83782dTemperatureRead(U8_t i2cAddr, U8_t temperatureSensorInx) {
     const S16_t degrees = sensorRead(i2cAddr, temperatureSensorInx);
     // The design's own address, whichever was read: log readers know the line like this.
+    // (compatibility: own-address)
     ESA_TRACE("Temperature Sensor [%d] for I2C address [0x%x] = [%d] degrees Celsius.",
               temperatureSensorInx, esaControl.i2cAddressW83782d, degrees);
     return degrees;

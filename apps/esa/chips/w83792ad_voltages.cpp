@@ -2,7 +2,7 @@
 // W83792AD voltages: ten bits a channel, the upper eight in a register of their own, the low two
 // packed. The Vcore channels add the low bits; on the five others the low bits replace the value,
 // so that +5Vcc never reads more than 0.018 V and the tolerance is reported as lost: boards in the
-// field behave so, and their operators know it.
+// field behave so, and their operators know it. (compatibility: low-bits-w83792ad)
 #include "bus/esa_i2c.h"
 #include "chips/w83792ad.h"
 #include "chips/winbond.h"
@@ -33,7 +33,7 @@ constexpr Channel CHANNELS[] = {
      "."},
     {W83792AD_REG_VCOREB, W83792AD_REG_LOW_BITS_1, 2, 0.002, true, "Vcoreb", "Vcoreb", "Vcoreb",
      "."},
-    // "Vinr0" and "=5Vcc" are the log's own words.
+    // "Vinr0" and "=5Vcc" are the log's own words. (compatibility: limit-names)
     {W83792AD_REG_VIN0, W83792AD_REG_LOW_BITS_1, 4, 0.004, false, "Vin0", "Vinr0", "Vin0", ""},
     {W83792AD_REG_VIN1, W83792AD_REG_LOW_BITS_1, 6, 0.004, false, "Vin1", "Vin1", "Vin1", ""},
     {W83792AD_REG_VIN2, W83792AD_REG_LOW_BITS_2, 0, 0.004, false, "Vin2", "Vin2", "Vin2", ""},

@@ -22,6 +22,7 @@ U8_t alarmBitRead(U8_t selector) {
     U8_t value = 0;
     const ESA_CODE_e code = vsc055RegisterRead(VSC055_REG_GPD(PORT_ALARM), &value);
     // The first read minds an unreachable bus only, the two others any failure, deliberately.
+    // (compatibility: alarm-reads-xyratex)
     const bool failed = selector == 0 ? code == ESA_E_GENERR_I2C_UNAVAILABLE : code != ESA_E_OK;
     if (failed) {
         return ALARM_UNREADABLE;

@@ -9,11 +9,11 @@
 
 namespace {
 
-struct FaultName_t {
+struct FaultName {
     U32_t bit;
     const char* name;
 };
-constexpr FaultName_t FAULT_NAMES[] = {
+constexpr FaultName FAULT_NAMES[] = {
     {ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE, "POWER_SUPPLY_VOLTAGE_TOLERANCE"},
     {ESA_K_FAULT_POWER_SUPPLY_REDUNDANCY, "POWER_SUPPLY_REDUNDANCY"},
     {ESA_K_FAULT_FAN, "FAN"},
@@ -22,7 +22,7 @@ constexpr FaultName_t FAULT_NAMES[] = {
 };
 
 void faultNameTrace(U32_t faults) {
-    for (const FaultName_t& fault : FAULT_NAMES) {
+    for (const FaultName& fault : FAULT_NAMES) {
         if ((faults & fault.bit) != 0) {
             ESA_TRACE("This Fault bit is [%s]", fault.name);
             return;
@@ -88,6 +88,7 @@ void esaCompositeFaultManage(U32_t compositeFaultTypeBitMap, ESA_CODE_e composit
     if ((esaControl.compositeFaultStatus & compositeFaultTypeBitMap) != 0) {
         ESA_TRACE("This Fault bit [0x%x] exists currently.", compositeFaultTypeBitMap);
         // Any code but OK counts as "still present", but only GENERR records a new fault.
+        // (compatibility: still-present)
         if (compositeFaultStatus == ESA_E_OK) {
             faultClear(compositeFaultTypeBitMap);
         } else {

@@ -51,6 +51,7 @@ void ladderMove(const EsaChassis_t& chassis, U8_t fan, const EsaLadderStep_t& st
 }
 
 // One step at most. `temperature` is unsigned: an average below zero counts as very hot.
+// (compatibility: below-zero)
 void ladderStep(const EsaChassis_t& chassis, U8_t fan, U32_t temperature) {
     for (std::size_t n = 0; n < std::size(ESA_K_LADDER); ++n) {
         const EsaLadderStep_t& step = ESA_K_LADDER[n];

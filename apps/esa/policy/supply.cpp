@@ -22,7 +22,7 @@ const EsaSupplyCondition_t ESA_SUPPLY_VOLTAGE = {
 };
 
 // Pages say a change in no words, and a lasting voltage fault in those of redundancy: log readers
-// match on it.
+// match on it. (compatibility: voltage-as-redundancy)
 const EsaSupplyCondition_t ESA_SUPPLY_VOLTAGE_PAGE = {
     ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE,
     ESA_K_POWER_VOLTAGE_OK,

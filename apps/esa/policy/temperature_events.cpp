@@ -10,14 +10,14 @@ namespace {
 
 constexpr S16_t COOL_MAX = 35;  // degrees Celsius, the last that is in no band
 
-struct Band_t {
+struct Band {
     S16_t over;      // degrees Celsius, the last below the band
     U32_t reported;  // in temperatureReportStatus; 0: nothing
     EsaEventTemperatureState_e state;
     U8_t eventType;
 };
 // The hottest band first.
-constexpr Band_t BANDS[] = {
+constexpr Band BANDS[] = {
     {55, 0x4, ESA_E_EVENT_TEMPERATURE_OVER_55_DEGREES, EMP_E_TYPE_WARNING},
     {45, 0x2, ESA_E_EVENT_TEMPERATURE_OVER_45_DEGREES, EMP_E_TYPE_WARNING},
     {COOL_MAX, 0x1, ESA_E_EVENT_TEMPERATURE_OVER_35_DEGREES, EMP_E_TYPE_INFORMATION},
@@ -42,7 +42,7 @@ void coolReport(int sensor) {
     temperatureEventSend(sensor, ESA_E_EVENT_TEMPERATURE_BELOW_35_DEGREES, EMP_E_TYPE_INFORMATION);
 }
 
-void bandReport(int sensor, const Band_t& band) {
+void bandReport(int sensor, const Band& band) {
     if ((esaControl.temperatureReportStatus[sensor] & band.reported) != 0) {
         ESA_TRACE("temperatureReportStatus[%d] already reported over %d degrees Event.", sensor,
                   band.over);
@@ -55,7 +55,7 @@ void bandReport(int sensor, const Band_t& band) {
 
 void sensorReport(int sensor) {
     const S16_t temperature = esaControl.temperatureSensor[sensor];
-    for (const Band_t& band : BANDS) {
+    for (const Band& band : BANDS) {
         if (temperature > band.over) {
             bandReport(sensor, band);
             return;
@@ -76,13 +76,13 @@ void esaTemperatureEventLog() {
 }
 
 void esaTemperatureOverheatCheck() {
-    // Unsigned: an average below zero counts as over the limit.
+    // Unsigned: an average below zero counts as over the limit. (compatibility: below-zero)
     const S32_t average = esaControl.temperatureSensorAverage;
     if (static_cast<U32_t>(average) <= esaControl.overheatTemperatureLimit) {
         esaCompositeFaultManage(ESA_K_FAULT_TEMPERATURE_OVERHEAT, ESA_E_OK);
         return;
     }
-    // Says 60 whatever the limit is: log readers match on the line.
+    // Says 60 whatever the limit is: log readers match on the line. (compatibility: over-60)
     ESA_TRACE("Temperature average over 60 degrees!");
     esaCompositeFaultManage(ESA_K_FAULT_TEMPERATURE_OVERHEAT, ESA_E_GENERR);
     EsaEventData_t event = {};

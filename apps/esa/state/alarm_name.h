@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Names of the alarm states in log lines. State 0 is "IDEL_S0": log readers match on the spelling.
+// (compatibility: idel)
 #pragma once
 
 #include "state/esa_control.h"
