@@ -148,29 +148,35 @@ struct Field {
     void (*set)(std::size_t n, Number value);
 };
 
-template <auto& Values, bool AreRecords>
+// `Values` is the type of a function that gives the field: a number, or an array of them.
+template <typename Values, bool AreRecords>
 auto& valueAt(std::size_t n) {
+    auto& values = Values{}();
     if constexpr (AreRecords) {
-        return reinterpret_cast<U8_t*>(&Values)[n];
-    } else if constexpr (std::is_array_v<std::remove_reference_t<decltype(Values)>>) {
-        return Values[n];
+        return reinterpret_cast<U8_t*>(&values)[n];
+    } else if constexpr (std::is_array_v<std::remove_reference_t<decltype(values)>>) {
+        return values[n];
     } else {
-        return Values;
+        return values;
     }
 }
 
-template <auto& Values, bool AreRecords = false>
-Field fieldOf(const char* name) {
+template <bool AreRecords = false, typename Values>
+Field fieldOf(const char* name, Values values) {
     using Value = std::remove_reference_t<decltype(valueAt<Values, AreRecords>(0))>;
     constexpr std::size_t size = sizeof(Value);
-    return {name, sizeof Values / size, AreRecords,
+    return {name, sizeof values() / size, AreRecords,
             [](std::size_t n) { return static_cast<Number>(valueAt<Values, AreRecords>(n)); },
             [](std::size_t n, Number value) {
                 valueAt<Values, AreRecords>(n) = static_cast<Value>(value);
             }};
 }
-#define FIELD(name) fieldOf<esaControl.name>(#name)
-#define RECORDS(name) fieldOf<esaControl.name, true>(#name)
+#define FIELD(name) \
+    fieldOf(        \
+        #name, []() -> auto& { return esaControl.name; })
+#define RECORDS(name) \
+    fieldOf<true>(    \
+        #name, []() -> auto& { return esaControl.name; })
 
 const Field FIELDS[] = {
     FIELD(enclosureType),
