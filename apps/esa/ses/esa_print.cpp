@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Message printer: a table row per field, one routine that walks rows. A field that does not lie
-// wholly inside the message has no line; so the last byte of a reply's page, which is not sent, is
-// not printed either.
+// wholly inside the message has no line.
 #include "ses/esa_print.h"
 
 #include <cstdio>
@@ -443,13 +442,22 @@ void requestPrint(const MMCH_t& header, Bytes data) {
     }
 }
 
+// What lies in the buffer of the message; of a reply in esaWorkSpace also the last byte of its page,
+// which is built but not counted in mmsg_length.
+Bytes messageBytes(const MMSG_t* mmsgPtr) {
+    const U8_t* begin = wireView<U8_t>(mmsgPtr);
+    const bool reply = begin == esaControl.esaWorkSpace &&
+                       (mmsgPtr->mmch.mmsg_cont & MMSG_K_CONT_RESPONSE) != 0;
+    return {begin, std::min(esaMmsgSize(mmsgPtr) + (reply ? 1 : 0), MMSG_K_MESSAGE_MAX)};
+}
+
 }  // namespace
 
 void esaMmsgPrint(const MMSG_t* mmsgPtr) {
     if (!TRACE_IS_ON(ESA_K_TRACE_MODULE, ESA_K_TRACE_LEVEL)) {
         return;
     }
-    const Bytes message(wireView<U8_t>(mmsgPtr), esaMmsgSize(mmsgPtr));
+    const Bytes message = messageBytes(mmsgPtr);
     groupPrint(HEADER, message);
     const Bytes data = behind(message, MMSG_K_HEADER_SIZE);
     if ((mmsgPtr->mmch.mmsg_cont & MMSG_K_CONT_RESPONSE) != 0) {

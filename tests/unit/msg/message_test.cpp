@@ -150,6 +150,14 @@ class MessagePlayer : public Player {
     std::string sent_;
 };
 
+// Lines of the printer without the one of the length.
+Lines printed(TraceCapture* trace, const void* message) {
+    esaMmsgPrint(wireView<MMSG_t>(message));
+    Lines lines = trace->take();
+    std::erase_if(lines, [](const auto& line) { return line.starts_with("MMCH mmsg_length"); });
+    return lines;
+}
+
 }  // namespace
 
 TEST(Messages, ComeOutAsWritten) {
@@ -158,7 +166,7 @@ TEST(Messages, ComeOutAsWritten) {
 }
 
 // Whatever the length, direction and counts, the lines do not depend on what an older message left
-// behind this one.
+// behind this one, and of what is sent a response has one byte more than its length says.
 TEST(Messages, NothingBehindAMessageIsPrinted) {
     TraceCapture trace;
     for (const char* message :
@@ -168,13 +176,20 @@ TEST(Messages, NothingBehindAMessageIsPrinted) {
             std::memset(&esaControl.deviceMaxNumber, count, 5);  // to the alarms
             for (int length = 0; length < 65536; length += length < 120 ? 1 : 3944) {
                 Bytes bytes = received("length=" + std::to_string(length) + " " + message);
+                const auto end = bytes.begin() + std::clamp(length, 64, 4064);
                 Lines lines[2];
                 for (const std::uint8_t older : Bytes{0x00, 0x02}) {
-                    std::fill(bytes.begin() + std::clamp(length, 64, 4064), bytes.end(), older);
-                    esaMmsgPrint(wireView<MMSG_t>(bytes.data()));
-                    lines[older / 2] = trace.take();
+                    std::fill(end, bytes.end(), older);
+                    lines[older / 2] = printed(&trace, bytes.data());
                 }
                 ASSERT_EQ(lines[0], lines[1]) << length << " " << message;
+
+                const int sent = (bytes[17] & 0x40) != 0 ? std::clamp(length, 64, 4064) + 1 : length;
+                std::ranges::copy(bytes, esaControl.esaWorkSpace);
+                bytes[10] = static_cast<std::uint8_t>(sent >> 8);
+                bytes[11] = static_cast<std::uint8_t>(sent);
+                ASSERT_EQ(printed(&trace, esaControl.esaWorkSpace), printed(&trace, bytes.data()))
+                    << length << " " << message;
             }
         }
     }
