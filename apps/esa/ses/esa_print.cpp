@@ -247,7 +247,7 @@ constexpr Section STATUS_SECTIONS[SES_K_ELEMENT_TYPES] = {
 
 constexpr Section CONTROL_SECTIONS[SES_K_ELEMENT_TYPES] = {
     {&EsaControl_t::deviceMaxNumber,
-     {"Device overallControl", 0, 0, 32},
+     {"Device      overallControl", 0, 0, 32},
      {"Device", ELEMENT_COLUMN, DEVICE_CONTROL_FIELDS}},
     {&EsaControl_t::powerSupplyMaxNumber,
      {"PowerSupply overallControl", 0, 0, 32},
@@ -442,12 +442,12 @@ void requestPrint(const MMCH_t& header, Bytes data) {
     }
 }
 
-// What lies in the buffer of the message; of a reply in esaWorkSpace also the last byte of its page,
-// which is built but not counted in mmsg_length.
+// What lies in the buffer of the message; of a reply in esaWorkSpace also the last byte of its
+// page, which is built but not counted in mmsg_length.
 Bytes messageBytes(const MMSG_t* mmsgPtr) {
     const U8_t* begin = wireView<U8_t>(mmsgPtr);
-    const bool reply = begin == esaControl.esaWorkSpace &&
-                       (mmsgPtr->mmch.mmsg_cont & MMSG_K_CONT_RESPONSE) != 0;
+    const bool reply =
+        begin == esaControl.esaWorkSpace && (mmsgPtr->mmch.mmsg_cont & MMSG_K_CONT_RESPONSE) != 0;
     return {begin, std::min(esaMmsgSize(mmsgPtr) + (reply ? 1 : 0), MMSG_K_MESSAGE_MAX)};
 }
 

@@ -184,7 +184,8 @@ TEST(Messages, NothingBehindAMessageIsPrinted) {
                 }
                 ASSERT_EQ(lines[0], lines[1]) << length << " " << message;
 
-                const int sent = (bytes[17] & 0x40) != 0 ? std::clamp(length, 64, 4064) + 1 : length;
+                const int sent =
+                    (bytes[17] & 0x40) != 0 ? std::clamp(length, 64, 4064) + 1 : length;
                 std::ranges::copy(bytes, esaControl.esaWorkSpace);
                 bytes[10] = static_cast<std::uint8_t>(sent >> 8);
                 bytes[11] = static_cast<std::uint8_t>(sent);
