@@ -57,7 +57,7 @@ void esaInitCompleteSend() {
     esaMmsgHeaderInit(message, MMSG_E_PROTOCOL_STARTUP, SUS_E_MMSG_NOTIFY_INIT_COMPLETE,
                       MMSG_K_HEADER_SIZE);
     esaMmsgRecipientAdd(message, MMSG_E_EPID_STARTUPMP);
-    esaMmsgSend("main()");
+    esaMmsgSend(ESA_SENDER(main));
 }
 
 void esaRcpCompleteWait(const MPU_PARAMS_t* params) {
@@ -133,7 +133,7 @@ int esaMain(int argc, char** argv) {
 
 static void selectFailed() {
     const int error = errno;
-    ESA_FAULT("main()", "Linux select function fails");
+    ESA_FAULT(main, "Linux select function fails");
     if (error != EINTR) {
         esaLinkDown();
     }

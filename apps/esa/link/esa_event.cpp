@@ -25,7 +25,7 @@ S32_t esaEventMmsgToEmpSend(U16_t eventId, U8_t eventType, const void* eventData
     event->header.evIdVersion = EVENT_ID_VERSION;
     event->header.evId = eventId;
     std::memcpy(&event->data, eventDataPtr, sizeof event->data);
-    return esaMmsgSend("esaEventMmsgToEmpSend()");
+    return esaMmsgSend(ESA_SENDER(esaEventMmsgToEmpSend));
 }
 
 S32_t esaReportTimeoutProcess() {

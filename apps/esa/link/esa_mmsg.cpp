@@ -95,9 +95,9 @@ bool esaLinkOpen() {
     undelivered = 0;
     addressFits = addressFill();
     if (!socketOpen()) {
-        ESA_FAULT("esaInit()", "Linux socket function fails for ESA socket!");
+        ESA_FAULT(esaInit, "Linux socket function fails for ESA socket!");
     } else if (!socketConnect()) {
-        ESA_FAULT("esaInit()", "Linux connect function fails for MSM/ESA socket!");
+        ESA_FAULT(esaInit, "Linux connect function fails for MSM/ESA socket!");
     } else {
         return true;
     }
@@ -154,12 +154,12 @@ bool esaMmsgIsUndelivered(SUS_MMSG type) {
     return (undelivered & (U32_t{1} << type)) != 0;
 }
 
-static S32_t workSpaceSend(int length, const char* function) {
+static S32_t workSpaceSend(int length, const EsaSender_t& sender) {
     const auto sent = static_cast<S32_t>(
         send(esaControl.socketFdMSM, esaControl.esaWorkSpace, static_cast<std::size_t>(length), 0));
     const int error = errno;
     if (sent != length) {
-        ESA_FAULT(function, "Linux send function fails, sendSize = [%d] is wrong", length);
+        ESA_FAULT_AS(sender, "Linux send function fails, sendSize = [%d] is wrong", length);
         if (sent < 0 && !isTransient(error)) {
             esaLinkDown();
         }
@@ -167,15 +167,15 @@ static S32_t workSpaceSend(int length, const char* function) {
     return sent;
 }
 
-S32_t esaMmsgSend(const char* function) {
+S32_t esaMmsgSend(const EsaSender_t& sender) {
     const MMCH_t& message = *wireView<MMCH_t>(esaControl.esaWorkSpace);
     const int length = message.mmsg_length;
     S32_t sent = -1;
     if (esaLinkIsUp()) {
-        sent = workSpaceSend(length, function);
+        sent = workSpaceSend(length, sender);
     } else {
-        ESA_TRACE("MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
-                  static_cast<U32_t>(message.opcode.whole));
+        ESA_TRACE_AS(sender, "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
+                     static_cast<U32_t>(message.opcode.whole));
     }
     deliveryNote(message, sent == length);
     return sent;
@@ -211,16 +211,16 @@ static void linkDownUnlessTransient(ssize_t result, int error) {
 
 static void peekFailed(ssize_t result) {
     const int error = errno;
-    ESA_TRACE_DUMP(&incoming.header, MMSG_K_HEADER_SIZE, "tmpMMCH  =");
-    ESA_FAULT("main()", "Linux recv function fails, MSG_PEEK readSize = [%d] is wrong",
+    ESA_TRACE_DUMP_AS(ESA_SENDER(main), &incoming.header, MMSG_K_HEADER_SIZE, "tmpMMCH  =");
+    ESA_FAULT(main, "Linux recv function fails, MSG_PEEK readSize = [%d] is wrong",
               static_cast<int>(result));
     linkDownUnlessTransient(result, error);
 }
 
 static void readFailed(ssize_t result) {
     const int error = errno;
-    ESA_TRACE_DUMP(esaControl.esaInMsg, MMSG_K_MESSAGE_MAX, "esaMMSG =");
-    ESA_FAULT("main()", "Linux recv function fails, mmsg_length readSize = [%d] is wrong",
+    ESA_TRACE_DUMP_AS(ESA_SENDER(main), esaControl.esaInMsg, MMSG_K_MESSAGE_MAX, "esaMMSG =");
+    ESA_FAULT(main, "Linux recv function fails, mmsg_length readSize = [%d] is wrong",
               static_cast<int>(result));
     linkDownUnlessTransient(result, error);
 }

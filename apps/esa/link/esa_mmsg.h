@@ -6,6 +6,7 @@
 #include "basetypes.h"
 #include "mmsg.h"
 #include "startup.h"
+#include "state/esa_trace.h"
 
 // Connects to the switch at socketAddressMSM, which this fills from the parameter area's message
 // directory. False when the link stays down; reports the failed call as a critical fault.
@@ -29,9 +30,9 @@ void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_
 void esaMmsgRecipientAdd(MMCH_t* message, U32_t endpoint);
 
 // Sends esaWorkSpace (mmsg_length bytes) in one piece. Returns what send returned, -1 while the
-// link is down. A short send is a critical fault in the name of `function` ("esaTestMsg()"); while
-// the link is down it costs one trace line.
-S32_t esaMmsgSend(const char* function);
+// link is down. A short send is a critical fault of `sender`; while the link is down it costs one
+// trace line.
+S32_t esaMmsgSend(const EsaSender_t& sender);
 
 // True when the latest request of this type to the start-up process could not be delivered.
 bool esaMmsgIsUndelivered(SUS_MMSG type);

@@ -16,13 +16,13 @@ struct Request {
     U32_t generalUse2;
 };
 
-S32_t requestSend(const Request& request, const char* function) {
+S32_t requestSend(const Request& request, const EsaSender_t& sender) {
     MMCH_t* header = wireView<MMCH_t>(esaControl.esaWorkSpace);
     esaMmsgHeaderInit(header, request.protocol, request.type, MMSG_K_HEADER_SIZE);
     esaMmsgRecipientAdd(header, MMSG_E_EPID_STARTUPMP);
     header->general_use1 = request.generalUse1;
     header->general_use2 = request.generalUse2;
-    return esaMmsgSend(function);
+    return esaMmsgSend(sender);
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ S32_t requestSend(const Request& request, const char* function) {
 S32_t esaEmailNotificationMmsgToStartupSend() {
     ESA_TRACE("Send Email Notification MMSG To Startup.");
     return requestSend({MMSG_E_PROTOCOL_STARTUP, SUS_E_MMSG_SEND_EMAIL_NOTIFICATION, 0, 0},
-                       "esaEmailNotificationMmsgToStartupSend()");
+                       ESA_SENDER(esaEmailNotificationMmsgToStartupSend));
 }
 
 S32_t esaCompositeFaultMmsgToStartupSend(ESA_CODE_e status) {
@@ -38,7 +38,7 @@ S32_t esaCompositeFaultMmsgToStartupSend(ESA_CODE_e status) {
     ESA_TRACE("[%s] Composite Fault LED in Startup.", lit ? "Set" : "Clear");
     return requestSend({MMSG_E_PROTOCOL_STARTUP, SUS_E_MMSG_CHANGE_LED_COLOR,
                         SUS_K_LED_COMPOSITE_FAULT, lit ? SUS_K_LED_ON : SUS_K_LED_OFF},
-                       "esaCompositeFaultMmsgToStartupSend()");
+                       ESA_SENDER(esaCompositeFaultMmsgToStartupSend));
 }
 
 S32_t esaOrderlyShutdownMmsgToStartupSend() {
@@ -46,5 +46,5 @@ S32_t esaOrderlyShutdownMmsgToStartupSend() {
     // Log readers know a lost shutdown request by the event sender's name.
     return requestSend(
         {MMSG_E_PROTOCOL_SHUTDOWN, SHDN_E_MMSG_REQ_ORDRLY_SHUTDOWN, 0, SHDN_K_ORDERLY},
-        "esaEventMmsgToEmpSend()");
+        ESA_SENDER(esaEventMmsgToEmpSend));
 }

@@ -35,10 +35,11 @@ static U8_t* replyBegin(const MMCH_t& request, U8_t statusCode, U32_t length) {
     return esaControl.esaWorkSpace + PAYLOAD_OFFSET;
 }
 
-static void replySend() {
+// Bears the name that log readers know of whoever sends a reply.
+static void esaSndDiagPage() {
     ESA_TRACE("Send out a Diagnostic Page.");
     esaMmsgPrint(wireView<MMSG_t>(esaControl.esaWorkSpace));
-    esaMmsgSend("esaSndDiagPage()");
+    esaMmsgSend(ESA_SENDER(esaSndDiagPage));
 }
 
 static void senseDataSend(const MMCH_t& request, U8_t senseKey, U8_t asc, U8_t ascq) {
@@ -49,12 +50,12 @@ static void senseDataSend(const MMCH_t& request, U8_t senseKey, U8_t asc, U8_t a
     sense.additionalSenseCode = asc;
     sense.additionalSenseCodeQualifier = ascq;
     *wireView<SenseData_t>(payload) = sense;
-    replySend();
+    esaSndDiagPage();
 }
 
 static void goodStatusSend(const MMCH_t& request) {
     replyBegin(request, SES_K_SCSI_STATUS_CODE_GOOD, BARE_STATUS_LENGTH);
-    replySend();
+    esaSndDiagPage();
 }
 
 static void configPageSend(const MMSG_t* rcvMmsgPtr) {
@@ -65,7 +66,7 @@ static void configPageSend(const MMSG_t* rcvMmsgPtr) {
     }
     configPageBuild(
         replyBegin(rcvMmsgPtr->mmch, SES_K_SCSI_STATUS_CODE_GOOD, MMSG_K_HEADER_SIZE + size));
-    replySend();
+    esaSndDiagPage();
 }
 
 static void statusPageSend(const MMCH_t& request) {
@@ -79,7 +80,7 @@ static void statusPageSend(const MMCH_t& request) {
     statusPageRead(&elements);
     statusPageBuild(elements,
                     replyBegin(request, SES_K_SCSI_STATUS_CODE_GOOD, MMSG_K_HEADER_SIZE + size));
-    replySend();
+    esaSndDiagPage();
 }
 
 static void pageSend(const MMSG_t* rcvMmsgPtr, U8_t pageCode) {

@@ -116,5 +116,5 @@ S32_t esaTestMsg(U8_t commandType, U8_t pageCode) {
     }
     ESA_TRACE("Send out a Test SES Command MMSG from the ESA to ESA.");
     esaMmsgPrint(wireView<MMSG_t>(esaControl.esaWorkSpace));
-    return esaMmsgSend("esaTestMsg()");
+    return esaMmsgSend(ESA_SENDER(esaTestMsg));
 }

@@ -18,20 +18,22 @@ U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];
 
 static constexpr U32_t BUFFER_BYTES_KEPT = 256;  // of each message buffer
 
-// The box and the dump are written at the critical level, all in the name of esaFault.
-#define FAULT_TRACE(...)                                                                 \
-    do {                                                                                 \
-        if (TRACE_IS_ON(ESA_K_TRACE_MODULE, ESA_K_TRACE_LEVEL_FAULT)) {                  \
-            TRACE__statement(ESA_K_TRACE_MODULE, ESA_K_TRACE_FILE, "esaFault", __LINE__, \
-                             __VA_ARGS__);                                               \
-        }                                                                                \
+// The box and the dump are written at the critical level, all in the name of esaFault; a line of
+// the dump is its table row's.
+#define FAULT_TRACE_AT(line, ...)                                                      \
+    do {                                                                               \
+        if (TRACE_IS_ON(ESA_K_TRACE_MODULE, ESA_K_TRACE_LEVEL_FAULT)) {                \
+            TRACE__statement(ESA_K_TRACE_MODULE, ESA_K_TRACE_FILE, "esaFault", (line), \
+                             __VA_ARGS__);                                             \
+        }                                                                              \
     } while (0)
-#define FAULT_TRACE_DUMP(data, len, ...)                                                     \
-    do {                                                                                     \
-        if (TRACE_IS_ON(ESA_K_TRACE_MODULE, ESA_K_TRACE_LEVEL_FAULT)) {                      \
-            TRACE__dumpStatement(ESA_K_TRACE_MODULE, ESA_K_TRACE_FILE, "esaFault", __LINE__, \
-                                 (data), (len), __VA_ARGS__);                                \
-        }                                                                                    \
+#define FAULT_TRACE(...) FAULT_TRACE_AT(__LINE__, __VA_ARGS__)
+#define FAULT_TRACE_DUMP_AT(line, data, len, ...)                                                  \
+    do {                                                                                           \
+        if (TRACE_IS_ON(ESA_K_TRACE_MODULE, ESA_K_TRACE_LEVEL_FAULT)) {                            \
+            TRACE__dumpStatement(ESA_K_TRACE_MODULE, ESA_K_TRACE_FILE, "esaFault", (line), (data), \
+                                 (len), __VA_ARGS__);                                              \
+        }                                                                                          \
     } while (0)
 
 // ---- the dump ----
@@ -52,14 +54,15 @@ struct DumpRow {
     const char* name;
     const void* data;
     U32_t size;  // bytes
+    int line;    // of the row
 };
 
 }  // namespace
 
 #define ROW(form, field) \
-    { Form::form, #field, &esaControl.field, sizeof esaControl.field }
+    { Form::form, #field, &esaControl.field, sizeof esaControl.field, __LINE__ }
 #define BYTES_ROW(title, field) \
-    { Form::BYTES, title, &esaControl.field, sizeof esaControl.field }
+    { Form::BYTES, title, &esaControl.field, sizeof esaControl.field, __LINE__ }
 
 static const DumpRow DUMP[] = {
     ROW(DECIMAL, socketFdMSM),
@@ -105,8 +108,8 @@ static const DumpRow DUMP[] = {
     BYTES_ROW("vitesse.vsc055FSC  ", vitesse.vsc055FSC),
     ROW(DECIMAL, selectTimeout.sec),
     ROW(DECIMAL, pollTimeout.sec),
-    {Form::BYTES, "esaInMsg  ", esaControl.esaInMsg, BUFFER_BYTES_KEPT},
-    {Form::BYTES, "esaWorkSpace  ", esaControl.esaWorkSpace, BUFFER_BYTES_KEPT},
+    {Form::BYTES, "esaInMsg  ", esaControl.esaInMsg, BUFFER_BYTES_KEPT, __LINE__},
+    {Form::BYTES, "esaWorkSpace  ", esaControl.esaWorkSpace, BUFFER_BYTES_KEPT, __LINE__},
 };
 
 #undef ROW
@@ -127,29 +130,30 @@ static void sensorsDump(const DumpRow& row) {
     const U32_t width = row.size / SES_K_SENSORS_MAX;
     const int blanks = 26 - static_cast<int>(std::strlen(row.name));
     for (U32_t n = 0; n < SES_K_SENSORS_MAX; ++n) {
-        FAULT_TRACE("esaControl.%s[%u]%*s= %d", row.name, n, blanks, "",
-                    valueAt(static_cast<const U8_t*>(row.data) + n * width, width));
+        FAULT_TRACE_AT(row.line, "esaControl.%s[%u]%*s= %d", row.name, n, blanks, "",
+                       valueAt(static_cast<const U8_t*>(row.data) + n * width, width));
     }
 }
 
 static void rowDump(const DumpRow& row) {
     switch (row.form) {
         case Form::DECIMAL:
-            FAULT_TRACE("esaControl.%-34s= [%d]", row.name, valueAt(row.data, row.size));
+            FAULT_TRACE_AT(row.line, "esaControl.%-34s= [%d]", row.name,
+                           valueAt(row.data, row.size));
             break;
         case Form::BARE_DECIMAL:
-            FAULT_TRACE("esaControl.%-34s= %d", row.name, valueAt(row.data, row.size));
+            FAULT_TRACE_AT(row.line, "esaControl.%-34s= %d", row.name, valueAt(row.data, row.size));
             break;
         case Form::HEX:
-            FAULT_TRACE("esaControl.%-34s= [0x%x]", row.name,
-                        static_cast<U32_t>(valueAt(row.data, row.size)));
+            FAULT_TRACE_AT(row.line, "esaControl.%-34s= [0x%x]", row.name,
+                           static_cast<U32_t>(valueAt(row.data, row.size)));
             break;
         case Form::TEXT:
-            FAULT_TRACE("esaControl.%-34s= [%.*s]", row.name, static_cast<int>(row.size),
-                        static_cast<const char*>(row.data));
+            FAULT_TRACE_AT(row.line, "esaControl.%-34s= [%.*s]", row.name,
+                           static_cast<int>(row.size), static_cast<const char*>(row.data));
             break;
         case Form::BYTES:
-            FAULT_TRACE_DUMP(row.data, row.size, "esaControl.%s=", row.name);
+            FAULT_TRACE_DUMP_AT(row.line, row.data, row.size, "esaControl.%s=", row.name);
             break;
         case Form::SENSORS:
             sensorsDump(row);

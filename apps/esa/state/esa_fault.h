@@ -15,5 +15,9 @@ extern U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];  // record being stor
 void esaFault(const char* fileName, int lineNo, const char* fnName, const char* msg, ...)
     __attribute__((format(printf, 4, 5)));
 
-// ESA_FAULT("main()", format, ...): the fault of this line, in the one file log readers know.
-#define ESA_FAULT(function, ...) esaFault(ESA_K_TRACE_FILE, __LINE__, (function), __VA_ARGS__)
+// ESA_FAULT_AS(sender, format, ...): the sender's fault, in the one file log readers know.
+#define ESA_FAULT_AS(sender, ...) \
+    esaFault(ESA_K_TRACE_FILE, (sender).line, (sender).function, __VA_ARGS__)
+
+// ESA_FAULT(main, format, ...): the fault of this line.
+#define ESA_FAULT(name, ...) ESA_FAULT_AS(ESA_SENDER(name), __VA_ARGS__)

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <regex>
 
 #include "link/esa_mmsg.h"
 #include "mpu_gbl.h"
@@ -139,7 +140,7 @@ class LinkPlayer : public Player {
                 w[1] == "event" ? MMSG_E_PROTOCOL_EVENTMGR : MMSG_E_PROTOCOL_STARTUP;
             esaMmsgHeaderInit(message_, protocol, w.u32(2), 64);
             const auto start = std::chrono::steady_clock::now();
-            const S32_t sent = esaMmsgSend("sender()");
+            const S32_t sent = esaMmsgSend(ESA_SENDER(sender));
             const auto took = std::chrono::steady_clock::now() - start;
             const std::chrono::seconds limit(std::exchange(limit_[0], 0));
             say("sent ", sent, limit.count() > 0 && took >= limit ? " after that" : "");
@@ -161,12 +162,14 @@ class LinkPlayer : public Player {
             say(esaMmsgIsUndelivered(static_cast<SUS_MMSG>(w.number(1))) ? "yes" : "no");
         };
     }
-    // Faults, trace lines without socket numbers and dump rows, the link's end, and the calls made.
+    // Faults, trace lines without socket numbers and dump rows, of a dump in whose name it is, the
+    // link's end, and the calls made.
     void finish() override {
         say(takeFaults());
+        static const std::regex prefix(R"(^\w+:\d+:  |:\d+(?=: )| socket \[.*)");
         for (const std::string& line : trace_.take()) {
             if (!line.starts_with("0x")) {
-                say(line.substr(0, line.find(" socket [")));
+                say(std::regex_replace(line, prefix, ""));
             }
         }
         if (fd_ >= 0 && !esaLinkIsUp()) {
@@ -188,7 +191,7 @@ class LinkPlayer : public Player {
 
     MPU_PARAMS_t params_ = {};
     SwitchListener listener_;
-    TraceCapture trace_{0x0010};
+    TraceCapture trace_{0x4010};
     MMCH_t* const message_ = wireView<MMCH_t>(esaControl.esaWorkSpace);
     int fd_ = -1;
     long limit_[2] = {};  // of the next send, to a full socket: seconds, microseconds

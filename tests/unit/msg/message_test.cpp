@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <set>
 
 #include "link/esa_event.h"
 #include "link/esa_startup.h"
@@ -150,6 +151,15 @@ class MessagePlayer : public Player {
     std::string sent_;
 };
 
+// What failed and where: a critical fault as "sender:line", no more of the name than a trace line
+// has.
+std::string faultPlace() {
+    const Bytes record = takeAltRecords().at(0).bytes;
+    const std::string function(reinterpret_cast<const char*>(&record.at(216)));
+    return function.substr(0, std::min<std::size_t>(function.find("()"), 32)) + ":" +
+           std::to_string(be16At(record, 282));
+}
+
 // Lines of the printer without the one of the length.
 Lines printed(TraceCapture* trace, const void* message) {
     esaMmsgPrint(wireView<MMSG_t>(message));
@@ -193,5 +203,27 @@ TEST(Messages, NothingBehindAMessageIsPrinted) {
                     << length << " " << message;
             }
         }
+    }
+}
+
+// Whoever sends, it is its own name and line that a lost message is reported with.
+TEST(Messages, WhatIsLostIsReportedWhereItsSenderStands) {
+    std::signal(SIGPIPE, SIG_IGN);
+    TraceCapture trace(0x4010);
+    std::set<std::string> places;
+    S32_t (*const senders[])() = {esaEmailNotificationMmsgToStartupSend,
+                                  [] { return esaCompositeFaultMmsgToStartupSend(ESA_E_OK); },
+                                  esaOrderlyShutdownMmsgToStartupSend, esaReportTimeoutProcess,
+                                  [] { return esaTestMsg(28, 1); }};
+    for (const auto send : senders) {
+        SwitchListener peer;
+        esaControl.socketFdMSM = peer.connect();
+        peer.drop();
+        takeAltRecords();
+        send();
+        const std::string fault = faultPlace();
+        EXPECT_TRUE(places.insert(fault).second) << fault;
+        send();
+        EXPECT_TRUE(trace.take().back().starts_with(fault + ":  MMSG with opcode ")) << fault;
     }
 }
