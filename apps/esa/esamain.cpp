@@ -160,7 +160,7 @@ static bool messageWaits() {
 }
 
 // What the start-up process must know and did not get while the link was down. The LED is asked
-// for as it should be now.
+// for as it should be now, one e-mail stands for all.
 static void undeliveredSend() {
     if (esaMmsgIsUndelivered(SUS_E_MMSG_NOTIFY_INIT_COMPLETE)) {
         esaInitCompleteSend();
@@ -168,6 +168,9 @@ static void undeliveredSend() {
     if (esaMmsgIsUndelivered(SUS_E_MMSG_CHANGE_LED_COLOR)) {
         const bool lit = (esaControl.compositeFaultStatus & ESA_K_FAULT_LED_ON) != 0;
         esaCompositeFaultMmsgToStartupSend(lit ? ESA_E_GENERR : ESA_E_OK);
+    }
+    if (esaMmsgIsUndelivered(SUS_E_MMSG_SEND_EMAIL_NOTIFICATION)) {
+        esaEmailNotificationMmsgToStartupSend();
     }
 }
 

@@ -14,7 +14,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
+#include "esa_evl.h"
 #include "mpu_gbl.h"
 #include "state/esa_control.h"
 #include "state/esa_fault.h"
@@ -35,6 +37,7 @@ static struct {
 static bool addressFits;   // socketAddressMSM holds the whole path
 static U32_t passesDown;   // since the link went down or the latest attempt
 static U32_t undelivered;  // bit n: the latest start-up request of type n did not get through
+static U32_t lostWhileDown[MMSG_E_MAX_PROTOCOL + 1];  // by protocol; bit n: a message of number n
 
 // ---- up and down ----
 
@@ -93,6 +96,7 @@ bool esaLinkOpen() {
     incoming = {};
     passesDown = 0;
     undelivered = 0;
+    std::ranges::fill(lostWhileDown, 0);
     addressFits = addressFill();
     if (!socketOpen()) {
         ESA_FAULT(esaInit, "Linux socket function fails for ESA socket!");
@@ -113,6 +117,7 @@ bool esaLinkPass() {
         linkClose();
         return false;
     }
+    std::ranges::fill(lostWhileDown, 0);
     ESA_TRACE("The link to MSM is up again with socket [%d].", esaControl.socketFdMSM);
     return true;
 }
@@ -142,42 +147,73 @@ static bool isTransient(int error) {
     return error == EINTR || error == EAGAIN;
 }
 
+// What peers know is numbered below 31.
+static U32_t numberBit(U32_t number) {
+    return U32_t{1} << std::min<U32_t>(number, 31);
+}
+
+// Notes that a message is lost while the link is down. True when another of its kind was before:
+// events are told apart by id, all else by protocol and type.
+static bool isLostAgain(const MMSG_t& message) {
+    const auto& request = message.mmch.opcode.request;
+    const auto& event = *wireView<EsaEvent_t>(message.user_data_start);
+    const bool isEvent = request.protocol == MMSG_E_PROTOCOL_EVENTMGR;
+    const U32_t bit = numberBit(isEvent ? U32_t{event.header.evId} : U32_t{request.type});
+    U32_t* lost = &lostWhileDown[request.protocol % std::size(lostWhileDown)];
+    const bool again = (*lost & bit) != 0;
+    *lost |= bit;
+    return again;
+}
+
 static void deliveryNote(const MMCH_t& message, bool delivered) {
-    const U32_t type = message.opcode.request.type;
-    if (message.opcode.request.protocol == MMSG_E_PROTOCOL_STARTUP && type < 32) {
-        const U32_t bit = U32_t{1} << type;
+    if (message.opcode.request.protocol == MMSG_E_PROTOCOL_STARTUP) {
+        const U32_t bit = numberBit(message.opcode.request.type);
         undelivered = delivered ? undelivered & ~bit : undelivered | bit;
     }
 }
 
 bool esaMmsgIsUndelivered(SUS_MMSG type) {
-    return (undelivered & (U32_t{1} << type)) != 0;
+    return (undelivered & numberBit(type)) != 0;
 }
 
-static S32_t workSpaceSend(int length, const EsaSender_t& sender) {
+static void shortSendReport(const MMSG_t& message, const EsaSender_t& sender) {
+    ESA_FAULT_AS(sender, "Linux send function fails, sendSize = [%d] is wrong",
+                 static_cast<int>(message.mmch.mmsg_length));
+}
+
+static S32_t messageSend(const MMSG_t& message, const EsaSender_t& sender) {
+    const int length = message.mmch.mmsg_length;
     const auto sent = static_cast<S32_t>(
-        send(esaControl.socketFdMSM, esaControl.esaWorkSpace, static_cast<std::size_t>(length), 0));
+        send(esaControl.socketFdMSM, &message, static_cast<std::size_t>(length), 0));
     const int error = errno;
     if (sent != length) {
-        ESA_FAULT_AS(sender, "Linux send function fails, sendSize = [%d] is wrong", length);
+        shortSendReport(message, sender);
         if (sent < 0 && !isTransient(error)) {
             esaLinkDown();
+            isLostAgain(message);  // it has been reported
         }
     }
     return sent;
 }
 
+static void unsentReport(const MMSG_t& message, const EsaSender_t& sender) {
+    if (isLostAgain(message)) {
+        ESA_TRACE_AS(sender, "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
+                     static_cast<U32_t>(message.mmch.opcode.whole));
+    } else {
+        shortSendReport(message, sender);
+    }
+}
+
 S32_t esaMmsgSend(const EsaSender_t& sender) {
-    const MMCH_t& message = *wireView<MMCH_t>(esaControl.esaWorkSpace);
-    const int length = message.mmsg_length;
+    const MMSG_t& message = *wireView<MMSG_t>(esaControl.esaWorkSpace);
     S32_t sent = -1;
     if (esaLinkIsUp()) {
-        sent = workSpaceSend(length, sender);
+        sent = messageSend(message, sender);
     } else {
-        ESA_TRACE_AS(sender, "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
-                     static_cast<U32_t>(message.opcode.whole));
+        unsentReport(message, sender);
     }
-    deliveryNote(message, sent == length);
+    deliveryNote(message.mmch, sent == message.mmch.mmsg_length);
     return sent;
 }
 

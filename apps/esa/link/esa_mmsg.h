@@ -30,8 +30,8 @@ void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_
 void esaMmsgRecipientAdd(MMCH_t* message, U32_t endpoint);
 
 // Sends esaWorkSpace (mmsg_length bytes) in one piece. Returns what send returned, -1 while the
-// link is down. A short send is a critical fault of `sender`; while the link is down it costs one
-// trace line.
+// link is down. A short send is a critical fault of `sender`; while the link is down so is the
+// first message of each kind, and its repeats cost one trace line each.
 S32_t esaMmsgSend(const EsaSender_t& sender);
 
 // True when the latest request of this type to the start-up process could not be delivered.

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <regex>
 
+#include "emp_mesgs.h"
+#include "esa_evl.h"
 #include "link/esa_mmsg.h"
 #include "mpu_gbl.h"
 #include "state/esa_control.h"
@@ -136,9 +138,10 @@ class LinkPlayer : public Player {
             say(hexLine({esaControl.esaWorkSpace + 36, esaControl.esaWorkSpace + 76}));
         };
         commands["send"] = [this](auto& w) {
-            const auto protocol =
-                w[1] == "event" ? MMSG_E_PROTOCOL_EVENTMGR : MMSG_E_PROTOCOL_STARTUP;
-            esaMmsgHeaderInit(message_, protocol, w.u32(2), 64);
+            const bool event = w[1] == "event";
+            esaMmsgHeaderInit(message_, event ? MMSG_E_PROTOCOL_EVENTMGR : MMSG_E_PROTOCOL_STARTUP,
+                              event ? EMP_E_MSGS_LOG : w.u32(2), 64);
+            wireView<EsaEvent_t>(message_ + 1)->header.evId = w.u16(2);
             const auto start = std::chrono::steady_clock::now();
             const S32_t sent = esaMmsgSend(ESA_SENDER(sender));
             const auto took = std::chrono::steady_clock::now() - start;
