@@ -296,6 +296,13 @@ static ssize_t pieceRead() {
                 MSG_DONTWAIT);
 }
 
+// What a later piece may leave uncovered belongs to an older message.
+static void behindFirstPieceClear() {
+    if (incoming.taken < MMSG_K_MESSAGE_MAX) {
+        std::memset(esaControl.esaInMsg + incoming.taken, 0, MMSG_K_MESSAGE_MAX - incoming.taken);
+    }
+}
+
 static bool moreArrives(WaitBudget* budget) {
     while (!budget->isSpent()) {
         if (budget->step(POLLIN)) {
@@ -312,9 +319,13 @@ static bool bodyRead(WaitBudget* budget) {
             readFailed(got);
             return false;
         }
+        const bool first = incoming.taken == 0;
         incoming.taken += static_cast<U32_t>(got);
         if (incoming.taken == incoming.length) {
             return true;
+        }
+        if (first) {
+            behindFirstPieceClear();
         }
         if (!moreArrives(budget)) {
             return false;
