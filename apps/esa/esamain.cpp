@@ -14,6 +14,7 @@
 #include "chassis/table.h"
 #include "link/esa_event.h"
 #include "link/esa_mmsg.h"
+#include "link/esa_receive.h"
 #include "link/esa_startup.h"
 #include "osdep.h"
 #include "ses/esa_dispatch.h"
@@ -139,9 +140,9 @@ static void selectFailed() {
     }
 }
 
-// Waits one selectTimeout for the link to become readable. While the link is down nothing is
-// watched and the wait alone keeps the rhythm.
-static bool messageWaits() {
+// Waits one selectTimeout for the link to become readable: milliseconds left of it when it did,
+// else -1. While the link is down nothing is watched and the wait alone keeps the rhythm.
+static int messageAwait() {
     const bool watched = esaLinkIsUp();
     fd_set ready;
     FD_ZERO(&ready);
@@ -154,9 +155,11 @@ static bool messageWaits() {
     const int descriptors = watched ? esaControl.socketFdMSM + 1 : 0;
     if (select(descriptors, &ready, nullptr, nullptr, &timeout) == -1) {
         selectFailed();
-        return false;
+        return -1;
     }
-    return watched && FD_ISSET(esaControl.socketFdMSM, &ready);
+    // Linux leaves in the time-out what was not waited.
+    const auto leftMs = static_cast<int>(timeout.tv_sec * 1000 + timeout.tv_usec / 1000);
+    return watched && FD_ISSET(esaControl.socketFdMSM, &ready) ? leftMs : -1;
 }
 
 // What the start-up process must know and did not get while the link was down. The LED is asked
@@ -175,7 +178,8 @@ static void undeliveredSend() {
 }
 
 void esaLoopPass() {
-    if (messageWaits() && esaMmsgReceive()) {
+    const int leftMs = messageAwait();
+    if (leftMs >= 0 && esaMmsgReceive(leftMs)) {
         esaMmsgMsgProc(wireView<MMSG_t>(esaControl.esaInMsg));
     }
     esaPollTimeoutProcess();

@@ -8,6 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
@@ -27,6 +28,9 @@ int select(int descriptors, fd_set* readable, fd_set* writable, fd_set* failed,
         systemCalls.selectError = 0;
         return -1;
     }
+    const long left = std::max(systemCalls.selectMicroseconds - systemCalls.selectUses, 0L);
+    timeout->tv_sec = static_cast<time_t>(left / 1000000);
+    timeout->tv_usec = static_cast<suseconds_t>(left % 1000000);
     const struct timespec now = {};
     return pselect(descriptors, readable, writable, failed, &now, nullptr);
 }
@@ -40,15 +44,21 @@ int poll(struct pollfd* watched, nfds_t count, int) {
     return ppoll(watched, count, &now, nullptr);
 }
 
+// The next scripted result. Sets errno, to a passing error where the call succeeds: a caller must
+// not look at it then.
+static int scripted(std::deque<int>* results) {
+    const int result = results->empty() ? 0 : results->front();
+    if (!results->empty()) {
+        results->pop_front();
+    }
+    errno = result > 0 ? result : EAGAIN;
+    return result;
+}
+
 ssize_t recv(int fd, void* buffer, size_t size, int flags) {
     ++systemCalls.receives;
-    if (!systemCalls.receiveErrors.empty()) {
-        const int error = systemCalls.receiveErrors.front();
-        systemCalls.receiveErrors.pop_front();
-        if (error != 0) {
-            errno = error;
-            return -1;
-        }
+    if (scripted(&systemCalls.receiveErrors) > 0) {
+        return -1;
     }
     return recvfrom(fd, buffer, size, flags, nullptr, nullptr);
 }
@@ -61,6 +71,12 @@ ssize_t __recv_chk(int fd, void* buffer, size_t size, size_t, int flags) {
 
 ssize_t send(int fd, const void* buffer, size_t size, int flags) {
     ++systemCalls.sends;
+    systemCalls.sendFlags = flags;
+    const int result = scripted(&systemCalls.sendErrors);
+    if (result > 0) {
+        return -1;
+    }
+    size = result < 0 ? static_cast<size_t>(-result) : size;
     return sendto(fd, buffer, size, flags, nullptr, 0);
 }
 
@@ -76,6 +92,9 @@ int socket(int family, int type, int protocol) noexcept {
 
 int connect(int fd, const struct sockaddr* address, socklen_t length) {
     ++systemCalls.connects;
+    if (scripted(&systemCalls.connectErrors) > 0) {
+        return -1;
+    }
     return static_cast<int>(syscall(SYS_connect, fd, address, length));
 }
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The link to the message switch. No call here waits longer than a second: what has not arrived by
-// then goes on in the next pass, and the hardware poll keeps its rhythm whatever the switch does.
+// The link to the message switch, and sending over it. No pass of the loop is held up longer than a
+// second, whatever the switch does or does not.
 #include "link/esa_mmsg.h"
 
-#include <poll.h>
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -23,49 +22,31 @@
 #include "state/esa_trace.h"
 #include "sys_msg.h"
 
-static constexpr U32_t CONNECT_EVERY_PASSES = 10;  // while the link is down
-static constexpr time_t SEND_TIMEOUT_SEC = 1;
-static constexpr int WAIT_STEP_MS = 10;
+namespace {
 
-// The message being read.
-static struct {
-    MMCH_t header;  // as peeked
-    U32_t length;   // bytes to take off the stream; 0: its header has not been seen whole
-    U32_t taken;
-} incoming;
+constexpr U32_t CONNECT_EVERY_PASSES = 10;  // while the link is down
+constexpr struct timeval SEND_WAIT = {1, 0};
+constexpr struct timeval HARDLY_ANY_WAIT = {0, 1};  // 0 would be without end
 
-static bool addressFits;   // socketAddressMSM holds the whole path
-static U32_t passesDown;   // since the link went down or the latest attempt
-static U32_t undelivered;  // bit n: the latest start-up request of type n did not get through
-static U32_t lostWhileDown[MMSG_E_MAX_PROTOCOL + 1];  // by protocol; bit n: a message of number n
+struct {
+    bool addressFits = false;   // socketAddressMSM holds the whole path
+    bool connecting = false;    // the socket is open, and what kept it from connecting passes
+    U32_t number = 0;           // of the link
+    U32_t passesDown = 0;       // since the link went down or the latest attempt
+    bool sendTimedOut = false;  // in this pass: the rest of it does not wait
+} state;
+
+// What did not get through, by message number; bit n: number n.
+U32_t undelivered;                             // start-up requests: the latest of this type
+U32_t lostWhileDown[MMSG_E_MAX_PROTOCOL + 1];  // by protocol, since the link went down
 
 // ---- up and down ----
 
-static bool isDescriptorUsable(S32_t fd) {
+bool isDescriptorUsable(S32_t fd) {
     return fd >= 0 && fd < FD_SETSIZE;
 }
 
-bool esaLinkIsUp() {
-    return isDescriptorUsable(esaControl.socketFdMSM);
-}
-
-static void linkClose() {
-    if (esaControl.socketFdMSM >= 0) {
-        close(esaControl.socketFdMSM);
-    }
-    esaControl.socketFdMSM = -1;
-    incoming = {};
-    passesDown = 0;
-}
-
-void esaLinkDown() {
-    if (esaControl.socketFdMSM >= 0) {
-        ESA_TRACE("The link to MSM on socket [%d] is down.", esaControl.socketFdMSM);
-        linkClose();
-    }
-}
-
-static bool addressFill() {
+bool addressFill() {
     esaControl.socketAddressMSM = {};
     esaControl.socketAddressMSM.sun_family = AF_UNIX;
     char* path = esaControl.socketAddressMSM.sun_path;
@@ -75,54 +56,186 @@ static bool addressFill() {
     return length >= 0 && static_cast<std::size_t>(length) < size;
 }
 
-static bool socketOpen() {
-    esaControl.socketFdMSM = socket(AF_UNIX, SOCK_STREAM, 0);
-    if (!isDescriptorUsable(esaControl.socketFdMSM)) {
-        return false;
+void linkClose() {
+    if (esaControl.socketFdMSM >= 0) {
+        close(esaControl.socketFdMSM);
     }
-    // Bounds connect as well, which otherwise waits for a switch that does not accept.
-    const struct timeval timeout = {SEND_TIMEOUT_SEC, 0};
-    setsockopt(esaControl.socketFdMSM, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
-    return true;
+    esaControl.socketFdMSM = -1;
+    state.connecting = false;
+    state.passesDown = 0;
 }
 
-static bool socketConnect() {
-    return addressFits && connect(esaControl.socketFdMSM,
-                                  reinterpret_cast<const sockaddr*>(&esaControl.socketAddressMSM),
-                                  sizeof esaControl.socketAddressMSM) == 0;
+bool socketOpen() {
+    esaControl.socketFdMSM = socket(AF_UNIX, SOCK_STREAM, 0);
+    return isDescriptorUsable(esaControl.socketFdMSM);
+}
+
+// Bounds connect as well, which otherwise waits for a switch that does not accept.
+void sendWaitSet(const struct timeval& wait) {
+    setsockopt(esaControl.socketFdMSM, SOL_SOCKET, SO_SNDTIMEO, &wait, sizeof wait);
+}
+
+// Repeats what a signal interrupted.
+template <typename Call>
+auto uninterrupted(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+bool socketConnect() {
+    if (!state.addressFits) {
+        return false;
+    }
+    const int result = uninterrupted([] {
+        return connect(esaControl.socketFdMSM,
+                       reinterpret_cast<const sockaddr*>(&esaControl.socketAddressMSM),
+                       sizeof esaControl.socketAddressMSM);
+    });
+    state.connecting = result != 0 && esaLinkOutlives(errno);
+    return result == 0;
+}
+
+// A socket that may connect at any time is tried in each pass, so it must not wait.
+bool isAttemptDue() {
+    return state.connecting || ++state.passesDown >= CONNECT_EVERY_PASSES;
+}
+
+bool isAttemptSuccessful() {
+    if (!state.connecting && !socketOpen()) {
+        return false;
+    }
+    sendWaitSet(HARDLY_ANY_WAIT);
+    const bool connected = socketConnect();
+    sendWaitSet(SEND_WAIT);
+    return connected;
+}
+
+// ---- what is lost ----
+
+// What peers know is numbered below 31.
+U32_t numberBit(U32_t number) {
+    return U32_t{1} << std::min<U32_t>(number, 31);
+}
+
+// Notes that a message is lost while the link is down. True when another of its kind was before:
+// events are told apart by id, all else by protocol and type.
+bool isLostAgain(const MMSG_t& message) {
+    const auto& request = message.mmch.opcode.request;
+    const auto& event = *wireView<EsaEvent_t>(message.user_data_start);
+    const bool isEvent = request.protocol == MMSG_E_PROTOCOL_EVENTMGR;
+    const U32_t bit = numberBit(isEvent ? U32_t{event.header.evId} : U32_t{request.type});
+    U32_t* lost = &lostWhileDown[request.protocol % std::size(lostWhileDown)];
+    const bool again = (*lost & bit) != 0;
+    *lost |= bit;
+    return again;
+}
+
+void deliveryNote(const MMCH_t& message, bool delivered) {
+    if (message.opcode.request.protocol == MMSG_E_PROTOCOL_STARTUP) {
+        const U32_t bit = numberBit(message.opcode.request.type);
+        undelivered = delivered ? undelivered & ~bit : undelivered | bit;
+    }
+}
+
+void shortSendReport(const MMSG_t& message, const EsaSender_t& sender) {
+    ESA_FAULT_AS(sender, "Linux send function fails, sendSize = [%d] is wrong",
+                 static_cast<int>(message.mmch.mmsg_length));
+}
+
+void unsentReport(const MMSG_t& message, const EsaSender_t& sender) {
+    if (isLostAgain(message)) {
+        ESA_TRACE_AS(sender, "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
+                     static_cast<U32_t>(message.mmch.opcode.whole));
+    } else {
+        shortSendReport(message, sender);
+    }
+}
+
+// ---- sending ----
+
+ssize_t inOneGo(const MMSG_t& message) {
+    const ssize_t sent = uninterrupted([&] {
+        return send(esaControl.socketFdMSM, &message, message.mmch.mmsg_length,
+                    state.sendTimedOut ? MSG_DONTWAIT : 0);
+    });
+    state.sendTimedOut |= sent < 0 && errno == EAGAIN;
+    return sent;
+}
+
+// Behind a part of a message the next one would start inside it.
+S32_t messageSend(const MMSG_t& message, const EsaSender_t& sender) {
+    const auto sent = static_cast<S32_t>(inOneGo(message));
+    if (sent == message.mmch.mmsg_length) {
+        return sent;
+    }
+    const bool linkEnds = sent >= 0 || !esaLinkOutlives(errno);
+    shortSendReport(message, sender);
+    if (linkEnds) {
+        esaLinkDown();
+        isLostAgain(message);  // it has been reported
+    }
+    return sent;
+}
+
+}  // namespace
+
+bool esaLinkIsUp() {
+    return isDescriptorUsable(esaControl.socketFdMSM) && !state.connecting;
+}
+
+U32_t esaLinkNumber() {
+    return state.number;
+}
+
+bool esaLinkOutlives(int error) {
+    return error == EINTR || error == EAGAIN || error == ENOBUFS || error == ENOMEM;
+}
+
+void esaLinkDown() {
+    if (esaControl.socketFdMSM >= 0) {
+        ESA_TRACE("The link to MSM on socket [%d] is down.", esaControl.socketFdMSM);
+        linkClose();
+        ++state.number;
+        std::ranges::fill(lostWhileDown, 0);
+    }
 }
 
 bool esaLinkOpen() {
-    incoming = {};
-    passesDown = 0;
+    state = {.addressFits = addressFill(), .number = state.number + 1};
     undelivered = 0;
     std::ranges::fill(lostWhileDown, 0);
-    addressFits = addressFill();
     if (!socketOpen()) {
         ESA_FAULT(esaInit, "Linux socket function fails for ESA socket!");
-    } else if (!socketConnect()) {
-        ESA_FAULT(esaInit, "Linux connect function fails for MSM/ESA socket!");
-    } else {
+        esaLinkDown();
+        return false;
+    }
+    sendWaitSet(SEND_WAIT);
+    if (socketConnect()) {
         return true;
     }
-    esaLinkDown();
+    ESA_FAULT(esaInit, "Linux connect function fails for MSM/ESA socket!");
+    if (!state.connecting) {
+        esaLinkDown();
+    }
     return false;
 }
 
 bool esaLinkPass() {
-    if (esaLinkIsUp() || ++passesDown < CONNECT_EVERY_PASSES) {
+    state.sendTimedOut = false;
+    if (esaLinkIsUp() || !isAttemptDue()) {
         return false;
     }
-    if (!socketOpen() || !socketConnect()) {
+    const bool connected = isAttemptSuccessful();
+    if (connected) {
+        ESA_TRACE("The link to MSM is up again with socket [%d].", esaControl.socketFdMSM);
+    } else if (!state.connecting) {
         linkClose();
-        return false;
     }
-    std::ranges::fill(lostWhileDown, 0);
-    ESA_TRACE("The link to MSM is up again with socket [%d].", esaControl.socketFdMSM);
-    return true;
+    return connected;
 }
-
-// ---- sending ----
 
 void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_t length) {
     std::memset(static_cast<void*>(message), 0, std::max(length, MMSG_K_HEADER_SIZE));
@@ -142,67 +255,8 @@ void esaMmsgRecipientAdd(MMCH_t* message, U32_t endpoint) {
     word = word | (U32_t{1} << (endpoint % 32));
 }
 
-// Errors after which the same link goes on.
-static bool isTransient(int error) {
-    return error == EINTR || error == EAGAIN;
-}
-
-// What peers know is numbered below 31.
-static U32_t numberBit(U32_t number) {
-    return U32_t{1} << std::min<U32_t>(number, 31);
-}
-
-// Notes that a message is lost while the link is down. True when another of its kind was before:
-// events are told apart by id, all else by protocol and type.
-static bool isLostAgain(const MMSG_t& message) {
-    const auto& request = message.mmch.opcode.request;
-    const auto& event = *wireView<EsaEvent_t>(message.user_data_start);
-    const bool isEvent = request.protocol == MMSG_E_PROTOCOL_EVENTMGR;
-    const U32_t bit = numberBit(isEvent ? U32_t{event.header.evId} : U32_t{request.type});
-    U32_t* lost = &lostWhileDown[request.protocol % std::size(lostWhileDown)];
-    const bool again = (*lost & bit) != 0;
-    *lost |= bit;
-    return again;
-}
-
-static void deliveryNote(const MMCH_t& message, bool delivered) {
-    if (message.opcode.request.protocol == MMSG_E_PROTOCOL_STARTUP) {
-        const U32_t bit = numberBit(message.opcode.request.type);
-        undelivered = delivered ? undelivered & ~bit : undelivered | bit;
-    }
-}
-
 bool esaMmsgIsUndelivered(SUS_MMSG type) {
     return (undelivered & numberBit(type)) != 0;
-}
-
-static void shortSendReport(const MMSG_t& message, const EsaSender_t& sender) {
-    ESA_FAULT_AS(sender, "Linux send function fails, sendSize = [%d] is wrong",
-                 static_cast<int>(message.mmch.mmsg_length));
-}
-
-static S32_t messageSend(const MMSG_t& message, const EsaSender_t& sender) {
-    const int length = message.mmch.mmsg_length;
-    const auto sent = static_cast<S32_t>(
-        send(esaControl.socketFdMSM, &message, static_cast<std::size_t>(length), 0));
-    const int error = errno;
-    if (sent != length) {
-        shortSendReport(message, sender);
-        if (sent < 0 && !isTransient(error)) {
-            esaLinkDown();
-            isLostAgain(message);  // it has been reported
-        }
-    }
-    return sent;
-}
-
-static void unsentReport(const MMSG_t& message, const EsaSender_t& sender) {
-    if (isLostAgain(message)) {
-        ESA_TRACE_AS(sender, "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
-                     static_cast<U32_t>(message.mmch.opcode.whole));
-    } else {
-        shortSendReport(message, sender);
-    }
 }
 
 S32_t esaMmsgSend(const EsaSender_t& sender) {
@@ -215,140 +269,4 @@ S32_t esaMmsgSend(const EsaSender_t& sender) {
     }
     deliveryNote(message.mmch, sent == message.mmch.mmsg_length);
     return sent;
-}
-
-// ---- receiving ----
-
-// What is left of the time one pass may wait for a message, in steps.
-class WaitBudget {
-  public:
-    WaitBudget()
-        : steps_(static_cast<int>(esaControl.selectTimeout.sec * 1000 +
-                                  esaControl.selectTimeout.usec / 1000) /
-                 WAIT_STEP_MS) {}
-    bool isSpent() const { return steps_ <= 0; }
-    // Waits one step for `events`; true when they, or the end of the stream, came.
-    bool step(short events) {
-        --steps_;
-        struct pollfd watched = {esaControl.socketFdMSM, events, 0};
-        return poll(&watched, 1, WAIT_STEP_MS) > 0;
-    }
-
-  private:
-    int steps_;
-};
-
-// The receive failed with `error`, or met the end of the stream (`result` not negative).
-static void linkDownUnlessTransient(ssize_t result, int error) {
-    if (result >= 0 || !isTransient(error)) {
-        esaLinkDown();
-    }
-}
-
-static void peekFailed(ssize_t result) {
-    const int error = errno;
-    ESA_TRACE_DUMP_AS(ESA_SENDER(main), &incoming.header, MMSG_K_HEADER_SIZE, "tmpMMCH  =");
-    ESA_FAULT(main, "Linux recv function fails, MSG_PEEK readSize = [%d] is wrong",
-              static_cast<int>(result));
-    linkDownUnlessTransient(result, error);
-}
-
-static void readFailed(ssize_t result) {
-    const int error = errno;
-    ESA_TRACE_DUMP_AS(ESA_SENDER(main), esaControl.esaInMsg, MMSG_K_MESSAGE_MAX, "esaMMSG =");
-    ESA_FAULT(main, "Linux recv function fails, mmsg_length readSize = [%d] is wrong",
-              static_cast<int>(result));
-    linkDownUnlessTransient(result, error);
-}
-
-// Peeks until the header is there whole: a stream does not wait for all of it by itself. Bytes that
-// are there already keep the socket readable, so only the end of the stream is waited for.
-static bool headerPeek(WaitBudget* budget) {
-    bool ended = false;
-    for (;;) {
-        const ssize_t got = recv(esaControl.socketFdMSM, &incoming.header, MMSG_K_HEADER_SIZE,
-                                 MSG_PEEK | MSG_DONTWAIT);
-        if (got == MMSG_K_HEADER_SIZE) {
-            return true;
-        }
-        if (got <= 0 || ended) {
-            peekFailed(got);
-            return false;
-        }
-        if (budget->isSpent()) {
-            return false;
-        }
-        ended = budget->step(POLLRDHUP);
-    }
-}
-
-// One read of the message, at most what is left of it. Every piece is placed at the start of
-// esaInMsg, deliberately not behind the one before. What no buffer holds is thrown away.
-static ssize_t pieceRead() {
-    if (incoming.taken < MMSG_K_MESSAGE_MAX) {
-        const U32_t end = std::min(incoming.length, MMSG_K_MESSAGE_MAX);
-        return recv(esaControl.socketFdMSM, esaControl.esaInMsg, end - incoming.taken,
-                    MSG_DONTWAIT);
-    }
-    U8_t discarded[MMSG_K_MESSAGE_MAX];
-    const U32_t left = incoming.length - incoming.taken;
-    return recv(esaControl.socketFdMSM, discarded, std::min(left, MMSG_K_MESSAGE_MAX),
-                MSG_DONTWAIT);
-}
-
-// What a later piece may leave uncovered belongs to an older message.
-static void behindFirstPieceClear() {
-    if (incoming.taken < MMSG_K_MESSAGE_MAX) {
-        std::memset(esaControl.esaInMsg + incoming.taken, 0, MMSG_K_MESSAGE_MAX - incoming.taken);
-    }
-}
-
-static bool moreArrives(WaitBudget* budget) {
-    while (!budget->isSpent()) {
-        if (budget->step(POLLIN)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-static bool bodyRead(WaitBudget* budget) {
-    for (;;) {
-        const ssize_t got = pieceRead();
-        if (got <= 0) {
-            readFailed(got);
-            return false;
-        }
-        const bool first = incoming.taken == 0;
-        incoming.taken += static_cast<U32_t>(got);
-        if (incoming.taken == incoming.length) {
-            return true;
-        }
-        if (first) {
-            behindFirstPieceClear();
-        }
-        if (!moreArrives(budget)) {
-            return false;
-        }
-    }
-}
-
-bool esaMmsgReceive() {
-    WaitBudget budget;
-    if (incoming.length == 0) {
-        if (!headerPeek(&budget)) {
-            return false;
-        }
-        // A length below the header's is the dispatcher's to reject; the header is taken.
-        incoming.length = std::max<U32_t>(incoming.header.mmsg_length, MMSG_K_HEADER_SIZE);
-    }
-    if (!bodyRead(&budget)) {
-        return false;
-    }
-    if (incoming.length > MMSG_K_MESSAGE_MAX) {
-        // Later pieces may lie over the header by whose length the dispatcher rejects the message.
-        std::memcpy(esaControl.esaInMsg, &incoming.header, MMSG_K_HEADER_SIZE);
-    }
-    incoming = {};
-    return true;
 }

@@ -300,6 +300,11 @@ class CorePlayer : public Player {
                 listener_.send(message);
             }
         };
+        // The beginning of a message, `uses` microseconds after a pass began; how often it is
+        // waited for the rest.
+        commands["half"] = [this](auto&) { listener_.send(Bytes(40)); };
+        commands["uses"] = [](auto& w) { systemCalls.selectUses = w.number(1); };
+        commands["waits"] = [this](auto&) { say(std::exchange(systemCalls.polls, 0), " waits"); };
         commands["gone"] = [this](auto&) {
             std::filesystem::remove(listener_.directory() + "/esadapter");
             commands["drop"](Words(""));

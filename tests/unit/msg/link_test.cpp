@@ -14,6 +14,7 @@
 #include "emp_mesgs.h"
 #include "esa_evl.h"
 #include "link/esa_mmsg.h"
+#include "link/esa_receive.h"
 #include "mpu_gbl.h"
 #include "state/esa_control.h"
 #include "tests/support/fake_alt_event_log.h"
@@ -37,7 +38,7 @@ Bytes pieceOf(int length, int from, int to, int shift = 0) {
     return {message.begin() + from, to == 0 ? message.end() : message.begin() + to};
 }
 
-// A selectTimeout of five short waits; nobody listens at first.
+// A pass waits five short waits; nobody listens at first.
 class LinkPlayer : public Player {
   public:
     LinkPlayer() {
@@ -45,7 +46,6 @@ class LinkPlayer : public Player {
         systemCalls = {};
         esaControl = {};
         esaControl.socketFdMSM = -1;
-        esaControl.selectTimeout = {0, 50000};
         wireTextSet(params_.mmsgDirectory, listener_.directory().c_str());
         pMpuParams = &params_;
         takeAltRecords();
@@ -101,11 +101,11 @@ class LinkPlayer : public Player {
             };
         };
         commands["errors"] = [](auto& w) {
-            systemCalls.receiveErrors = {w.number(1), w.number(2)};
+            systemCalls.receiveErrors = {w.number(1), w.number(2), w.number(3)};
         };
         commands["receive"] = [this](auto&) {
             std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
-            say(esaMmsgReceive() ? "message" : "no message");
+            say(esaMmsgReceive(50) ? "message" : "no message");
             EXPECT_THAT(esaControl.esaWorkSpace, testing::Each(0xEE)) << "past the buffer";
             systemCalls.onPoll = nullptr;
         };
@@ -146,12 +146,17 @@ class LinkPlayer : public Player {
             const S32_t sent = esaMmsgSend(ESA_SENDER(sender));
             const auto took = std::chrono::steady_clock::now() - start;
             const std::chrono::seconds limit(std::exchange(limit_[0], 0));
-            say("sent ", sent, limit.count() > 0 && took >= limit ? " after that" : "");
+            say("sent ", sent, limit.count() > 0 && took >= limit ? " after that" : "",
+                (systemCalls.sendFlags & MSG_DONTWAIT) != 0 ? " without waiting" : "");
             const std::vector<Bytes> out = listener_.take();
             if (!out.empty()) {
                 say("went out: ",
                     out.size() > 1 ? "many" : hexLine({out[0].begin() + 8, out[0].begin() + 20}));
             }
+        };
+        commands["fails"] = [](auto& w) { systemCalls.sendErrors = {w.number(1), w.number(2)}; };
+        commands["refuse"] = [](auto& w) {
+            systemCalls.connectErrors = {w.number(1), w.number(2), w.number(3)};
         };
         commands["fill"] = [this](auto&) {
             socklen_t size = sizeof limit_;
