@@ -227,3 +227,14 @@ TEST(Messages, WhatIsLostIsReportedWhereItsSenderStands) {
         EXPECT_TRUE(trace.take().back().starts_with(fault + ":  MMSG with opcode ")) << fault;
     }
 }
+
+// A line of the printer stands where its field's row does, whichever routine walks the rows.
+TEST(Messages, EachPrintedFieldHasALineOfItsOwn) {
+    TraceCapture trace(0x4010);
+    esaMmsgPrint(wireView<MMSG_t>(received("length=92 cont=0x40 | 02 E1").data()));
+    std::set<std::string> places;
+    for (const std::string& line : trace.take()) {
+        EXPECT_TRUE(places.insert(line.substr(0, line.find(":  "))).second) << line;
+    }
+    EXPECT_EQ(places.size(), 10u + 3u + 17u);
+}
