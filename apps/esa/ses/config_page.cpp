@@ -8,15 +8,12 @@
 
 #include "state/esa_control.h"
 
+namespace {
+
 // Bytes at the head of the enclosure descriptor that its length does not count.
 constexpr U8_t DESCRIPTOR_LENGTH_EXCLUDES = 4;
 
-U32_t configPageSize() {
-    return static_cast<U32_t>(offsetof(ConfDiagPage_t, typeDescHdrs)) +
-           static_cast<U32_t>(sizeof(TypeDescHdr_t)) * esaControl.elementTypeMaxNumber;
-}
-
-static void typeDescriptorsBuild(U8_t* at) {
+void typeDescriptorsBuild(U8_t* at) {
     const TypeDescHdr_t all[SES_K_ELEMENT_TYPES] = {
         {SES_E_ELEMENT_TYPE_DEVICE, esaControl.deviceMaxNumber, 0, 0},
         {SES_E_ELEMENT_TYPE_POWER_SUPPLY, esaControl.powerSupplyMaxNumber, 0, 0},
@@ -26,6 +23,13 @@ static void typeDescriptorsBuild(U8_t* at) {
     };
     const int known = esaBounded(esaControl.elementTypeMaxNumber, SES_K_ELEMENT_TYPES);
     std::memcpy(at, all, sizeof(TypeDescHdr_t) * static_cast<std::size_t>(known));
+}
+
+}  // namespace
+
+U32_t configPageSize() {
+    return static_cast<U32_t>(offsetof(ConfDiagPage_t, typeDescHdrs)) +
+           static_cast<U32_t>(sizeof(TypeDescHdr_t)) * esaControl.elementTypeMaxNumber;
 }
 
 void configPageBuild(U8_t* page) {

@@ -4,6 +4,8 @@
 // expect it to be left out.
 #include "ses/esa_status.h"
 
+#include <cstring>
+
 #include "link/esa_mmsg.h"
 #include "ses/config_page.h"
 #include "ses/esa_mmsg_read.h"
@@ -11,6 +13,8 @@
 #include "ses/status_page.h"
 #include "state/esa_control.h"
 #include "state/esa_trace.h"
+
+namespace {
 
 // A reply in esaWorkSpace: header, SCSI status, then the page or the sense data.
 constexpr U32_t STATUS_OFFSET = MMSG_K_HEADER_SIZE;
@@ -21,8 +25,22 @@ constexpr U32_t PAGE_MAX = MMSG_K_MESSAGE_MAX - PAYLOAD_OFFSET;
 constexpr U32_t BARE_STATUS_LENGTH = 68;
 constexpr U32_t SENSE_DATA_LENGTH = 92;
 
-// Starts the reply to `request`, `length` bytes long; all behind the status byte is zero.
-static U8_t* replyBegin(const MMCH_t& request, U8_t statusCode, U32_t length) {
+// A page that is answered: `size` bytes, which `build` writes. Building may send events, so never
+// into esaWorkSpace.
+struct SesPage {
+    U8_t code;
+    bool needsRoom;  // goes only to a requester that can take all of it
+    U32_t (*size)();
+    void (*build)(U8_t* page);
+};
+constexpr SesPage SES_PAGES[] = {
+    {SES_K_CONFIGURATION_DIAGNOSTIC_PAGE, true, configPageSize, configPageBuild},
+    {SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE, false, statusPageSize, statusPageBuild},
+};
+
+// Starts the reply to `request`, `length` bytes long; all behind the status byte is zero. Returns
+// the place of the payload.
+U8_t* replyBegin(const MMCH_t& request, U8_t statusCode, U32_t length) {
     auto* reply = wireView<MMCH_t>(esaControl.esaWorkSpace);
     esaMmsgHeaderInit(reply, static_cast<MMSG_PROTOCOL>(request.opcode.request.protocol),
                       request.opcode.request.type, length);
@@ -36,13 +54,13 @@ static U8_t* replyBegin(const MMCH_t& request, U8_t statusCode, U32_t length) {
 }
 
 // Bears the name that log readers know of whoever sends a reply.
-static void esaSndDiagPage() {
+void esaSndDiagPage() {
     ESA_TRACE("Send out a Diagnostic Page.");
     esaMmsgPrint(wireView<MMSG_t>(esaControl.esaWorkSpace));
     esaMmsgSend(ESA_SENDER(esaSndDiagPage));
 }
 
-static void senseDataSend(const MMCH_t& request, U8_t senseKey, U8_t asc, U8_t ascq) {
+void senseDataSend(const MMCH_t& request, U8_t senseKey, U8_t asc, U8_t ascq) {
     U8_t* payload = replyBegin(request, SES_K_SCSI_STATUS_CODE_CHECK_CONDITION, SENSE_DATA_LENGTH);
     SenseData_t sense = {};
     sense.responseCode = SES_K_SENSE_RESPONSE_CODE_CURRENT;
@@ -53,51 +71,45 @@ static void senseDataSend(const MMCH_t& request, U8_t senseKey, U8_t asc, U8_t a
     esaSndDiagPage();
 }
 
-static void goodStatusSend(const MMCH_t& request) {
+void goodStatusSend(const MMCH_t& request) {
     replyBegin(request, SES_K_SCSI_STATUS_CODE_GOOD, BARE_STATUS_LENGTH);
     esaSndDiagPage();
 }
 
-static void configPageSend(const MMSG_t* rcvMmsgPtr) {
-    const U32_t size = configPageSize();
-    const auto command = esaMmsgRecord<RcvDiagResCommand_t>(rcvMmsgPtr, MMSG_K_HEADER_SIZE);
-    if (command.allocationLength < size) {
-        return;
-    }
-    configPageBuild(
-        replyBegin(rcvMmsgPtr->mmch, SES_K_SCSI_STATUS_CODE_GOOD, MMSG_K_HEADER_SIZE + size));
-    esaSndDiagPage();
+U32_t allocationOf(const MMSG_t* rcvMmsgPtr) {
+    return esaMmsgRecord<RcvDiagResCommand_t>(rcvMmsgPtr, MMSG_K_HEADER_SIZE).allocationLength;
 }
 
-static void statusPageSend(const MMCH_t& request) {
-    const U32_t size = statusPageSize();
+void pageSend(const MMSG_t* rcvMmsgPtr, const SesPage& page) {
+    const U32_t size = page.size();
+    if (page.needsRoom && allocationOf(rcvMmsgPtr) < size) {
+        return;
+    }
     if (size > PAGE_MAX) {
         ESA_TRACE("Enclosure status page of [%u] bytes does not fit a message.", size);
         return;
     }
-    // The reading sends its events from esaWorkSpace, so the reply begins only after it.
-    StatusPageElements_t elements = {};
-    statusPageRead(&elements);
-    statusPageBuild(elements,
-                    replyBegin(request, SES_K_SCSI_STATUS_CODE_GOOD, MMSG_K_HEADER_SIZE + size));
+    U8_t bytes[PAGE_MAX];
+    page.build(bytes);
+    std::memcpy(
+        replyBegin(rcvMmsgPtr->mmch, SES_K_SCSI_STATUS_CODE_GOOD, MMSG_K_HEADER_SIZE + size), bytes,
+        size);
     esaSndDiagPage();
 }
 
-static void pageSend(const MMSG_t* rcvMmsgPtr, U8_t pageCode) {
-    switch (pageCode) {
-        case SES_K_SUPPORTED_DIAGNOSTIC_PAGE:
-            break;  // peers expect no answer to this one
-        case SES_K_CONFIGURATION_DIAGNOSTIC_PAGE:
-            configPageSend(rcvMmsgPtr);
-            break;
-        case SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE:
-            statusPageSend(rcvMmsgPtr->mmch);
-            break;
-        default:
-            ESA_TRACE("Un-supported SES Page [%d].", pageCode);
-            break;
+void pageAnswer(const MMSG_t* rcvMmsgPtr, U8_t pageCode) {
+    for (const SesPage& page : SES_PAGES) {
+        if (page.code == pageCode) {
+            pageSend(rcvMmsgPtr, page);
+            return;
+        }
+    }
+    if (pageCode != SES_K_SUPPORTED_DIAGNOSTIC_PAGE) {  // peers expect no word about that one
+        ESA_TRACE("Un-supported SES Page [%d].", pageCode);
     }
 }
+
+}  // namespace
 
 void esaStatusSend(const MMSG_t* rcvMmsgPtr, U8_t statusCode, U8_t pageCode, U8_t senseKey,
                    U8_t asc, U8_t ascq) {
@@ -119,6 +131,6 @@ void esaStatusSend(const MMSG_t* rcvMmsgPtr, U8_t statusCode, U8_t pageCode, U8_
     } else if (command == SES_K_SEND_DIAGNOSTIC_COMMAND) {
         goodStatusSend(request);
     } else {
-        pageSend(rcvMmsgPtr, pageCode);
+        pageAnswer(rcvMmsgPtr, pageCode);
     }
 }

@@ -10,6 +10,8 @@
 #include "state/chassis.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 constexpr U32_t ALARM_OVERALL_ECHO = 0x20;  // bit of the overall word a peer gets back
 constexpr U8_t ALARM_COMMON_ECHO = 0x20;    // bit of byte 0 of an alarm record a peer gets back
 constexpr U16_t RPM_PER_SPEED_UNIT = 10;
@@ -21,7 +23,17 @@ constexpr S16_t OVER_FAILURE = 60;
 constexpr S16_t UNDER_WARNING = 1;
 constexpr S16_t UNDER_FAILURE = 0;
 
-static void devicesRead(const EsaChassis_t& chassis, DeviceElementStat_t* devices) {
+// What one reading of the enclosure found. Elements above the arrays are not in here.
+struct Elements {
+    DeviceElementStat_t devices[SES_K_DEVICES_MAX];
+    PowerSupplyElementStat_t powerSupplies[SES_K_POWER_SUPPLIES_MAX];
+    CoolingElementStat_t fans[SES_K_FANS_MAX];
+    TemperatureSensorElementStat_t sensors[SES_K_SENSORS_MAX];
+    AudibleAlarmElementStat_t alarms[SES_K_ALARMS_MAX];
+    U32_t alarmOverall;
+};
+
+void devicesRead(const EsaChassis_t& chassis, DeviceElementStat_t* devices) {
     for (int slot = 0; slot < esaBounded(esaControl.deviceMaxNumber, SES_K_DEVICES_MAX); ++slot) {
         const bool absent = chassis.drivePresent && chassis.drivePresent(slot) != ESA_E_OK;
         devices[slot].commonStatus =
@@ -31,7 +43,7 @@ static void devicesRead(const EsaChassis_t& chassis, DeviceElementStat_t* device
     }
 }
 
-static void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* supplies) {
+void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* supplies) {
     bool changed = false;
     const int count = esaBounded(esaControl.powerSupplyMaxNumber, SES_K_POWER_SUPPLIES_MAX);
     for (int supply = 0; supply < count; ++supply) {
@@ -51,7 +63,7 @@ static void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementSta
     }
 }
 
-static void fanSpeedSet(CoolingElementStat_t* status, U16_t rpm) {
+void fanSpeedSet(CoolingElementStat_t* status, U16_t rpm) {
     const U16_t speed = rpm / RPM_PER_SPEED_UNIT;
     status->actualFanSpeedMsb = (speed >> 8) & 0x3;  // 10 bits travel; faster fans are cut
     status->actualFanSpeed = static_cast<U8_t>(speed);
@@ -60,7 +72,7 @@ static void fanSpeedSet(CoolingElementStat_t* status, U16_t rpm) {
 }
 
 // True when the fan's mark changed.
-static bool fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* status) {
+bool fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* status) {
     U16_t rpm = 0;
     if (!chassis.fanSpeedRead || chassis.fanSpeedRead(fan, &rpm) != ESA_E_OK) {
         // Peers take an unreadable fan for a running one.
@@ -72,7 +84,7 @@ static bool fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* 
     return chassis.fanPageStatus && chassis.fanPageStatus(fan, rpm, status);
 }
 
-static void fansRead(const EsaChassis_t& chassis, CoolingElementStat_t* fans) {
+void fansRead(const EsaChassis_t& chassis, CoolingElementStat_t* fans) {
     bool changed = false;
     for (int fan = 0; fan < esaBounded(esaControl.coolingMaxNumber, SES_K_FANS_MAX); ++fan) {
         changed = fanRead(chassis, fan, &fans[fan]) || changed;
@@ -83,70 +95,67 @@ static void fansRead(const EsaChassis_t& chassis, CoolingElementStat_t* fans) {
     }
 }
 
-static void temperatureSet(TemperatureSensorElementStat_t* status, S16_t degrees) {
-    if (degrees == ESA_K_TEMPERATURE_UNREADABLE) {
-        return;
+TemperatureSensorElementStat_t temperatureStatus(S16_t degrees) {
+    TemperatureSensorElementStat_t status = {};
+    if (degrees != ESA_K_TEMPERATURE_UNREADABLE) {
+        status.temperature = static_cast<U8_t>(degrees + TEMPERATURE_OFFSET);
+        status.otWarning = degrees > OVER_WARNING;
+        status.otFailure = degrees > OVER_FAILURE;
+        status.utWarning = degrees < UNDER_WARNING;
+        status.utFailure = degrees < UNDER_FAILURE;
     }
-    status->temperature = static_cast<U8_t>(degrees + TEMPERATURE_OFFSET);
-    status->otWarning = degrees > OVER_WARNING;
-    status->otFailure = degrees > OVER_FAILURE;
-    status->utWarning = degrees < UNDER_WARNING;
-    status->utFailure = degrees < UNDER_FAILURE;
+    return status;
 }
 
-static void temperaturesRead(const EsaChassis_t& chassis, TemperatureSensorElementStat_t* sensors) {
+void temperaturesRead(const EsaChassis_t& chassis, TemperatureSensorElementStat_t* sensors) {
     if (chassis.temperaturesPageRead) {
         chassis.temperaturesPageRead();
     }
     const int count = esaBounded(esaControl.temperatureSensorMaxNumber, SES_K_SENSORS_MAX);
     for (int sensor = 0; sensor < count; ++sensor) {
-        temperatureSet(&sensors[sensor], esaControl.temperatureSensor[sensor]);
+        sensors[sensor] = temperatureStatus(esaControl.temperatureSensor[sensor]);
     }
 }
 
-static void alarmRead(const EsaChassis_t& chassis, const AudibleAlarmElementCont_t& control,
-                      AudibleAlarmElementStat_t* status) {
-    status->commonStatus = control.commonControl & ALARM_COMMON_ECHO;
-    status->unrecov = control.unrecov;
-    status->crit = control.crit;
-    status->nonCrit = control.nonCrit;
-    status->info = control.info;
-    status->remind = control.setRemind;
-    status->muted = chassis.alarmPageState ? chassis.alarmPageState() == ESA_E_ALARM_STATE_IDLE_S0
-                                           : control.setMute != 0;
-    status->rqstMute = control.setMute;
+AudibleAlarmElementStat_t alarmRead(const EsaChassis_t& chassis,
+                                    const AudibleAlarmElementCont_t& control) {
+    AudibleAlarmElementStat_t status = {};
+    status.commonStatus = control.commonControl & ALARM_COMMON_ECHO;
+    status.unrecov = control.unrecov;
+    status.crit = control.crit;
+    status.nonCrit = control.nonCrit;
+    status.info = control.info;
+    status.remind = control.setRemind;
+    status.muted = chassis.alarmPageState ? chassis.alarmPageState() == ESA_E_ALARM_STATE_IDLE_S0
+                                          : control.setMute != 0;
+    status.rqstMute = control.setMute;
+    return status;
 }
 
-static void alarmsRead(const EsaChassis_t& chassis, StatusPageElements_t* elements) {
-    elements->alarmOverall = esaControl.audibleAlarmElementControlOverall & ALARM_OVERALL_ECHO;
-    for (int alarm = 0; alarm < esaBounded(esaControl.audibleAlarmMaxNumber, SES_K_ALARMS_MAX);
-         ++alarm) {
-        alarmRead(chassis, esaControl.audibleAlarmElementControl[alarm], &elements->alarms[alarm]);
+void alarmsRead(const EsaChassis_t& chassis, AudibleAlarmElementStat_t* alarms) {
+    const int count = esaBounded(esaControl.audibleAlarmMaxNumber, SES_K_ALARMS_MAX);
+    for (int alarm = 0; alarm < count; ++alarm) {
+        alarms[alarm] = alarmRead(chassis, esaControl.audibleAlarmElementControl[alarm]);
     }
 }
 
-void statusPageRead(StatusPageElements_t* elements) {
+Elements elementsRead() {
     const EsaChassis_t& chassis = esaChassisOrNone();
-    devicesRead(chassis, elements->devices);
-    powerSuppliesRead(chassis, elements->powerSupplies);
-    fansRead(chassis, elements->fans);
-    temperaturesRead(chassis, elements->sensors);
-    alarmsRead(chassis, elements);
-}
-
-U32_t statusPageSize() {
-    const U32_t elements = U32_t{esaControl.deviceMaxNumber} + esaControl.powerSupplyMaxNumber +
-                           esaControl.coolingMaxNumber + esaControl.temperatureSensorMaxNumber +
-                           esaControl.audibleAlarmMaxNumber;
-    return static_cast<U32_t>(sizeof(EncStatDiagPageHdr_t)) +
-           SES_K_ELEMENT_SIZE * (SES_K_ELEMENT_TYPES + elements);
+    Elements elements = {};
+    devicesRead(chassis, elements.devices);
+    powerSuppliesRead(chassis, elements.powerSupplies);
+    fansRead(chassis, elements.fans);
+    temperaturesRead(chassis, elements.sensors);
+    alarmsRead(chassis, elements.alarms);
+    elements.alarmOverall = esaControl.audibleAlarmElementControlOverall & ALARM_OVERALL_ECHO;
+    return elements;
 }
 
 // Overall word, the records, and `beyond` for each element the array has no room for. Returns the
 // end of the section.
 template <typename Record, int N>
-static U8_t* sectionBuild(U8_t* at, U32_t overall, const Record (&records)[N], U8_t count,
-                          const Record& beyond = {}) {
+U8_t* sectionBuild(U8_t* at, U32_t overall, const Record (&records)[N], U8_t count,
+                   const Record& beyond = {}) {
     static_assert(sizeof(Record) == SES_K_ELEMENT_SIZE);
     *wireView<Be32>(at) = overall;
     at += SES_K_ELEMENT_SIZE;
@@ -157,7 +166,18 @@ static U8_t* sectionBuild(U8_t* at, U32_t overall, const Record (&records)[N], U
     return at;
 }
 
-void statusPageBuild(const StatusPageElements_t& elements, U8_t* page) {
+}  // namespace
+
+U32_t statusPageSize() {
+    const U32_t elements = U32_t{esaControl.deviceMaxNumber} + esaControl.powerSupplyMaxNumber +
+                           esaControl.coolingMaxNumber + esaControl.temperatureSensorMaxNumber +
+                           esaControl.audibleAlarmMaxNumber;
+    return static_cast<U32_t>(sizeof(EncStatDiagPageHdr_t)) +
+           SES_K_ELEMENT_SIZE * (SES_K_ELEMENT_TYPES + elements);
+}
+
+void statusPageBuild(U8_t* page) {
+    const Elements elements = elementsRead();
     EncStatDiagPageHdr_t header = {};
     header.pageCode = SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE;
     header.pageLength = static_cast<U16_t>(statusPageSize() - SES_K_PAGE_LENGTH_EXCLUDES);
