@@ -24,10 +24,15 @@
 #include "state/esa_fault.h"
 #include "state/esa_trace.h"
 
-static constexpr S32_t SHM_KEY_MIN = 100;
-static constexpr U16_t TRACE_LEVEL_VERBOSE = 0xC0FF;
-static constexpr int RCP_WAIT_TRIES = 18;
-static constexpr unsigned RCP_WAIT_SEC = 10;
+const char* ProgName = "";
+S32_t shmKey;
+
+namespace {
+
+constexpr S32_t SHM_KEY_MIN = 100;
+constexpr U16_t TRACE_LEVEL_VERBOSE = 0xC0FF;
+constexpr int RCP_WAIT_TRIES = 18;
+constexpr unsigned RCP_WAIT_SEC = 10;
 
 enum ExitStatus : int {
     EXIT_ARGUMENTS = 1,
@@ -35,23 +40,103 @@ enum ExitStatus : int {
     EXIT_PARAMETERS = 3,
 };
 
-const char* ProgName = "";
-S32_t shmKey;
-
 // ---- start-up ----
 
-static const char* programName(const char* path) {
+const char* programName(const char* path) {
     const char* slash = std::strrchr(path, '/');
     return slash != nullptr ? slash + 1 : path;
 }
 
-static void traceOpen(const MPU_PARAMS_t* params) {
+void traceOpen(const MPU_PARAMS_t* params) {
     static const char* const trc_modNames[] = {"ESA"};
     TRACE__init(params, "esa_%02d.log", 1, trc_modNames);
     if ((mpuFlags(params) & MPU_K_FLAG_TRACE_VERBOSE) != 0) {
         TRACE__setTraceLevel(ESA_K_TRACE_MODULE, TRACE_LEVEL_VERBOSE);
     }
 }
+
+void backendEventSend(EMP_TYPE type, EsaEventInfo_e information, S32_t result) {
+    EsaEventData_t data = {};
+    data.enclosureType = esaControl.enclosureType;
+    data.information = information;
+    data.general_use1 = static_cast<U32_t>(result);
+    esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, type, &data);
+}
+
+// ---- the loop ----
+
+void selectFailed() {
+    const int error = errno;
+    ESA_FAULT(main, "Linux select function fails");
+    if (error != EINTR) {
+        esaLinkDown();
+    }
+}
+
+// Waits one selectTimeout for the link to become readable: milliseconds left of it when it did,
+// else -1. While the link is down nothing is watched and the wait alone keeps the rhythm.
+int messageAwait() {
+    const bool watched = esaLinkIsUp();
+    fd_set ready;
+    FD_ZERO(&ready);
+    if (watched) {
+        FD_SET(esaControl.socketFdMSM, &ready);
+    }
+    struct timeval timeout = {};
+    timeout.tv_sec = static_cast<time_t>(esaControl.selectTimeout.sec);
+    timeout.tv_usec = static_cast<suseconds_t>(esaControl.selectTimeout.usec);
+    const int descriptors = watched ? esaControl.socketFdMSM + 1 : 0;
+    if (select(descriptors, &ready, nullptr, nullptr, &timeout) == -1) {
+        selectFailed();
+        return -1;
+    }
+    // Linux leaves in the time-out what was not waited.
+    const auto leftMs = static_cast<int>(timeout.tv_sec * 1000 + timeout.tv_usec / 1000);
+    return watched && FD_ISSET(esaControl.socketFdMSM, &ready) ? leftMs : -1;
+}
+
+// What the start-up process must know and did not get while the link was down. The LED is asked
+// for as it should be now, one e-mail stands for all.
+void undeliveredSend() {
+    if (esaMmsgIsUndelivered(SUS_E_MMSG_NOTIFY_INIT_COMPLETE)) {
+        esaInitCompleteSend();
+    }
+    if (esaMmsgIsUndelivered(SUS_E_MMSG_CHANGE_LED_COLOR)) {
+        const bool lit = (esaControl.compositeFaultStatus & ESA_K_FAULT_LED_ON) != 0;
+        esaCompositeFaultMmsgToStartupSend(lit ? ESA_E_GENERR : ESA_E_OK);
+    }
+    if (esaMmsgIsUndelivered(SUS_E_MMSG_SEND_EMAIL_NOTIFICATION)) {
+        esaEmailNotificationMmsgToStartupSend();
+    }
+}
+
+// ---- the timers ----
+
+// Takes one pass off `countdown`. False, and nothing taken, when less than a pass is left: due.
+bool passTaken(MPU_TIME_t* countdown) {
+    const MPU_TIME_t& pass = esaControl.selectTimeout;
+    if (countdown->sec < pass.sec || (countdown->sec == pass.sec && countdown->usec < pass.usec)) {
+        return false;
+    }
+    if (countdown->usec < pass.usec) {
+        countdown->usec += 1000000;
+        --countdown->sec;
+    }
+    countdown->usec -= pass.usec;
+    countdown->sec -= pass.sec;
+    return true;
+}
+
+void backendPoll() {
+    const EsaChassis_t* chassis = esaChassis();
+    if (chassis != nullptr && chassis->poll) {
+        chassis->poll();
+    }
+}
+
+}  // namespace
+
+// ---- start-up ----
 
 void esaInitCompleteSend() {
     auto* message = wireView<MMCH_t>(esaControl.esaWorkSpace);
@@ -71,14 +156,6 @@ void esaRcpCompleteWait(const MPU_PARAMS_t* params) {
         sleep(RCP_WAIT_SEC);
     }
     ESA_TRACE("rcpWaitRetryCount = [%d]", rcpWaitRetryCount);
-}
-
-static void backendEventSend(EMP_TYPE type, EsaEventInfo_e information, S32_t result) {
-    EsaEventData_t data = {};
-    data.enclosureType = esaControl.enclosureType;
-    data.information = information;
-    data.general_use1 = static_cast<U32_t>(result);
-    esaEventMmsgToEmpSend(ESA_E_ID_ES_ADAPTERMP_INFORMATION, type, &data);
 }
 
 void esaBackendInit() {
@@ -132,51 +209,6 @@ int esaMain(int argc, char** argv) {
 
 // ---- the loop ----
 
-static void selectFailed() {
-    const int error = errno;
-    ESA_FAULT(main, "Linux select function fails");
-    if (error != EINTR) {
-        esaLinkDown();
-    }
-}
-
-// Waits one selectTimeout for the link to become readable: milliseconds left of it when it did,
-// else -1. While the link is down nothing is watched and the wait alone keeps the rhythm.
-static int messageAwait() {
-    const bool watched = esaLinkIsUp();
-    fd_set ready;
-    FD_ZERO(&ready);
-    if (watched) {
-        FD_SET(esaControl.socketFdMSM, &ready);
-    }
-    struct timeval timeout = {};
-    timeout.tv_sec = static_cast<time_t>(esaControl.selectTimeout.sec);
-    timeout.tv_usec = static_cast<suseconds_t>(esaControl.selectTimeout.usec);
-    const int descriptors = watched ? esaControl.socketFdMSM + 1 : 0;
-    if (select(descriptors, &ready, nullptr, nullptr, &timeout) == -1) {
-        selectFailed();
-        return -1;
-    }
-    // Linux leaves in the time-out what was not waited.
-    const auto leftMs = static_cast<int>(timeout.tv_sec * 1000 + timeout.tv_usec / 1000);
-    return watched && FD_ISSET(esaControl.socketFdMSM, &ready) ? leftMs : -1;
-}
-
-// What the start-up process must know and did not get while the link was down. The LED is asked
-// for as it should be now, one e-mail stands for all.
-static void undeliveredSend() {
-    if (esaMmsgIsUndelivered(SUS_E_MMSG_NOTIFY_INIT_COMPLETE)) {
-        esaInitCompleteSend();
-    }
-    if (esaMmsgIsUndelivered(SUS_E_MMSG_CHANGE_LED_COLOR)) {
-        const bool lit = (esaControl.compositeFaultStatus & ESA_K_FAULT_LED_ON) != 0;
-        esaCompositeFaultMmsgToStartupSend(lit ? ESA_E_GENERR : ESA_E_OK);
-    }
-    if (esaMmsgIsUndelivered(SUS_E_MMSG_SEND_EMAIL_NOTIFICATION)) {
-        esaEmailNotificationMmsgToStartupSend();
-    }
-}
-
 void esaLoopPass() {
     const int leftMs = messageAwait();
     if (leftMs >= 0 && esaMmsgReceive(leftMs)) {
@@ -189,28 +221,6 @@ void esaLoopPass() {
 }
 
 // ---- the timers ----
-
-// Takes one pass off `countdown`. False, and nothing taken, when less than a pass is left: due.
-static bool passTaken(MPU_TIME_t* countdown) {
-    const MPU_TIME_t& pass = esaControl.selectTimeout;
-    if (countdown->sec < pass.sec || (countdown->sec == pass.sec && countdown->usec < pass.usec)) {
-        return false;
-    }
-    if (countdown->usec < pass.usec) {
-        countdown->usec += 1000000;
-        --countdown->sec;
-    }
-    countdown->usec -= pass.usec;
-    countdown->sec -= pass.sec;
-    return true;
-}
-
-static void backendPoll() {
-    const EsaChassis_t* chassis = esaChassis();
-    if (chassis != nullptr && chassis->poll) {
-        chassis->poll();
-    }
-}
 
 void esaPollTimeoutProcess() {
     if (!passTaken(&esaControl.pollTimeout)) {

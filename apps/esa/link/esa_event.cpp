@@ -9,9 +9,13 @@
 #include "state/esa_control.h"
 #include "state/esa_trace.h"
 
+namespace {
+
 constexpr U8_t EVENT_ID_VERSION = 1;
 constexpr U32_t EVENT_MESSAGE_SIZE = MMSG_K_HEADER_SIZE + sizeof(EsaEvent_t);
 static_assert(EVENT_MESSAGE_SIZE == 360);
+
+}  // namespace
 
 S32_t esaEventMmsgToEmpSend(U16_t eventId, U8_t eventType, const void* eventDataPtr) {
     MMCH_t* header = wireView<MMCH_t>(esaControl.esaWorkSpace);

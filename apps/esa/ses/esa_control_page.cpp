@@ -4,6 +4,7 @@
 #include "ses/esa_control_page.h"
 
 #include <cstddef>
+#include <optional>
 
 #include "link/esa_element_event.h"
 #include "link/esa_event.h"
@@ -27,36 +28,36 @@ struct ControlWalk {
     ESA_CODE_e result;  // of the last back-end call that gave one
 };
 
-// False when the next record does not lie wholly inside the message.
+// Nothing when the next record does not lie wholly inside the message.
 template <typename Record>
-bool recordTake(ControlWalk* walk, Record* record) {
+std::optional<Record> recordTake(ControlWalk* walk) {
     static_assert(sizeof(Record) == SES_K_ELEMENT_SIZE);
     if (walk->offset + sizeof(Record) > esaMmsgSize(walk->message)) {
-        return false;
+        return std::nullopt;
     }
-    *record = esaMmsgRecord<Record>(walk->message, walk->offset);
+    const auto record = esaMmsgRecord<Record>(walk->message, walk->offset);
     walk->offset += SES_K_ELEMENT_SIZE;
-    return true;
+    return record;
 }
 
 // Stores one section's overall word and records; act(index, selected) follows each record that was
 // stored. False when the section does not lie wholly inside the message.
 template <typename Record, int N, typename Act>
 bool sectionProc(ControlWalk* walk, U8_t count, U32_t* overall, Record (&records)[N], Act act) {
-    Be32 word;
-    if (!recordTake(walk, &word)) {
+    const auto word = recordTake<Be32>(walk);
+    if (!word) {
         return false;
     }
-    *overall = word;
+    *overall = *word;
     for (int n = 0; n < count; ++n) {
-        Record record;
-        if (!recordTake(walk, &record)) {
+        const auto record = recordTake<Record>(walk);
+        if (!record) {
             return false;
         }
         if (n < N) {
-            records[n] = record;
-            act(n,
-                (word & OVERALL_SELECT) != 0 && (record.commonControl & SES_K_CONTROL_SELECT) != 0);
+            records[n] = *record;
+            act(n, (*word & OVERALL_SELECT) != 0 &&
+                       (record->commonControl & SES_K_CONTROL_SELECT) != 0);
         }
     }
     return true;

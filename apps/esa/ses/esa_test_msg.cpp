@@ -41,22 +41,35 @@ void receiveDiagnosticBuild(U8_t pageCode) {
     lengthSet(userData() + sizeof *command);
 }
 
-// Writes an overall word of 0 and `count` records set up by `request`; the end of the section.
+// Writes an overall word of 0 and the `count` records of `request`. Returns the section's end.
 template <typename Record>
-U8_t* sectionBuild(U8_t* at, int count, void (*request)(int index, Record* record)) {
+U8_t* sectionBuild(U8_t* at, int count, Record (*request)(int index)) {
     *wireView<Be32>(at) = 0;
     at += SES_K_ELEMENT_SIZE;
     for (int index = 0; index < count; ++index) {
-        Record* record = wireView<Record>(at);
-        *record = {};
-        request(index, record);
+        *wireView<Record>(at) = request(index);
         at += SES_K_ELEMENT_SIZE;
     }
     return at;
 }
 
-void driveFaultRequest(int slot, DeviceElementCont_t* record) {
-    record->rqstFault = slot == 0 || slot == 3 || slot == 7 || slot == 12;
+DeviceElementCont_t driveFaultRequest(int slot) {
+    DeviceElementCont_t record = {};
+    record.rqstFault = slot == 0 || slot == 3 || slot == 7 || slot == 12;
+    return record;
+}
+
+template <typename Record>
+Record onRequest(int) {
+    Record record = {};
+    record.rqstOn = 1;
+    return record;
+}
+
+AudibleAlarmElementCont_t muteRequest(int) {
+    AudibleAlarmElementCont_t record = {};
+    record.setMute = 1;
+    return record;
 }
 
 void controlPageBuild(SndDiagCommand_t* command) {
@@ -65,17 +78,13 @@ void controlPageBuild(SndDiagCommand_t* command) {
     *header = {};
     header->pageCode = SES_K_ENCLOSURE_CONTROL_DIAGNOSTIC_PAGE;
     U8_t* end = page + sizeof *header;
-    end = sectionBuild<DeviceElementCont_t>(
-        end, esaBounded(esaControl.deviceMaxNumber, SES_K_DEVICES_MAX), driveFaultRequest);
-    end = sectionBuild<PowerSupplyElementCont_t>(
-        end, esaBounded(esaControl.powerSupplyMaxNumber, SES_K_POWER_SUPPLIES_MAX),
-        [](int, PowerSupplyElementCont_t* record) { record->rqstOn = 1; });
-    end = sectionBuild<CoolingElementCont_t>(
-        end, esaControl.coolingMaxNumber,
-        [](int, CoolingElementCont_t* record) { record->rqstOn = 1; });
-    end = sectionBuild<AudibleAlarmElementCont_t>(
-        end, esaBounded(esaControl.audibleAlarmMaxNumber, SES_K_ALARMS_MAX),
-        [](int, AudibleAlarmElementCont_t* record) { record->setMute = 1; });
+    end = sectionBuild(end, esaBounded(esaControl.deviceMaxNumber, SES_K_DEVICES_MAX),
+                       driveFaultRequest);
+    end = sectionBuild(end, esaBounded(esaControl.powerSupplyMaxNumber, SES_K_POWER_SUPPLIES_MAX),
+                       onRequest<PowerSupplyElementCont_t>);
+    end = sectionBuild(end, esaControl.coolingMaxNumber, onRequest<CoolingElementCont_t>);
+    end = sectionBuild(end, esaBounded(esaControl.audibleAlarmMaxNumber, SES_K_ALARMS_MAX),
+                       muteRequest);
     command->parameterListLength = static_cast<U16_t>(end - page);
     lengthSet(end);
 }

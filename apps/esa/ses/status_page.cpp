@@ -63,24 +63,32 @@ void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* su
     }
 }
 
-void fanSpeedSet(CoolingElementStat_t* status, U16_t rpm) {
+CoolingElementStat_t fanStatus(U16_t rpm) {
     const U16_t speed = rpm / RPM_PER_SPEED_UNIT;
-    status->actualFanSpeedMsb = (speed >> 8) & 0x3;  // 10 bits travel; faster fans are cut
-    status->actualFanSpeed = static_cast<U8_t>(speed);
-    status->off = speed == 0;
-    status->actualSpeedCode = speed == 0 ? SES_E_FAN_ACTUAL_STOP : SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+    CoolingElementStat_t status = {};
+    status.actualFanSpeedMsb = (speed >> 8) & 0x3;  // 10 bits travel; faster fans are cut
+    status.actualFanSpeed = static_cast<U8_t>(speed);
+    status.off = speed == 0;
+    status.actualSpeedCode = speed == 0 ? SES_E_FAN_ACTUAL_STOP : SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+    return status;
+}
+
+// Peers take an unreadable fan for a running one.
+CoolingElementStat_t unreadableFanStatus() {
+    CoolingElementStat_t status = {};
+    status.actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+    return status;
 }
 
 // True when the fan's mark changed.
 bool fanRead(const EsaChassis_t& chassis, int fan, CoolingElementStat_t* status) {
     U16_t rpm = 0;
     if (!chassis.fanSpeedRead || chassis.fanSpeedRead(fan, &rpm) != ESA_E_OK) {
-        // Peers take an unreadable fan for a running one.
-        status->actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;
+        *status = unreadableFanStatus();
         return false;
     }
     ESA_TRACE("Fan [%d] has RPM [%d] divided by a factor of 10.", fan, rpm);
-    fanSpeedSet(status, rpm);
+    *status = fanStatus(rpm);
     return chassis.fanPageStatus && chassis.fanPageStatus(fan, rpm, status);
 }
 
@@ -183,12 +191,10 @@ void statusPageBuild(U8_t* page) {
     header.pageLength = static_cast<U16_t>(statusPageSize() - SES_K_PAGE_LENGTH_EXCLUDES);
     *wireView<EncStatDiagPageHdr_t>(page) = header;
 
-    CoolingElementStat_t unreadableFan = {};
-    unreadableFan.actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;
     U8_t* at = page + sizeof header;
     at = sectionBuild(at, 0, elements.devices, esaControl.deviceMaxNumber);
     at = sectionBuild(at, 0, elements.powerSupplies, esaControl.powerSupplyMaxNumber);
-    at = sectionBuild(at, 0, elements.fans, esaControl.coolingMaxNumber, unreadableFan);
+    at = sectionBuild(at, 0, elements.fans, esaControl.coolingMaxNumber, unreadableFanStatus());
     at = sectionBuild(at, 0, elements.sensors, esaControl.temperatureSensorMaxNumber);
     sectionBuild(at, elements.alarmOverall, elements.alarms, esaControl.audibleAlarmMaxNumber);
 }

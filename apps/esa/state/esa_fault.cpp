@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Critical-fault reporting. The dump of the service's state is a table walked by one routine. Texts
-// and order are the log readers'; the uneven blanks before some equals signs are theirs too. Only
-// reads the control block, so it may be called while a message is half built.
+// and order are the log readers'; the uneven blanks before some equals signs are theirs too. Reads
+// the control block and sets but esaDebug in it, so it may be called while a message is half built.
 #include "state/esa_fault.h"
 
 #include <algorithm>
@@ -15,8 +15,6 @@
 
 char esaDebugMsg[1024];
 U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];
-
-static constexpr U32_t BUFFER_BYTES_KEPT = 256;  // of each message buffer
 
 // The box and the dump are written at the critical level, all in the name of esaFault; a line of
 // the dump is its table row's.
@@ -36,9 +34,11 @@ static constexpr U32_t BUFFER_BYTES_KEPT = 256;  // of each message buffer
         }                                                                                          \
     } while (0)
 
-// ---- the dump ----
-
 namespace {
+
+constexpr U32_t BUFFER_BYTES_KEPT = 256;  // of each message buffer
+
+// ---- the dump ----
 
 enum class Form {
     DECIMAL,       // "= [%d]"
@@ -57,14 +57,12 @@ struct DumpRow {
     int line;    // of the row
 };
 
-}  // namespace
-
 #define ROW(form, field) \
     { Form::form, #field, &esaControl.field, sizeof esaControl.field, __LINE__ }
 #define BYTES_ROW(title, field) \
     { Form::BYTES, title, &esaControl.field, sizeof esaControl.field, __LINE__ }
 
-static const DumpRow DUMP[] = {
+const DumpRow DUMP[] = {
     ROW(DECIMAL, socketFdMSM),
     ROW(TEXT, socketAddressMSM.sun_path),
     ROW(DECIMAL, i2cFileFd),
@@ -115,7 +113,7 @@ static const DumpRow DUMP[] = {
 #undef ROW
 #undef BYTES_ROW
 
-static int valueAt(const void* data, U32_t width) {
+int valueAt(const void* data, U32_t width) {
     switch (width) {
         case sizeof(U8_t):
             return *static_cast<const U8_t*>(data);
@@ -126,7 +124,7 @@ static int valueAt(const void* data, U32_t width) {
     }
 }
 
-static void sensorsDump(const DumpRow& row) {
+void sensorsDump(const DumpRow& row) {
     const U32_t width = row.size / SES_K_SENSORS_MAX;
     const int blanks = 26 - static_cast<int>(std::strlen(row.name));
     for (U32_t n = 0; n < SES_K_SENSORS_MAX; ++n) {
@@ -135,7 +133,7 @@ static void sensorsDump(const DumpRow& row) {
     }
 }
 
-static void rowDump(const DumpRow& row) {
+void rowDump(const DumpRow& row) {
     switch (row.form) {
         case Form::DECIMAL:
             FAULT_TRACE_AT(row.line, "esaControl.%-34s= [%d]", row.name,
@@ -161,14 +159,14 @@ static void rowDump(const DumpRow& row) {
     }
 }
 
-static void controlBlockDump() {
+void controlBlockDump() {
     for (const DumpRow& row : DUMP) {
         rowDump(row);
     }
     FAULT_TRACE("\nFinish the Enclosure Services Adapter internal data dump.");
 }
 
-static void boxWrite(const char* fileName, int lineNo, const char* fnName) {
+void boxWrite(const char* fileName, int lineNo, const char* fnName) {
     FAULT_TRACE("********************** Critical Error *********************");
     FAULT_TRACE("| File:      %s", fileName);
     FAULT_TRACE("| Function:  %s", fnName);
@@ -179,7 +177,7 @@ static void boxWrite(const char* fileName, int lineNo, const char* fnName) {
 
 // ---- the alternate event log ----
 
-static EsaErrorMsg_t errorMessageOf(const char* fileName, int lineNo, const char* fnName) {
+EsaErrorMsg_t errorMessageOf(const char* fileName, int lineNo, const char* fnName) {
     EsaErrorMsg_t error = {};
     wireTextSet(error.esaFileName, fileName);
     wireTextSet(error.esaFunctionName, fnName);
@@ -189,11 +187,11 @@ static EsaErrorMsg_t errorMessageOf(const char* fileName, int lineNo, const char
 }
 
 template <typename Bytes>
-static void bytesCopy(Bytes& to, const Bytes& from) {
+void bytesCopy(Bytes& to, const Bytes& from) {
     std::memcpy(&to, &from, sizeof to);
 }
 
-static void elementsCopy(EsaInfo_t& info) {
+void elementsCopy(EsaInfo_t& info) {
     info.deviceElementControlOverall = esaControl.deviceElementControlOverall;
     bytesCopy(info.deviceElementControl, esaControl.deviceElementControl);
     info.deviceElementStatusOverall = esaControl.deviceElementStatusOverall;
@@ -219,11 +217,11 @@ static void elementsCopy(EsaInfo_t& info) {
     bytesCopy(info.audibleAlarmElementStatus, esaControl.audibleAlarmElementStatus);
 }
 
-static EsaTime_t wireTimeOf(const MPU_TIME_t& time) {
+EsaTime_t wireTimeOf(const MPU_TIME_t& time) {
     return {time.sec, time.usec};
 }
 
-static EsaInfo_t infoOf() {
+EsaInfo_t infoOf() {
     EsaInfo_t info = {};
     info.socketFdMSM = static_cast<U32_t>(esaControl.socketFdMSM);
     info.socketAddressMSM.sun_family = esaControl.socketAddressMSM.sun_family;
@@ -248,7 +246,7 @@ static EsaInfo_t infoOf() {
     return info;
 }
 
-static void recordBuild(ESA_EV_ID evId, const void* payload, U32_t length) {
+void recordBuild(ESA_EV_ID evId, const void* payload, U32_t length) {
     std::memset(esaBugCheckWorkSpace, 0, sizeof esaBugCheckWorkSpace);
     auto* header = wireView<EmpEvLogHeader_t>(esaBugCheckWorkSpace);
     header->evStructLength = static_cast<U16_t>(length);
@@ -260,7 +258,7 @@ static void recordBuild(ESA_EV_ID evId, const void* payload, U32_t length) {
     std::memcpy(esaBugCheckWorkSpace + sizeof *header, payload, length);
 }
 
-static void recordsStore(const EsaErrorMsg_t& error) {
+void recordsStore(const EsaErrorMsg_t& error) {
     recordBuild(ESA_E_ID_ES_ADAPTERMP_BUGCHECK_ERROR_MSG, &error, sizeof error);
     altEventLogM(esaBugCheckWorkSpace, pMpuParams);
     const EsaInfo_t info = infoOf();
@@ -272,6 +270,8 @@ static void recordsStore(const EsaErrorMsg_t& error) {
                 BUFFER_BYTES_KEPT);
     altEventLog(esaBugCheckWorkSpace, pMpuParams, -1);
 }
+
+}  // namespace
 
 void esaFault(const char* fileName, int lineNo, const char* fnName, const char* msg, ...) {
     va_list values;
