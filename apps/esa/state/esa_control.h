@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The service control block: the whole state of the service in one global record, and the small
-// enumerations declared beside it. Host byte order, but for the SES element records, which are
-// kept as they travel. One thread reads and writes it; nothing else holds state.
+// The service control block: the state of the service in one global record, and the small
+// enumerations declared beside it. Host byte order, but for the SES element records, which are kept
+// as they travel. One thread reads and writes it.
+//
+// Outside stand only: the link's state and the message half read (link/), whether an alarm setter
+// runs (policy/composite_fault), the row in force (state/chassis.h), text and record of the latest
+// critical fault (state/esa_fault), the personality file's text (start/personality), ProgName and
+// shmKey (esamain).
 #pragma once
 
 #include <sys/un.h>
@@ -192,9 +197,15 @@ struct WinbondControl_t {
     U8_t pwmOut4ControlRegister;
 };
 
+// Each group names its owners, the floors or files that write it. "Not set": the field keeps its
+// place and its 0 for the dump of a critical fault and for the alternate event log.
 struct EsaControl_s {
-    S32_t socketFdMSM;  // connected stream socket to the switch; -1 while the link is down
+    // The link: link/esa_mmsg.
+    S32_t socketFdMSM;  // stream socket to the switch; -1 while the link is down
     struct sockaddr_un socketAddressMSM;
+
+    // The enclosure: start/, from the personality file. Chassis that know better set their counts
+    // and addresses at bring-up.
     S32_t i2cFileFd;                      // the enclosure device; negative when it did not open
     KORVO_E_CHASSIS_t enclosureType;      // a KORVO_E_CHASSIS_e, selects the chassis row
     U8_t i2cAddressVsc055;                // 7-bit addresses
@@ -202,7 +213,7 @@ struct EsaControl_s {
     U8_t i2cAddressW83782d;
     U8_t i2cAddressW83792ad;
     U8_t i2cAddressPca9539;
-    U32_t i2cDeviceFaultStatus;  // one bit per unreachable device, bits as in the chassis row
+    U32_t i2cDeviceFaultStatus;  // bus/: one bit per unreachable device, bits as in the chassis row
     U8_t elementTypeMaxNumber;
     // Counts as the personality file gives them: they are reported as they stand and may exceed
     // the arrays; every array access is bounded by esaBounded().
@@ -211,37 +222,47 @@ struct EsaControl_s {
     U8_t coolingMaxNumber;
     U8_t temperatureSensorMaxNumber;
     U8_t audibleAlarmMaxNumber;
-    U8_t i2cConnected;                // 1: the back-end found its devices; polls run only then
-    U8_t pageCodeInRecentSndDiagCmd;  // answered when a request names no page
+    U8_t i2cConnected;                // bus/, bring-up: 1, its devices answer; polls run only then
+    U8_t pageCodeInRecentSndDiagCmd;  // ses/: answered when a request names no page
     U8_t sesTypeDescriptorList[SES_K_ELEMENT_TYPES];
+
+    // Drives: ses/, from control pages.
     U32_t deviceElementControlOverall;
     DeviceElementCont_t deviceElementControl[SES_K_DEVICES_MAX];
-    U32_t deviceElementStatusOverall;
-    DeviceElementStat_t deviceElementStatus[SES_K_DEVICES_MAX];
+    U32_t deviceElementStatusOverall;                            // not set
+    DeviceElementStat_t deviceElementStatus[SES_K_DEVICES_MAX];  // not set
     U32_t driveFaultLedStatus0;  // bit n: fault LED of drive n is on
-    U32_t driveFaultLedStatus1;
+    U32_t driveFaultLedStatus1;  // not set
+
+    // Supplies: requests ses/, the rest chips/, chassis/ and policy/supply as they are read.
     U32_t powerSupplyElementControlOverall;
     PowerSupplyElementCont_t powerSupplyElementControl[SES_K_POWER_SUPPLIES_MAX];
-    U32_t powerSupplyElementStatusOverall;
-    PowerSupplyElementStat_t powerSupplyElementStatus[SES_K_POWER_SUPPLIES_MAX];
-    U32_t powerSupplyStatus;       // ESA_K_POWER_ bits
+    U32_t powerSupplyElementStatusOverall;                                        // not set
+    PowerSupplyElementStat_t powerSupplyElementStatus[SES_K_POWER_SUPPLIES_MAX];  // not set
+    U32_t powerSupplyStatus;       // ESA_K_POWER_ bits; NO_FAULT_REQUESTED is ses/'s
     double powerSupplyVoltage5V;   // volts
     double powerSupplyVoltage12V;  // volts
+
+    // Fans: requests ses/, speeds and faults policy/fan_failure, limits start/ or bring-up, loads
+    // whoever loads: policy/fan_policy, the chips' load routines, ses/ for what a page switched.
     U32_t coolingElementControlOverall;
     CoolingElementCont_t coolingElementControl[SES_K_FANS_MAX];
-    U32_t coolingElementStatusOverall;
-    CoolingElementStat_t coolingElementStatus[SES_K_FANS_MAX];
-    U8_t coolingElementOnOff[SES_K_FANS_MAX];  // EsaFanOnOff_e
-    U32_t fanFaultStatus;                      // bit n: fan n has failed
-    U32_t fanFaultRpmLimit;                    // a fan below this many RPM has failed
-    U32_t fanPwmLoadMinimum;                   // percent; the ladder does not go below
-    U8_t fanSpeedDivisor;                      // tachometer divisor
-    U8_t fanPwmLoad[SES_K_FANS_MAX];           // percent last loaded
-    U16_t fanRpmSpeed[SES_K_FANS_MAX];         // RPM last measured
+    U32_t coolingElementStatusOverall;                          // not set
+    CoolingElementStat_t coolingElementStatus[SES_K_FANS_MAX];  // not set
+    U8_t coolingElementOnOff[SES_K_FANS_MAX];                   // EsaFanOnOff_e
+    U32_t fanFaultStatus;                                       // bit n: fan n has failed
+    U32_t fanFaultRpmLimit;             // a fan below this many RPM has failed
+    U32_t fanPwmLoadMinimum;            // percent; the ladder does not go below
+    U8_t fanSpeedDivisor;               // tachometer divisor
+    U8_t fanPwmLoad[SES_K_FANS_MAX];    // percent last loaded
+    U16_t fanRpmSpeed[SES_K_FANS_MAX];  // RPM last measured
+
+    // Temperatures: requests ses/, readings chassis/ and policy/poll, bands and average policy/,
+    // limits start/ or bring-up.
     U32_t temperatureSensorElementControlOverall;
     TemperatureSensorElementCont_t temperatureSensorElementControl[SES_K_SENSORS_MAX];
-    U32_t temperatureSensorElementStatusOverall;
-    TemperatureSensorElementStat_t temperatureSensorElementStatus[SES_K_SENSORS_MAX];
+    U32_t temperatureSensorElementStatusOverall;                                       // not set
+    TemperatureSensorElementStat_t temperatureSensorElementStatus[SES_K_SENSORS_MAX];  // not set
     S16_t temperatureSensor[SES_K_SENSORS_MAX];        // degrees Celsius or UNREADABLE
     U32_t temperatureReportStatus[SES_K_SENSORS_MAX];  // band last reported as an event
     S16_t temperatureSensorAverage;                    // degrees Celsius
@@ -252,23 +273,30 @@ struct EsaControl_s {
     U32_t fanPwm100To75TemperatureThreshold;
     U32_t fanPwm75To50TemperatureThreshold;
     U32_t fanPwm50To25TemperatureThreshold;
+
+    // Alarm: requests ses/; its state whoever sets it, ses/, policy/composite_fault and chassis/.
     U32_t audibleAlarmElementControlOverall;
     AudibleAlarmElementCont_t audibleAlarmElementControl[SES_K_ALARMS_MAX];
-    U32_t audibleAlarmElementStatusOverall;
-    AudibleAlarmElementStat_t audibleAlarmElementStatus[SES_K_ALARMS_MAX];
-    U32_t alarmState;            // an EsaAlarmState_e
+    U32_t audibleAlarmElementStatusOverall;                                 // not set
+    AudibleAlarmElementStat_t audibleAlarmElementStatus[SES_K_ALARMS_MAX];  // not set
+    U32_t alarmState;                                                       // an EsaAlarmState_e
+
     U32_t compositeFaultStatus;  // ESA_K_FAULT_ bits, changed by esaCompositeFaultManage only
-    U8_t esaDebug;
-    U8_t esaInMsg[MMSG_K_MESSAGE_MAX];      // the message being handled
+    U8_t esaDebug;               // 1 from start/ on, and from the first critical fault on
+    U8_t esaInMsg[MMSG_K_MESSAGE_MAX];      // link/esa_receive: the message being handled
     U8_t esaWorkSpace[MMSG_K_MESSAGE_MAX];  // every outgoing message is built here and sent at once
+
+    // Register shadows: the chip's file in chips/.
     VitesseControl_t vitesse;
     W83792adControl_t w83792ad;
     Pca9539Control_t pca9539;
     WinbondControl_t winbond[ESA_K_BACKPLANES_MAX];
+
+    // Timers: esamain.
     MPU_TIME_t selectTimeout;      // wait of one loop pass
     MPU_TIME_t pollTimeout;        // countdown to the next hardware poll, in passes
     MPU_TIME_t reportTimeout;      // countdown to the next statistics report
-    U32_t reportTimeoutUserInput;  // seconds; 0: no statistics report
+    U32_t reportTimeoutUserInput;  // seconds; 0: no statistics report. Not set, so there is none
 };
 using EsaControl_t = EsaControl_s;
 
