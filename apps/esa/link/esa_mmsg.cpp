@@ -103,7 +103,7 @@ bool isAttemptDue() {
     return state.connecting || ++state.passesDown >= CONNECT_EVERY_PASSES;
 }
 
-bool isAttemptSuccessful() {
+bool attempt() {
     if (!state.connecting && !socketOpen()) {
         return false;
     }
@@ -165,12 +165,12 @@ ssize_t inOneGo(const MMSG_t& message) {
     return sent;
 }
 
-// Behind a part of a message the next one would start inside it.
 S32_t messageSend(const MMSG_t& message, const EsaSender_t& sender) {
     const auto sent = static_cast<S32_t>(inOneGo(message));
     if (sent == message.mmch.mmsg_length) {
         return sent;
     }
+    // Behind a part of a message the next one would start inside it.
     const bool linkEnds = sent >= 0 || !esaLinkOutlives(errno);
     shortSendReport(message, sender);
     if (linkEnds) {
@@ -228,7 +228,7 @@ bool esaLinkPass() {
     if (esaLinkIsUp() || !isAttemptDue()) {
         return false;
     }
-    const bool connected = isAttemptSuccessful();
+    const bool connected = attempt();
     if (connected) {
         ESA_TRACE("The link to MSM is up again with socket [%d].", esaControl.socketFdMSM);
     } else if (!state.connecting) {

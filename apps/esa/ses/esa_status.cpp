@@ -80,7 +80,7 @@ U32_t allocationOf(const MMSG_t* rcvMmsgPtr) {
     return esaMmsgRecord<RcvDiagResCommand_t>(rcvMmsgPtr, MMSG_K_HEADER_SIZE).allocationLength;
 }
 
-void pageSend(const MMSG_t* rcvMmsgPtr, const SesPage& page) {
+void knownPageSend(const MMSG_t* rcvMmsgPtr, const SesPage& page) {
     const U32_t size = page.size();
     if (page.needsRoom && allocationOf(rcvMmsgPtr) < size) {
         return;
@@ -97,10 +97,10 @@ void pageSend(const MMSG_t* rcvMmsgPtr, const SesPage& page) {
     esaSndDiagPage();
 }
 
-void pageAnswer(const MMSG_t* rcvMmsgPtr, U8_t pageCode) {
+void pageSend(const MMSG_t* rcvMmsgPtr, U8_t pageCode) {
     for (const SesPage& page : SES_PAGES) {
         if (page.code == pageCode) {
-            pageSend(rcvMmsgPtr, page);
+            knownPageSend(rcvMmsgPtr, page);
             return;
         }
     }
@@ -131,6 +131,6 @@ void esaStatusSend(const MMSG_t* rcvMmsgPtr, U8_t statusCode, U8_t pageCode, U8_
     } else if (command == SES_K_SEND_DIAGNOSTIC_COMMAND) {
         goodStatusSend(request);
     } else {
-        pageAnswer(rcvMmsgPtr, pageCode);
+        pageSend(rcvMmsgPtr, pageCode);
     }
 }

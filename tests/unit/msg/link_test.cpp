@@ -62,6 +62,11 @@ class LinkPlayer : public Player {
     void connectCommands() {
         commands["listen"] = [this](auto&) { listener_.open(); };
         commands["connect"] = [this](auto&) { say(esaLinkOpen() ? "connected" : "not connected"); };
+        commands["up"] = [this](auto&) {
+            listener_.open();
+            EXPECT_TRUE(esaLinkOpen() && listener_.accept());
+            systemCalls.connects = 0;
+        };
         commands["accept"] = [this](auto&) { say(listener_.accept() ? "accepted" : "nobody"); };
         commands["drop"] = [this](auto&) { listener_.drop(); };
         commands["down"] = [](auto&) { esaLinkDown(); };
