@@ -13,6 +13,8 @@
 #include <cstdarg>
 #include <cstring>
 
+#include "basetypes.h"
+
 SystemCalls systemCalls;
 
 int select(int descriptors, fd_set* readable, fd_set* writable, fd_set* failed,
@@ -28,9 +30,10 @@ int select(int descriptors, fd_set* readable, fd_set* writable, fd_set* failed,
         systemCalls.selectError = 0;
         return -1;
     }
-    const long left = std::max(systemCalls.selectMicroseconds - systemCalls.selectUses, 0L);
-    timeout->tv_sec = static_cast<time_t>(left / 1000000);
-    timeout->tv_usec = static_cast<suseconds_t>(left % 1000000);
+    const auto left =
+        std::max<std::int64_t>(systemCalls.selectMicroseconds - systemCalls.selectUses, 0);
+    timeout->tv_sec = narrowTo<time_t>(left / 1000000);
+    timeout->tv_usec = narrowTo<suseconds_t>(left % 1000000);
     const struct timespec now = {};
     return pselect(descriptors, readable, writable, failed, &now, nullptr);
 }
