@@ -163,7 +163,7 @@ void dumpByte(const U8_t* bytes, U32_t index) {
     if (index % DUMP_ROW_BYTES == 0) {
         // Eight digits on every target: the low 32 bits of the address.
         dumpText("\n0x");
-        dumpHex(static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(bytes + index)), 8);
+        dumpHex(reinterpret_cast<std::uintptr_t>(bytes + index) & UINT32_MAX, 8);
         dumpText(": ");
     } else if (index % DUMP_GROUP_BYTES == 0) {
         dumpText(" ");

@@ -166,7 +166,7 @@ ssize_t inOneGo(const MMSG_t& message) {
 }
 
 S32_t messageSend(const MMSG_t& message, const EsaSender_t& sender) {
-    const auto sent = static_cast<S32_t>(inOneGo(message));
+    const auto sent = narrowTo<S32_t>(inOneGo(message));
     if (sent == message.mmch.mmsg_length) {
         return sent;
     }
@@ -239,7 +239,7 @@ bool esaLinkPass() {
 
 void esaMmsgHeaderInit(MMCH_t* message, MMSG_PROTOCOL protocol, U32_t type, U32_t length) {
     std::memset(static_cast<void*>(message), 0, std::max(length, MMSG_K_HEADER_SIZE));
-    const auto address = static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(message));
+    const U32_t address = reinterpret_cast<std::uintptr_t>(message) & UINT32_MAX;
     message->mmch_lh.flink = address;
     message->mmch_lh.blink = address;
     message->message_type = MSG_E_TYPE_MMSG;

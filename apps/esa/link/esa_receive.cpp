@@ -56,16 +56,14 @@ bool isInterrupted(ssize_t result, int error) {
 bool peekInterrupted(ssize_t result) {
     const int error = errno;
     ESA_TRACE_DUMP_AS(ESA_SENDER(main), &incoming.header, MMSG_K_HEADER_SIZE, "tmpMMCH  =");
-    ESA_FAULT(main, "Linux recv function fails, MSG_PEEK readSize = [%d] is wrong",
-              static_cast<int>(result));
+    ESA_FAULT(main, "Linux recv function fails, MSG_PEEK readSize = [%zd] is wrong", result);
     return isInterrupted(result, error);
 }
 
 bool readInterrupted(ssize_t result) {
     const int error = errno;
     ESA_TRACE_DUMP_AS(ESA_SENDER(main), esaControl.esaInMsg, MMSG_K_MESSAGE_MAX, "esaMMSG =");
-    ESA_FAULT(main, "Linux recv function fails, mmsg_length readSize = [%d] is wrong",
-              static_cast<int>(result));
+    ESA_FAULT(main, "Linux recv function fails, mmsg_length readSize = [%zd] is wrong", result);
     return isInterrupted(result, error);
 }
 

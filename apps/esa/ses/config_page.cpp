@@ -28,8 +28,8 @@ void typeDescriptorsBuild(U8_t* at) {
 }  // namespace
 
 U32_t configPageSize() {
-    return static_cast<U32_t>(offsetof(ConfDiagPage_t, typeDescHdrs)) +
-           static_cast<U32_t>(sizeof(TypeDescHdr_t)) * esaControl.elementTypeMaxNumber;
+    return U32_t{offsetof(ConfDiagPage_t, typeDescHdrs)} +
+           U32_t{sizeof(TypeDescHdr_t)} * esaControl.elementTypeMaxNumber;
 }
 
 void configPageBuild(U8_t* page) {

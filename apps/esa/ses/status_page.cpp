@@ -180,7 +180,7 @@ U32_t statusPageSize() {
     const U32_t elements = U32_t{esaControl.deviceMaxNumber} + esaControl.powerSupplyMaxNumber +
                            esaControl.coolingMaxNumber + esaControl.temperatureSensorMaxNumber +
                            esaControl.audibleAlarmMaxNumber;
-    return static_cast<U32_t>(sizeof(EncStatDiagPageHdr_t)) +
+    return U32_t{sizeof(EncStatDiagPageHdr_t)} +
            SES_K_ELEMENT_SIZE * (SES_K_ELEMENT_TYPES + elements);
 }
 

@@ -306,7 +306,7 @@ TEST(Trace, ADumpHoldsEachByteInRowsOf32AndGroupsOfEight) {
             char text[20];
             if (n % 32 == 0) {
                 std::snprintf(text, sizeof text, "0x%08X:",
-                              static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(bytes + n)));
+                              narrowTo<U32_t>(reinterpret_cast<std::uintptr_t>(bytes + n)));
                 rows.push_back(text);
             }
             std::snprintf(text, sizeof text, n % 8 == 0 ? " %02X" : "%02X", bytes[n]);
