@@ -10,6 +10,7 @@
 #include "lab/peers/message.h"
 #include "ses_mesgs.h"
 #include "startup.h"
+#include "tools/chassis/service_chassis.h"
 
 namespace {
 // Wire integers print as the number they hold.
@@ -40,8 +41,6 @@ std::string nameOf(const std::array<std::string_view, N>& names, std::uint32_t i
 }
 
 constexpr std::array<std::string_view, 4> kEventTypes = {"", "information", "warning", "error"};
-constexpr std::array<std::string_view, 8> kEnclosures = {
-    "", "none", "Xyratex 2U12ATX", "TolVex", "Chenbro 3U16ATX", "VSC055", "W83782D", "W83792AD"};
 constexpr std::array<std::string_view, 5> kBands = {"", "below 35", "over 35", "over 45",
                                                     "over 55"};
 constexpr std::array<std::string_view, 5> kAlarmStates = {"idle", "fault", "remind", "mute",
@@ -62,6 +61,11 @@ constexpr std::array<std::string_view, 16> kStatusPages = {"supported pages",
                                                            "supported SES pages",
                                                            "download microcode status page",
                                                            "subenclosure nickname status page"};
+
+std::string enclosureName(KORVO_E_CHASSIS_t type) {
+    const std::string title = service::chassisTitle(type);
+    return title.empty() ? std::to_string(type) : title;
+}
 
 std::string endpointName(std::uint8_t endpoint) {
     switch (endpoint) {
@@ -139,7 +143,7 @@ std::string deviceText(const EsaEventData_t& d) {
 
 std::string informationText(const std::string& type, const EsaEventData_t& d) {
     const std::string enclosure =
-        fmt::format("{}, enclosure {}", type, nameOf(kEnclosures, d.enclosureType));
+        fmt::format("{}, enclosure {}", type, enclosureName(d.enclosureType));
     switch (d.information) {
         case ESA_E_EVENT_INFO_REQUEST_ORDERLY_SHUTDOWN:
             return fmt::format("overheated, shutdown requested: {}", enclosure);

@@ -44,7 +44,10 @@ Field seconds(std::string name, U32_t sec, U32_t usec) {
 }
 
 Field named(std::string name, U32_t value, Names names) {
-    const std::string meaning = nameOf(names, value);
+    return named(std::move(name), value, nameOf(names, value));
+}
+
+Field named(std::string name, U32_t value, const std::string& meaning) {
     if (meaning.empty()) {
         return {std::move(name), {{"value", value}, {"name", nullptr}}, {std::to_string(value)}};
     }

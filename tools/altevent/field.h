@@ -31,6 +31,8 @@ Field hexNumber(std::string name, U32_t value);
 Field seconds(std::string name, U32_t sec, U32_t usec);
 // "18 (SES)"
 Field named(std::string name, U32_t value, Names names);
+// The same, its meaning given; empty: it has none.
+Field named(std::string name, U32_t value, const std::string& meaning);
 // "0x00000006 (power supply redundancy, fan)"
 Field bitMap(std::string name, U32_t value, Names bits);
 // "0x00000088 (drive 3, drive 7)"

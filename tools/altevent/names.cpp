@@ -123,17 +123,6 @@ static const Name signals[] = {
 };
 const Names SIGNALS = signals;
 
-static const Name chassis[] = {
-    {KORVO_E_CHASSIS_NONE, "none"},
-    {KORVO_E_CHASSIS_XYRATEX_2U12ATX, "Xyratex 2U12ATX"},
-    {KORVO_E_CHASSIS_PELTO_TOLVEX, "Pelto TolVex, VSC055"},
-    {KORVO_E_CHASSIS_CHENBRO_3U16ATX, "Chenbro 3U16ATX"},
-    {KORVO_E_CHASSIS_KORVO_VSC055, "Korvo, VSC055"},
-    {KORVO_E_CHASSIS_KORVO_W83782D, "Korvo, W83782D"},
-    {KORVO_E_CHASSIS_KORVO_W83792AD, "Korvo, W83792AD"},
-};
-const Names CHASSIS = chassis;
-
 static const Name elementTypes[] = {
     {SES_E_ELEMENT_TYPE_DEVICE, "device"},
     {SES_E_ELEMENT_TYPE_POWER_SUPPLY, "power supply"},

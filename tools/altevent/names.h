@@ -24,7 +24,6 @@ extern const Names PROTOCOLS;          // MMSG_PROTOCOL
 extern const Names REQUESTS;           // whole opcode words: protocol and type
 extern const Names EVENT_TYPES;        // EMP_TYPE
 extern const Names SIGNALS;            // those a process records
-extern const Names CHASSIS;            // KORVO_E_CHASSIS_e
 extern const Names ELEMENT_TYPES;      // SesElementType_e
 extern const Names FAN_SWITCHES;       // coolingElementOnOff
 extern const Names TEMPERATURES;       // degrees Celsius that are none

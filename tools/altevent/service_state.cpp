@@ -4,6 +4,7 @@
 
 #include "esa_evl.h"
 #include "tools/altevent/record.h"
+#include "tools/chassis/service_chassis.h"
 
 namespace altevent {
 
@@ -193,7 +194,7 @@ Fields serviceStateFields(ByteSpan payload) {
         signedNumber("socketFdMSM", info.socketFdMSM),
         socketAddress(info.socketAddressMSM),
         signedNumber("i2cFileFd", info.i2cFileFd),
-        named("enclosureType", info.enclosureType, CHASSIS),
+        named("enclosureType", info.enclosureType, service::chassisTitle(info.enclosureType)),
         COUNT(elementTypeMaxNumber),
         COUNT(deviceMaxNumber),
         COUNT(powerSupplyMaxNumber),

@@ -91,7 +91,7 @@ bool fileRead(Report& report) {
 // ---- the chassis ----
 
 void namesFind(Report& report) {
-    const EsaPersonalityName_t* const chosen = esaPersonalityChoiceFind().name;
+    const EsaPersonalityName_t* const chosen = esaPersonalityChoiceFind(text()).name;
     std::string misses;
     KORVO_E_CHASSIS_t type = KORVO_E_CHASSIS_NONE;
     for (const EsaChassis_t* const row : esaChassisTableInUse()) {
@@ -203,7 +203,7 @@ Key keyFind(Findings& findings, const EsaPersonalityKey_t& row) {
     key.name = bare(row.quoted);
     key.bits = row.narrow != nullptr ? 8 : 32;
     key.stored = row.narrow != nullptr ? esaControl.*row.narrow : esaControl.*row.wide;
-    const EsaPersonalityPlace_t place = esaPersonalityKeyFind(row);
+    const EsaPersonalityPlace_t place = esaPersonalityKeyFind(text(), row.quoted);
     if (place.key == nullptr) {
         key.nearMiss = nearMiss(key.name);
         return key;

@@ -58,7 +58,8 @@ int valueStore(const EsaPersonalityKey_t& key, S32_t value) {
 }
 
 void tuningRead(const EsaPersonalityKey_t& key) {
-    const EsaPersonalityPlace_t place = esaPersonalityKeyFind(key);
+    const EsaPersonalityPlace_t place =
+        esaPersonalityKeyFind(esPersonalityToolkitXmlFilePtr, key.quoted);
     if (place.key == nullptr) {
         return;
     }
@@ -106,11 +107,11 @@ bool esaPersonalityFileRead(const char* path) {
 
 // ---- the chassis ----
 
-EsaPersonalityChoice_t esaPersonalityChoiceFind() {
+EsaPersonalityChoice_t esaPersonalityChoiceFind(const char* text) {
     KORVO_E_CHASSIS_t type = KORVO_E_CHASSIS_NONE;
     for (const EsaChassis_t* row : esaChassisTableInUse()) {
         for (const EsaPersonalityName_t& name : row->names) {
-            if (std::strstr(esPersonalityToolkitXmlFilePtr, name.quoted) != nullptr) {
+            if (std::strstr(text, name.quoted) != nullptr) {
                 return {type, &name};
             }
         }
@@ -120,7 +121,7 @@ EsaPersonalityChoice_t esaPersonalityChoiceFind() {
 }
 
 void esaPersonalityChassisChoose() {
-    const EsaPersonalityChoice_t choice = esaPersonalityChoiceFind();
+    const EsaPersonalityChoice_t choice = esaPersonalityChoiceFind(esPersonalityToolkitXmlFilePtr);
     const EsaChassisSetup_t& setup = esaChassisOf(choice.type)->setup;
     esaControl.enclosureType = choice.type;
     esaControl.deviceMaxNumber = setup.deviceMaxNumber;
@@ -139,8 +140,8 @@ void esaPersonalityChassisChoose() {
 
 // ---- the tuning values ----
 
-EsaPersonalityPlace_t esaPersonalityKeyFind(const EsaPersonalityKey_t& key) {
-    const char* found = std::strstr(esPersonalityToolkitXmlFilePtr, key.quoted);
+EsaPersonalityPlace_t esaPersonalityKeyFind(const char* text, const char* quoted) {
+    const char* found = std::strstr(text, quoted);
     return {found, found != nullptr ? valueText(found) : nullptr};
 }
 

@@ -44,10 +44,10 @@ bool esaPersonalityRead();
 // The same with the file at `path`.
 bool esaPersonalityFileRead(const char* path);
 
-// The rows are tried in the table's order, the names of a row in its own: the first that stands in
-// the text wins.
-EsaPersonalityChoice_t esaPersonalityChoiceFind();
-EsaPersonalityPlace_t esaPersonalityKeyFind(const EsaPersonalityKey_t& key);
+// In a file's text. The rows are tried in the table's order, the names of a row in its own: the
+// first that stands in the text wins. A key is given with its quotes.
+EsaPersonalityChoice_t esaPersonalityChoiceFind(const char* text);
+EsaPersonalityPlace_t esaPersonalityKeyFind(const char* text, const char* quoted);
 
 // Sets enclosureType, the element counts and the I2C addresses of the chassis the text names;
 // without a known name there is no back-end.
