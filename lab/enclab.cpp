@@ -302,10 +302,12 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
         ->check(CLI::Range(1u, 1000u))
         ->capture_default_str();
     app.add_flag("--trace", arguments.trace, "switch the daemon's verbose trace on");
-    app.add_option("--chassis", arguments.chassis,
-                   "chassis to build, with a personality file that selects it (default: what "
-                   "--personality selects, or vsc055)")
-        ->check(CLI::IsMember({"vsc055", "xyratex", "w83792ad"}));
+    app.add_option(
+           "--chassis", arguments.chassis,
+           fmt::format("chassis to build, with a personality file that selects it (default: "
+                       "what --personality selects, or {})",
+                       enclab::kDefaultChassis))
+        ->check(CLI::IsMember(enclab::selectableChassis()));
     app.add_option("--personality", arguments.personality, "personality file to use")
         ->check(CLI::ExistingFile);
     app.add_flag("--no-rcp", arguments.noRcp, "leave the platform's RCP-complete flag clear");

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-// All chassis the lab can build.
 #include "lab/chassis/catalog.h"
 
 #include <fmt/core.h>
@@ -8,56 +7,21 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "lab/chassis/chenbro_chassis.h"
-#include "lab/chassis/vsc055_chassis.h"
-#include "lab/chassis/w83782d_chassis.h"
-#include "lab/chassis/w83792ad_chassis.h"
-#include "lab/chassis/xyratex_chassis.h"
+#include "tools/chassis/service_chassis.h"
 
 namespace enclab {
 namespace {
 
-void tune(int& option, const std::optional<int>& value, int least, int most) {
-    option = std::clamp(value.value_or(option), least, most);
-}
-
-std::unique_ptr<Chassis> makeVsc055(const ChassisTuning& tuning) {
-    Vsc055ChassisOptions options;
-    tune(options.fans, tuning.fans, 0, Vsc055::kFans);
-    tune(options.sensors, tuning.sensors, 0,
-         static_cast<int>(Vsc055Chassis::kSensorAddresses.size()));
-    tune(options.fanSpeedDivisor, tuning.fanSpeedDivisor, 1, 255);
-    return std::make_unique<Vsc055Chassis>(options);
-}
-
-std::unique_ptr<Chassis> makeXyratex(const ChassisTuning& tuning) {
-    XyratexChassisOptions options;
-    tune(options.fans, tuning.fans, 0, Vsc055::kFans);
-    return std::make_unique<XyratexChassis>(options);
-}
-
-std::unique_ptr<Chassis> makeW83792ad(const ChassisTuning& tuning) {
-    W83792adChassisOptions options;
-    tune(options.fans, tuning.fans, 0, W83792ad::kFans);
-    tune(options.sensors, tuning.sensors, 0, W83792ad::kSensors);
-    return std::make_unique<W83792adChassis>(options);
-}
-
-std::unique_ptr<Chassis> makeW83782d(const ChassisTuning&) {
-    return std::make_unique<W83782dChassis>();
-}
-
-std::unique_ptr<Chassis> makeChenbro(const ChassisTuning&) {
-    return std::make_unique<ChenbroChassis>();
-}
-
-constexpr struct {
+#define ENCLAB_ROW(name) {#name, &kinds::name},
+struct Entry {
     std::string_view name;
-    std::unique_ptr<Chassis> (*make)(const ChassisTuning&);
-} kChassis[] = {
-    {"vsc055", makeVsc055},   {"xyratex", makeXyratex}, {"w83792ad", makeW83792ad},
-    {"w83782d", makeW83782d}, {"chenbro", makeChenbro},
+    const ChassisKind* kind;
 };
+constexpr Entry kChassis[] = {ENCLAB_CHASSIS(ENCLAB_ROW)};
+
+std::string_view unquoted(std::string_view quoted) {
+    return quoted.substr(1, quoted.size() - 2);
+}
 
 }  // namespace
 
@@ -69,14 +33,66 @@ std::vector<std::string_view> chassisNames() {
     return names;
 }
 
-std::unique_ptr<Chassis> makeChassis(std::string_view name, const ChassisTuning& tuning) {
+std::vector<std::string> selectableChassis() {
+    std::vector<std::string> names;
+    for (const std::string_view name : chassisNames()) {
+        if (!selectorOf(name).empty()) {
+            names.emplace_back(name);
+        }
+    }
+    return names;
+}
+
+const ChassisKind& chassisKind(std::string_view name) {
     for (const auto& chassis : kChassis) {
         if (chassis.name == name) {
-            return chassis.make(tuning);
+            return *chassis.kind;
         }
     }
     throw std::out_of_range(
         fmt::format("no chassis \"{}\": there are {}", name, fmt::join(chassisNames(), ", ")));
+}
+
+std::unique_ptr<Chassis> makeChassis(std::string_view name, const ChassisTuning& tuning) {
+    return chassisKind(name).make(tuning);
+}
+
+std::string_view chassisOfType(KORVO_E_CHASSIS_t type) {
+    for (const auto& [name, kind] : kChassis) {
+        if (std::ranges::count(kind->types, type) != 0) {
+            return name;
+        }
+    }
+    return {};
+}
+
+std::string_view chassisOf(const std::string& xml) {
+    const std::string_view name = chassisOfType(service::chassisSelected(xml));
+    return name.empty() ? kDefaultChassis : name;
+}
+
+std::string chassisTitle(std::string_view name) {
+    return service::chassisTitle(chassisKind(name).types.front());
+}
+
+// Of several names the last is for any enclosure of this wiring.
+std::string_view selectorOf(std::string_view name) {
+    const auto chassis = std::ranges::find(kChassis, name, &Entry::name);
+    if (chassis == std::end(kChassis)) {
+        return {};
+    }
+    const auto names = service::chassisRow(chassis->kind->types.front())->names;
+    return names.empty() ? std::string_view() : unquoted(names.back().quoted);
+}
+
+Personality personalityOf(std::string_view name) {
+    const std::string_view selector = selectorOf(name);
+    if (selector.empty()) {
+        throw std::out_of_range(fmt::format("no personality file selects {}", name));
+    }
+    Personality personality = chassisKind(name).personality;
+    personality.chassis = selector;
+    return personality;
 }
 
 }  // namespace enclab

@@ -6,6 +6,8 @@
 
 #include <array>
 
+#include "lab/chassis/kind.h"
+
 namespace enclab {
 namespace {
 
@@ -71,5 +73,17 @@ void ChenbroChassis::SharedAddress::read(std::span<std::uint8_t> bytes) {
 W83782d& ChenbroChassis::SharedAddress::chip() {
     return chassis_.monitors_[static_cast<std::size_t>(monitor_)];
 }
+
+namespace {
+
+constexpr KORVO_E_CHASSIS_e kTypes[] = {KORVO_E_CHASSIS_CHENBRO_3U16ATX};
+
+std::unique_ptr<Chassis> make(const ChassisTuning&) {
+    return std::make_unique<ChenbroChassis>();
+}
+
+}  // namespace
+
+constinit const ChassisKind kinds::chenbro = {.types = kTypes, .make = make};
 
 }  // namespace enclab

@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "lab/chassis/kind.h"
+
 namespace enclab {
 namespace {
 
@@ -49,5 +51,22 @@ void Vsc055Chassis::wireRedundancy(bool good) {
 bool Vsc055Chassis::driveLedLit(int slot) const {
     return !bit(controller_.pins(kDriveLedPort + slot / kSlotsPerPort), slot % kSlotsPerPort);
 }
+
+namespace {
+
+constexpr KORVO_E_CHASSIS_e kTypes[] = {KORVO_E_CHASSIS_KORVO_VSC055, KORVO_E_CHASSIS_PELTO_TOLVEX};
+
+std::unique_ptr<Chassis> make(const ChassisTuning& tuning) {
+    Vsc055ChassisOptions options;
+    tune(options.fans, tuning.fans, 0, Vsc055::kFans);
+    tune(options.sensors, tuning.sensors, 0,
+         static_cast<int>(Vsc055Chassis::kSensorAddresses.size()));
+    tune(options.fanSpeedDivisor, tuning.fanSpeedDivisor, 1, 255);
+    return std::make_unique<Vsc055Chassis>(options);
+}
+
+}  // namespace
+
+constinit const ChassisKind kinds::vsc055 = {.types = kTypes, .make = make};
 
 }  // namespace enclab

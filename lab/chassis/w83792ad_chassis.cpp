@@ -4,6 +4,8 @@
 
 #include <stdexcept>
 
+#include "lab/chassis/kind.h"
+
 namespace enclab {
 namespace {
 
@@ -78,5 +80,23 @@ void W83792adChassis::wireRedundancy(bool good) {
 bool W83792adChassis::driveLedLit(int slot) const {
     return (expander_.pins(slot / kSlotsPerPort) >> slot % kSlotsPerPort & 1) != 0;
 }
+
+namespace {
+
+constexpr KORVO_E_CHASSIS_e kTypes[] = {KORVO_E_CHASSIS_KORVO_W83792AD};
+
+std::unique_ptr<Chassis> make(const ChassisTuning& tuning) {
+    W83792adChassisOptions options;
+    tune(options.fans, tuning.fans, 0, W83792ad::kFans);
+    tune(options.sensors, tuning.sensors, 0, W83792ad::kSensors);
+    return std::make_unique<W83792adChassis>(options);
+}
+
+}  // namespace
+
+constinit const ChassisKind kinds::w83792ad = {
+    .types = kTypes,
+    .make = make,
+    .personality = {.coolingMaxNumber = 6, .temperatureSensorMaxNumber = 3}};
 
 }  // namespace enclab

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "lab/chassis/kind.h"
+
 namespace enclab {
 namespace {
 
@@ -138,5 +140,24 @@ std::vector<ChassisLed> XyratexChassis::statusLeds() const {
 std::string XyratexChassis::alarm() const {
     return kAlarmStates[alarm_.state()];
 }
+
+namespace {
+
+constexpr KORVO_E_CHASSIS_e kTypes[] = {KORVO_E_CHASSIS_XYRATEX_2U12ATX};
+
+std::unique_ptr<Chassis> make(const ChassisTuning& tuning) {
+    XyratexChassisOptions options;
+    tune(options.fans, tuning.fans, 0, Vsc055::kFans);
+    return std::make_unique<XyratexChassis>(options);
+}
+
+}  // namespace
+
+constinit const ChassisKind kinds::xyratex = {.types = kTypes,
+                                              .make = make,
+                                              .personality = {.fanSpeedDivisor = kFanSpeedDivisor,
+                                                              .coolingMaxNumber = 8,
+                                                              .temperatureSensorMaxNumber = 2,
+                                                              .fanFaultRpmLimit = 4800}};
 
 }  // namespace enclab

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/session/personality.h"
+#include "lab/chassis/catalog.h"
 
 namespace enclab {
 
@@ -27,7 +27,7 @@ struct Step {
 struct Scenario {
     std::filesystem::path file;
     std::string title;
-    std::string chassis = "vsc055";
+    std::string chassis = std::string(kDefaultChassis);
     Personality personality;
     bool plant = false;                // physics: fans with inertia, heat
     std::vector<std::string> start;    // messages of each start of the daemon

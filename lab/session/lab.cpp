@@ -14,8 +14,6 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "lab/chassis/catalog.h"
-
 namespace enclab {
 
 namespace fs = std::filesystem;

@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "lab/chassis/catalog.h"
 #include "lab/chassis/chassis.h"
 #include "lab/encdev/bus_server.h"
 #include "lab/peers/daemon_link.h"
@@ -26,7 +27,6 @@
 #include "lab/session/child.h"
 #include "lab/session/lab_directory.h"
 #include "lab/session/parameter_area.h"
-#include "lab/session/personality.h"
 #include "lab/session/ses_initiator.h"
 #include "lab/session/virtual_time.h"
 
@@ -47,7 +47,7 @@ struct LabOptions {
     unsigned speed = 1;                 // the daemon's sleeps and time-outs are divided by it
     bool trace = false;                 // verbose trace, into log()
     bool rcpComplete = true;            // the platform completes once the daemon is up
-    std::string personality = Personality().xml();  // text of the file
+    std::string personality = personalityOf(kDefaultChassis).xml();  // text of the file
     std::string chassis = {};  // "xyratex"; empty: the one the personality selects
     AdapterKind adapter = AdapterKind::kI2c;
     std::vector<DumpFile> dumps = {};

@@ -5,13 +5,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace enclab {
 
-// The lab's VSC055 chassis; every member is a key of the file.
+// Every number is a key of the file. What a chassis does not say is as the VSC055 chassis has it.
 struct Personality {
-    std::string chassis = "Vitesse VSC055 Custom";
+    std::string_view chassis = {};  // a name the service looks for
     int fanSpeedDivisor = 4;
     int coolingMaxNumber = 4;
     int temperatureSensorMaxNumber = 4;
@@ -48,20 +47,7 @@ inline constexpr PersonalityKey kPersonalityKeys[] = {
     {"fanPwmLoadMinimum", &Personality::fanPwmLoadMinimum},
 };
 
-// The personality of a chassis by its name in the lab. Throws std::out_of_range when it has none:
-// no personality file selects it.
-Personality personalityOf(std::string_view labChassis);
-
-// The chassis that a personality file can select, by their names in the lab.
-std::vector<std::string> selectableChassis();
-// The name personality files give such a chassis; the name itself for any other.
-std::string chassisTitle(std::string_view labChassis);
-
-// Name in the lab of the chassis a personality file selects, "vsc055" where it selects none.
-std::string_view chassisOf(std::string_view xml);
-
-// Value of a key, found the way the daemon finds it: the text seven characters behind the start of
-// the first "value" after the quoted key. Empty when the key or its value is missing.
-std::optional<int> personalityValue(std::string_view xml, std::string_view key);
+// Value of a key, found as the daemon finds it. Empty when the key or its value is missing.
+std::optional<int> personalityValue(const std::string& xml, std::string_view key);
 
 }  // namespace enclab
