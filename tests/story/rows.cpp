@@ -24,35 +24,25 @@ using Wiring = enclab::ChenbroChassis::Wiring;
 
 constexpr StoryRow chenbroRow(const char* name, const char* story,
                               std::unique_ptr<enclab::Chassis> (*chassis)()) {
-    return {name,
-            story,
-            chassis,
-            KORVO_E_CHASSIS_CHENBRO_3U16ATX,
-            "Chenbro 3U16ATX",
-            "Korvo Standard",
-            2,
-            true,
-            nullptr,
-            0};
+    return {name, story, chassis, KORVO_E_CHASSIS_CHENBRO_3U16ATX, 2, true, nullptr, 0};
 }
 
 constexpr StoryRow plainRow(const char* name, const char* story) {
-    return {name,    story, make<RegisterChassis>,           KORVO_E_CHASSIS_NONE, "", "", 0, false,
+    return {name,    story, make<RegisterChassis>,           KORVO_E_CHASSIS_NONE, 0, false,
             nullptr, 0,     "log bus messages result fields"};
 }
 
 constexpr StoryRow ROWS[] = {
-    {"Xyratex", "xyratex", make<enclab::XyratexChassis>, KORVO_E_CHASSIS_XYRATEX_2U12ATX,
-     "Xyratex 2U12ATX", "Xyratex 2U12ATX", 1, false, nullptr, 0},
-    {"TolVex", "vsc055", make<enclab::Vsc055Chassis>, KORVO_E_CHASSIS_PELTO_TOLVEX, "TolVex",
-     "Vitesse VSC055 Custom", 4, false, nullptr, 0},
-    {"Vsc055", "vsc055", make<enclab::Vsc055Chassis>, KORVO_E_CHASSIS_KORVO_VSC055, "VSC055",
-     "Vitesse VSC055 Custom", 4, false, nullptr, 0},
-    {"W83782d", "w83782d", make<enclab::W83782dChassis>, KORVO_E_CHASSIS_KORVO_W83782D, "W83782D",
-     "Korvo Standard", 2, true, w83782dAddress, 0},
-    {"W83792ad", "w83792ad", make<enclab::W83792adChassis>, KORVO_E_CHASSIS_KORVO_W83792AD,
-     "W83792AD", "Winbond W83792AD Custom", 2, true, nullptr,
-     ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE},
+    {"Xyratex", "xyratex", make<enclab::XyratexChassis>, KORVO_E_CHASSIS_XYRATEX_2U12ATX, 1, false,
+     nullptr, 0},
+    {"TolVex", "vsc055", make<enclab::Vsc055Chassis>, KORVO_E_CHASSIS_PELTO_TOLVEX, 4, false,
+     nullptr, 0},
+    {"Vsc055", "vsc055", make<enclab::Vsc055Chassis>, KORVO_E_CHASSIS_KORVO_VSC055, 4, false,
+     nullptr, 0},
+    {"W83782d", "w83782d", make<enclab::W83782dChassis>, KORVO_E_CHASSIS_KORVO_W83782D, 2, true,
+     w83782dAddress, 0},
+    {"W83792ad", "w83792ad", make<enclab::W83792adChassis>, KORVO_E_CHASSIS_KORVO_W83792AD, 2, true,
+     nullptr, ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE},
     chenbroRow("Chenbro", "chenbro", make<enclab::ChenbroChassis>),
     chenbroRow("ChenbroByShift", "chenbro_by_shift",
                make<enclab::ChenbroChassis, Wiring::kByShift>),

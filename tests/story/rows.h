@@ -14,12 +14,10 @@ struct StoryRow {
     const char* story;  // file
     std::unique_ptr<enclab::Chassis> (*chassis)();
     KORVO_E_CHASSIS_e type;
-    const char* enclosure;    // as the peers name the type; "{enclosure}" in the story
-    const char* personality;  // chassis name in the personality file
-    int fanSpeedDivisor;      // in the personality file
-    bool isWinbond;           // its monitors are Winbond's
-    void (*afterInit)();      // sets what no personality file does; null: nothing
-    U32_t lastingFaults;      // composite faults of the enclosure in perfect health
+    int fanSpeedDivisor;  // in the personality file
+    bool isWinbond;       // its monitors are Winbond's
+    void (*afterInit)();  // sets what no personality file does; null: nothing
+    U32_t lastingFaults;  // composite faults of the enclosure in perfect health
     const char* shown = "messages page state";
 };
 

@@ -13,6 +13,7 @@
 #include "chassis/table.h"
 #include "esamain.h"
 #include "i2c.h"
+#include "lab/chassis/catalog.h"
 #include "link/esa_mmsg.h"
 #include "start/esa_init.h"
 #include "tests/story/calls.h"
@@ -102,7 +103,8 @@ std::vector<enclab::Message> StoryService::take() {
 // ---- the process ----
 
 std::string StoryService::personalityText() const {
-    std::string text = std::string("<chassis name=\"") + row_.personality + "\"/>\n";
+    const std::string_view selector = enclab::selectorOf(enclab::chassisOfType(row_.type));
+    std::string text = "<chassis name=\"" + std::string(selector) + "\"/>\n";
     for (const auto& [key, number] : tuning_) {
         text += "<parameter name=\"" + key + "\" value=\"" + std::to_string(number) + "\"/>\n";
     }

@@ -4,8 +4,10 @@
 
 #include <sstream>
 
+#include "lab/chassis/catalog.h"
 #include "tests/story/transcript.h"
 #include "tests/support/script.h"
+#include "tools/chassis/service_chassis.h"
 
 namespace {
 
@@ -23,8 +25,9 @@ TEST_P(Story, ComesOutAsWritten) {
          scriptRead(std::string(STORY_DIR) + "/" + GetParam().story + ".story")) {
         Transcript transcript(GetParam());
         for (const ScriptStep& step : chapter) {
-            expectSame(replaced(step.expected, "{enclosure}", GetParam().enclosure),
-                       transcript.run(commandOf(step)), step.place);
+            expectSame(
+                replaced(step.expected, "{enclosure}", service::chassisTitle(GetParam().type)),
+                transcript.run(commandOf(step)), step.place);
         }
     }
 }
@@ -48,12 +51,12 @@ std::string traffic(const std::string& text) {
     return entries;
 }
 
-class RegisterTraffic : public testing::TestWithParam<std::tuple<int, const char*>> {};
+class RegisterTraffic : public testing::TestWithParam<std::tuple<KORVO_E_CHASSIS_t, const char*>> {
+};
 
 TEST_P(RegisterTraffic, IsTheOneWrittenDown) {
     const auto& [type, situation] = GetParam();
-    const char* const folders[] = {"xyratex", "vsc055", "chenbro", "vsc055", "w83782d", "w83792ad"};
-    const std::string folder = folders[type - 2];
+    const std::string folder(enclab::chassisOfType(type));
     Transcript transcript(registersRow());
     transcript.run("use " + folder + "; set enclosureType " + std::to_string(type));
     if (std::string(situation) != "bring-up") {
@@ -67,8 +70,18 @@ TEST_P(RegisterTraffic, IsTheOneWrittenDown) {
     }
 }
 
+std::vector<KORVO_E_CHASSIS_t> typesWithServices() {
+    std::vector<KORVO_E_CHASSIS_t> types;
+    for (KORVO_E_CHASSIS_t type = KORVO_E_CHASSIS_NONE; service::chassisRow(type); ++type) {
+        if (service::chassisRow(type)->init) {
+            types.push_back(type);
+        }
+    }
+    return types;
+}
+
 INSTANTIATE_TEST_SUITE_P(OfType, RegisterTraffic,
-                         testing::Combine(testing::Range(2, 8),
+                         testing::Combine(testing::ValuesIn(typesWithServices()),
                                           testing::Values("bring-up", "poll", "status-page",
                                                           "control-page")));
 

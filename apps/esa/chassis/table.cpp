@@ -5,6 +5,7 @@
 
 #define ESA_CHASSIS_TYPE(type, row) type,
 #define ESA_CHASSIS_ROW(type, row) &row,
+#define ESA_CHASSIS_CASE(type, row) case type:
 
 namespace {
 
@@ -21,6 +22,13 @@ constexpr bool typesInOrder() {
     return true;
 }
 static_assert(typesInOrder(), "the row of type n stands at place n");
+
+// Does not compile while an enumerator has no line.
+constexpr bool isInTable(KORVO_E_CHASSIS_e type) {
+    switch (type) { ESA_CHASSIS_TABLE(ESA_CHASSIS_CASE) return true; }
+    return false;
+}
+static_assert(isInTable(KORVO_E_CHASSIS_NONE));
 
 }  // namespace
 

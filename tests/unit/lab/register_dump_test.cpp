@@ -80,7 +80,10 @@ TEST(RegisterDumpText, ThatIsNoneIsRefusedWithItsLine) {
 }
 
 TEST(RegisterDump, OfEveryChipMakesAnotherOneLikeIt) {
-    for (const char* name : {"vsc055", "xyratex", "w83792ad", "w83782d"}) {
+    for (const std::string_view name : chassisNames()) {
+        if (name == "chenbro") {
+            continue;
+        }
         const auto chassis = makeChassis(name);
         const auto copy = makeChassis(name);
         for (int n = 0; n < 256; ++n) {  // whatever can be written

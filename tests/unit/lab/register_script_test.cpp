@@ -329,15 +329,5 @@ TEST(RegisterScript, SaysWhatIsTyped) {
     scriptPlay<SubjectPlayer>(SCRIPTS "/chassis.txt");
 }
 
-TEST(ChassisCatalog, UnknownNameIsAnsweredWithTheKnownOnes) {
-    try {
-        makeChassis("vsc");
-        FAIL();
-    } catch (const std::out_of_range& error) {
-        EXPECT_STREQ(error.what(),
-                     "no chassis \"vsc\": there are vsc055, xyratex, w83792ad, w83782d, chenbro");
-    }
-}
-
 }  // namespace
 }  // namespace enclab

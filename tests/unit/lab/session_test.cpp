@@ -66,7 +66,7 @@ TEST_F(LabDirectoryTest, RefusesWhatIsNotForItAndTakesNothingOfOthers) {
 }
 
 TEST(PersonalityTest, SelectsTheChassisItIsMadeForAndIsReadAsTheDaemonDoes) {
-    for (const char* chassis : {"vsc055", "xyratex", "w83792ad"}) {
+    for (const std::string& chassis : selectableChassis()) {
         EXPECT_EQ(chassisOf(personalityOf(chassis).xml()), chassis);
     }
     EXPECT_THROW(personalityOf("w83782d"), std::out_of_range);
