@@ -151,7 +151,7 @@ compositeFaultStatus 0x80000004
 > set alarmState 1; call esaCompositeFaultManage 4 0
 led     composite fault LED off
 compositeFaultStatus 0x0
-> link 8; set alarmState 3; call esaCompositeFaultManage 4 -1
+> link 255; set alarmState 3; call esaCompositeFaultManage 4 -1
 led     composite fault LED on
 mail    e-mail notification
 compositeFaultStatus 0x80000004
