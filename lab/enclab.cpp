@@ -14,6 +14,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include "lab/scenario/run_command.h"
@@ -52,6 +53,8 @@ struct Arguments {
     std::string chassis;
     std::filesystem::path personality;
     std::filesystem::path daemon;
+    std::filesystem::path encdev;
+    std::string emulator;
     unsigned speed = 1;
     bool trace = false;
     bool noRcp = false;
@@ -64,8 +67,12 @@ struct Arguments {
     int port = 0;
     std::vector<std::string> command;
     enclab::RunArguments run;
-    std::string emulator;
 
+    // Command line to the words in front of the daemon.
+    std::vector<std::string> launcher() const {
+        std::istringstream words(emulator);
+        return {std::istream_iterator<std::string>(words), {}};
+    }
     std::filesystem::path labDirectory() const {
         return directory.empty() ? LabDirectory::defaultPath(name) : directory;
     }
@@ -75,6 +82,8 @@ LabOptions labOptions(const Arguments& arguments) {
     LabOptions options;
     options.directory = arguments.labDirectory();
     options.daemon = arguments.daemon;
+    options.encdev = arguments.encdev;
+    options.launcher = arguments.launcher();
     options.speed = arguments.speed;
     options.trace = arguments.trace;
     options.rcpComplete = !arguments.noRcp;
@@ -296,6 +305,15 @@ void addLabChoice(CLI::App& app, Arguments& arguments) {
                    "directory of the lab (default: /tmp/enclab-UID/NAME)");
 }
 
+void addDaemonOptions(CLI::App& app, Arguments& arguments) {
+    app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
+        ->check(CLI::ExistingFile);
+    app.add_option("--encdev", arguments.encdev,
+                   "preload library for that daemon (default: the one of this build)");
+    app.add_option("--emulator", arguments.emulator,
+                   "command line that runs a daemon built for another machine");
+}
+
 void addLabOptions(CLI::App& app, Arguments& arguments) {
     addLabChoice(app, arguments);
     app.add_option("--speed", arguments.speed, "the daemon's time runs N times as fast")
@@ -324,8 +342,7 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
         ->check([](const std::string& word) {
             return word.find('=') == word.npos ? "it takes CHIP=FILE" : std::string();
         });
-    app.add_option("--daemon", arguments.daemon, "daemon to run (default: esa beside enclab)")
-        ->check(CLI::ExistingFile);
+    addDaemonOptions(app, arguments);
     app.add_option("--port", arguments.port,
                    "port of the panel (default: the first free one from 8090 on)")
         ->check(CLI::Range(1, 65535));
@@ -334,10 +351,9 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
 }
 
 int runFiles(Arguments& arguments) {
-    std::istringstream emulator(arguments.emulator);
-    for (std::string word; emulator >> word;) {
-        arguments.run.lab.launcher.push_back(word);
-    }
+    arguments.run.lab.daemon = arguments.daemon;
+    arguments.run.lab.encdev = arguments.encdev;
+    arguments.run.lab.launcher = arguments.launcher();
     return enclab::runScenarios(arguments.run);
 }
 
@@ -349,13 +365,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
     run->add_option("--junit", arguments.run.junit, "write the results as JUnit XML");
     run->add_option("--seed", arguments.run.seed, "seed of fault rules that act by chance")
         ->check(CLI::NonNegativeNumber);
-    run->add_option("--daemon", arguments.run.lab.daemon,
-                    "daemon to run (default: esa beside enclab)")
-        ->check(CLI::ExistingFile);
-    run->add_option("--encdev", arguments.run.lab.encdev,
-                    "preload library for that daemon (default: the one of this build)");
-    run->add_option("--emulator", arguments.emulator,
-                    "command line that runs a daemon built for another machine");
+    addDaemonOptions(*run, arguments);
     return run;
 }
 
