@@ -90,6 +90,17 @@ elseif(NOT ESA_SANITIZE)
     target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:${fortify}>)
 endif()
 
+# What ships is optimized across its sources, and brings no tables for exceptions it cannot throw. The
+# objects hold machine code too, for the tests, which link single ones.
+set(ESA_LTO OFF)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND NOT ESA_SANITIZE)
+    if(ESA_OPTIMIZED_DAEMON OR CMAKE_BUILD_TYPE MATCHES "^(Release|RelWithDebInfo|MinSizeRel)$")
+        set(ESA_LTO ON)
+        target_compile_options(esa_daemon_flags INTERFACE -flto -ffat-lto-objects
+                                                          -fno-asynchronous-unwind-tables)
+    endif()
+endif()
+
 # Header-only libraries of the build machine (Asio, CLI11, fmt, nlohmann-json, toml++) for the lab and the
 # tools. They are reached through links of their own: the cross compiler must not see the rest of
 # /usr/include.
@@ -155,6 +166,7 @@ function(esa_test NAME)
                         ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
     target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_watchdog esa_warnings GTest::gmock_main
                                           Threads::Threads)
+    target_link_options(${NAME} PRIVATE -fno-lto)
     target_precompile_headers(${NAME} REUSE_FROM test_pch)
     if(T_EACH)
         gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 600
