@@ -2,6 +2,7 @@
 # Build rules shared by all folders.
 
 option(ESA_TESTS "build the tests" ON)
+option(ESA_BENCH "build the benchmarks" OFF)
 option(ESA_FUZZ "build the service and its fuzz harness only" OFF)
 option(ESA_OPTIMIZED_DAEMON "the daemon as it ships, whatever the build type" OFF)
 set(ESA_SANITIZE "" CACHE STRING "value for -fsanitize=, empty for none")
