@@ -35,7 +35,7 @@ std::optional<Record> recordTake(ControlWalk* walk) {
     if (walk->offset + sizeof(Record) > esaMmsgSize(walk->message)) {
         return std::nullopt;
     }
-    const auto record = esaMmsgRecord<Record>(walk->message, walk->offset);
+    const Record record = *wireView<Record>(wireView<U8_t>(walk->message) + walk->offset);
     walk->offset += SES_K_ELEMENT_SIZE;
     return record;
 }
