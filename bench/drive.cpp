@@ -32,7 +32,6 @@ struct Arguments {
     std::vector<std::string> servers;
     unsigned requests = 1;
     unsigned rounds = 1;
-    bool trace = false;
 };
 
 // One processor for this program and its children, and nobody woken preempts who runs: who wakes
@@ -122,7 +121,7 @@ Server open(const Arguments& arguments, const std::string& command, std::size_t 
     Server server;
     server.stage = std::make_unique<Stage>(
         bench::StageOptions{fmt::format("bench-{}", number), arguments.chassis, arguments.registers,
-                            arguments.preload, arguments.trace});
+                            arguments.preload});
     server.stage->start(command);
     server.stage->awaitServer(false);
     ask(*server.stage, requestOf(*server.stage, "config"));
@@ -164,7 +163,7 @@ json run(const Arguments& arguments) {
 // ---- ready: from the start of a program to its first message, or to its end ----
 
 json ready(const Arguments& arguments) {
-    Stage stage({"bench-0", arguments.chassis, {}, {}, false});
+    Stage stage({"bench-0", arguments.chassis});
     json times = json::array();
     for (unsigned n = 0; n < arguments.rounds; ++n) {
         json round = json::array();
@@ -277,7 +276,6 @@ void addOptions(CLI::App& app, Arguments& arguments) {
     app.add_option("--kind", arguments.kind);
     app.add_option("--requests", arguments.requests);
     app.add_option("--rounds", arguments.rounds);
-    app.add_flag("--trace", arguments.trace);
     app.add_option("--server", arguments.servers)->required()->allow_extra_args(false);
 }
 

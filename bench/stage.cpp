@@ -3,8 +3,8 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <spawn.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -17,9 +17,8 @@
 #include <iterator>
 #include <sstream>
 #include <system_error>
-#include <vector>
 
-#include "lab/session/personality.h"
+#include "lab/chassis/catalog.h"
 
 namespace bench {
 
@@ -52,9 +51,6 @@ Stage::Stage(const StageOptions& options)
     parameters_.setDirectories(directory_.switchSockets(), directory_.nonVolatile(),
                                directory_.log());
     parameters_.setFlag(MPU_K_FLAG_RCP_COMPLETE);
-    if (options.trace) {
-        parameters_.setFlag(MPU_K_FLAG_TRACE_VERBOSE);
-    }
     std::ofstream(directory_.personality()) << enclab::personalityOf(options.chassis).xml();
     mapBus(options.registers);
     listen();
@@ -103,14 +99,20 @@ void Stage::start(const std::string& command) {
         environment.push_back("LD_PRELOAD=" + preload_.native());
         environment.push_back("BENCH_BUS=" + (directory_.startup() / "bus").native());
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    const int error = posix_spawnp(&child_, words.at(0).c_str(), &actions, nullptr,
-                                   pointers(words).data(), pointers(environment).data());
-    posix_spawn_file_actions_destroy(&actions);
-    errno = error;
-    checked(-error, words[0].c_str());
+    launch(pointers(words), pointers(environment));
+}
+
+// Does not outlive this program, however that ends.
+void Stage::launch(const std::vector<char*>& words, const std::vector<char*>& environment) {
+    const int output = checked(open("/dev/null", O_WRONLY | O_CLOEXEC), "/dev/null");
+    child_ = checked(vfork(), "vfork");
+    if (child_ == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        dup2(output, STDOUT_FILENO);
+        execvpe(words[0], words.data(), environment.data());
+        _exit(127);
+    }
+    close(output);
 }
 
 void Stage::awaitServer(bool message) {

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "bench/bus.h"
 #include "lab/session/lab_directory.h"
@@ -22,7 +23,6 @@ struct StageOptions {
     std::string chassis;                   // of the lab, selected by the personality file
     std::filesystem::path registers = {};  // a BenchBus to begin with; empty: no device answers
     std::filesystem::path preload = {};    // what gives the server that bus
-    bool trace = false;
 };
 
 class Stage {
@@ -51,6 +51,7 @@ class Stage {
 
   private:
     void listen();
+    void launch(const std::vector<char*>& words, const std::vector<char*>& environment);
     void mapBus(const std::filesystem::path& registers);
     Bytes next();
 

@@ -23,6 +23,7 @@ constexpr U8_t FAN_LOAD_OFF = 0;
 
 struct ControlWalk {
     const MMSG_t* message;
+    U32_t size;    // its bytes
     U32_t offset;  // message byte of the next record
     const EsaChassis_t& chassis;
     ESA_CODE_e result;  // of the last back-end call that gave one
@@ -32,7 +33,7 @@ struct ControlWalk {
 template <typename Record>
 std::optional<Record> recordTake(ControlWalk* walk) {
     static_assert(sizeof(Record) == SES_K_ELEMENT_SIZE);
-    if (walk->offset + sizeof(Record) > esaMmsgSize(walk->message)) {
+    if (walk->offset + sizeof(Record) > walk->size) {
         return std::nullopt;
     }
     const Record record = *wireView<Record>(wireView<U8_t>(walk->message) + walk->offset);
@@ -231,7 +232,8 @@ bool controlListProc(ControlWalk* walk) {
 }  // namespace
 
 ESA_CODE_e esaEncContPageProc(const MMSG_t* rcvMmsgPtr) {
-    ControlWalk walk = {rcvMmsgPtr, CONTROL_LIST_OFFSET, esaChassisOrNone(), ESA_E_OK};
+    ControlWalk walk = {rcvMmsgPtr, esaMmsgSize(rcvMmsgPtr), CONTROL_LIST_OFFSET,
+                        esaChassisOrNone(), ESA_E_OK};
     if (!controlListProc(&walk)) {
         ESA_TRACE("Enclosure control page is cut by the end of the message, mmsg_length = [%d].",
                   static_cast<int>(rcvMmsgPtr->mmch.mmsg_length));
