@@ -261,7 +261,8 @@ TEST(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
 TEST(AltEventLog, AFaultOfFourRecordsCosts40ReadsAndOneFlushAtItsEnd) {
     const OwnDirectory own;
     const Bytes record = recordOf("ladder");
-    for (const U64_t newest : {1, 100, 255, 256, 257, 300, 383, 384, 509, 510, 511, 512}) {
+    for (const U64_t newest :
+         {1U, 100U, 255U, 256U, 257U, 300U, 383U, 384U, 509U, 510U, 511U, 512U}) {
         OldLog(newest).write();
         reads = syncs = 0;
         for (int n = 0; n < 3; ++n) {
