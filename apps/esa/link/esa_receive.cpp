@@ -86,6 +86,7 @@ bool headerPeek(WaitBudget* budget) {
 
 // One read of the message, at most what is left of it. Every piece is placed at the start of
 // esaInMsg, deliberately not behind the one before. What no buffer holds is thrown away.
+// (compatibility: pieces)
 ssize_t pieceRead() {
     U8_t discarded[MMSG_K_MESSAGE_MAX];
     const bool kept = incoming.taken < MMSG_K_MESSAGE_MAX;

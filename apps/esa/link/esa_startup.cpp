@@ -44,6 +44,7 @@ S32_t esaCompositeFaultMmsgToStartupSend(ESA_CODE_e status) {
 S32_t esaOrderlyShutdownMmsgToStartupSend() {
     ESA_TRACE("Send request of Orderly Shutdown to Startup");
     // Log readers know a lost shutdown request by the event sender's name.
+    // (compatibility: shutdown-sender)
     return requestSend(
         {MMSG_E_PROTOCOL_SHUTDOWN, SHDN_E_MMSG_REQ_ORDRLY_SHUTDOWN, 0, SHDN_K_ORDERLY},
         ESA_SENDER(esaEventMmsgToEmpSend));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Configuration page: header, one enclosure descriptor without identification texts, one descriptor
 // per element type. Counts are reported as they stand, whatever the arrays hold.
+// (compatibility: counts-believed)
 #include "ses/config_page.h"
 
 #include <cstddef>

@@ -98,6 +98,7 @@ void driveLedEventSend() {
 bool devicesProc(ControlWalk* walk) {
     bool changed = false;
     // Every slot follows its record: peers set drive LEDs without SELECT.
+    // (compatibility: drives-no-select)
     const bool whole = sectionProc(
         walk, esaControl.deviceMaxNumber, &esaControl.deviceElementControlOverall,
         esaControl.deviceElementControl, [&](int slot, bool) { changed |= deviceAct(walk, slot); });
@@ -223,6 +224,7 @@ bool controlListProc(ControlWalk* walk) {
     // Fans are skipped by the number of sensors and sensors by the number of fans, deliberately:
     // together the two steps find the alarm where peers put it. Where the counts differ the
     // temperature records are stored from a shifted place; nothing acts on them.
+    // (compatibility: skip-by-other-count)
     walk->offset = fanSection + sectionSize(esaControl.temperatureSensorMaxNumber);
     temperaturesProc(*walk);
     walk->offset += sectionSize(esaControl.coolingMaxNumber);

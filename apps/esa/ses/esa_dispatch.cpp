@@ -30,6 +30,7 @@ bool lengthIsGood(const MMCH_t& header) {
 }
 
 // Messages of other types deliberately pass whatever their recipient maps say.
+// (compatibility: other-types-pass)
 bool isForUs(const MMCH_t& header) {
     const U32_t recipients =
         header.recipient_loc_bm[RECIPIENT_WORD] | header.recipient_ob_bm[RECIPIENT_WORD];
@@ -103,6 +104,7 @@ void sendDiagnosticProc(const MMSG_t* mmsgPtr) {
     const auto message = esaMmsgRecord<SndDiagCommandMsg_t>(mmsgPtr, MMSG_K_HEADER_SIZE);
     const U8_t pageCode = message.sndDiagCommandList[0];
     // Remembered before anything is tested: peers ask for an unsupported page back in this way.
+    // (compatibility: page-remembered)
     esaControl.pageCodeInRecentSndDiagCmd = pageCode;
     if (message.sndDiagCommand.parameterListLength == 0) {
         emptyParameterListProc(mmsgPtr, message.sndDiagCommand.pf);

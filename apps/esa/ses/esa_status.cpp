@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Answers to SES commands: what to answer, the reply's header, and sending it. The status byte that
 // stands in front of a page is left out of mmsg_length, so a page's last byte is not sent: peers
-// expect it to be left out.
+// expect it to be left out. (compatibility: last-byte)
 #include "ses/esa_status.h"
 
 #include <cstring>
@@ -21,7 +21,7 @@ constexpr U32_t STATUS_OFFSET = MMSG_K_HEADER_SIZE;
 constexpr U32_t PAYLOAD_OFFSET = STATUS_OFFSET + 1;
 constexpr U32_t PAGE_MAX = MMSG_K_MESSAGE_MAX - PAYLOAD_OFFSET;
 
-// mmsg_length of the replies without a page, as peers know them.
+// mmsg_length of the replies without a page, as peers know them. (compatibility: reply-lengths)
 constexpr U32_t BARE_STATUS_LENGTH = 68;
 constexpr U32_t SENSE_DATA_LENGTH = 92;
 
@@ -104,7 +104,8 @@ void pageSend(const MMSG_t* rcvMmsgPtr, U8_t pageCode) {
             return;
         }
     }
-    if (pageCode != SES_K_SUPPORTED_DIAGNOSTIC_PAGE) {  // peers expect no word about that one
+    // Peers expect no word about that one. (compatibility: no-answer)
+    if (pageCode != SES_K_SUPPORTED_DIAGNOSTIC_PAGE) {
         ESA_TRACE("Un-supported SES Page [%d].", pageCode);
     }
 }

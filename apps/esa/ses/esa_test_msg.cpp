@@ -34,6 +34,7 @@ void receiveDiagnosticBuild(U8_t pageCode) {
     command->pcv = 1;
     command->pageCode = pageCode;
     // The 17 is no size of anything; a status page is sent whatever the requester can take.
+    // (compatibility: test-message)
     command->allocationLength =
         static_cast<U16_t>(SES_K_ELEMENT_SIZE * esaControl.powerSupplyMaxNumber + 17 +
                            SES_K_ELEMENT_SIZE * esaControl.deviceMaxNumber + SES_K_ELEMENT_SIZE +

@@ -56,7 +56,7 @@ void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* su
             status->fail = control.rqstFail;
         }
         status->rqstedOn = control.rqstOn;
-        status->rsvd2 = 1;  // peers expect the last bit set
+        status->rsvd2 = 1;  // peers expect the last bit set (compatibility: supply-last-bit)
     }
     if (changed) {
         esaPowerSupplyEventSend(EMP_E_TYPE_WARNING);
@@ -66,14 +66,15 @@ void powerSuppliesRead(const EsaChassis_t& chassis, PowerSupplyElementStat_t* su
 CoolingElementStat_t fanStatus(U16_t rpm) {
     const U16_t speed = rpm / RPM_PER_SPEED_UNIT;
     CoolingElementStat_t status = {};
-    status.actualFanSpeedMsb = (speed >> 8) & 0x3;  // 10 bits travel; faster fans are cut
+    // 10 bits travel; faster fans are cut. (compatibility: ten-bit-speed)
+    status.actualFanSpeedMsb = (speed >> 8) & 0x3;
     status.actualFanSpeed = static_cast<U8_t>(speed);
     status.off = speed == 0;
     status.actualSpeedCode = speed == 0 ? SES_E_FAN_ACTUAL_STOP : SES_E_FAN_ACTUAL_HIGHEST_SPEED;
     return status;
 }
 
-// Peers take an unreadable fan for a running one.
+// Peers take an unreadable fan for a running one. (compatibility: unreadable-fan)
 CoolingElementStat_t unreadableFanStatus() {
     CoolingElementStat_t status = {};
     status.actualSpeedCode = SES_E_FAN_ACTUAL_HIGHEST_SPEED;

@@ -17,7 +17,7 @@ char esaDebugMsg[1024];
 U8_t esaBugCheckWorkSpace[ALT_EVENT_K_RECORD_SIZE];
 
 // The box and the dump are written at the critical level, all in the name of esaFault; a line of
-// the dump is its table row's.
+// the dump is its table row's. (compatibility: critical-level)
 #define FAULT_TRACE_AT(line, ...)                                                      \
     do {                                                                               \
         if (TRACE_IS_ON(ESA_K_TRACE_MODULE, ESA_K_TRACE_LEVEL_FAULT)) {                \

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Trace statements of the service. The source-file field of every statement is the same, whichever
-// file it stands in: log readers match on it.
+// file it stands in: log readers match on it. (compatibility: source-file)
 #pragma once
 
 #include "trace.h"

@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: Apache-2.0
+# A remark of the service about an oddity that is kept names its entry in docs/compatibility.md.
+cmake_minimum_required(VERSION 3.25)
+
+file(READ ${ROOT}/docs/compatibility.md page)
+file(GLOB_RECURSE sources ${ROOT}/apps/*.h ${ROOT}/apps/*.cpp ${ROOT}/libs/*.h ${ROOT}/libs/*.cpp)
+foreach(source ${sources})
+    file(READ ${source} text)
+    string(REGEX MATCHALL "[(]compatibility: [a-z0-9-]+[)]" remarks "${text}")
+    foreach(remark ${remarks})
+        string(REGEX REPLACE ".*: (.*)[)]" "\\1" name ${remark})
+        string(FIND "${page}" "<a id=\"${name}\">" entry)
+        if(entry LESS 0)
+            message(SEND_ERROR "${source}: no entry \"${name}\"")
+        endif()
+        list(APPEND names ${name})
+    endforeach()
+endforeach()
+list(REMOVE_DUPLICATES names)
+list(LENGTH names count)
+if(count LESS 30)
+    message(SEND_ERROR "only ${count} remarks found: has their form changed?")
+endif()
