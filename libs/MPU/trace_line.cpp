@@ -48,16 +48,21 @@ U32_t prefixText(U32_t used, const char* text, std::size_t lengthMax = PREFIX_SI
     return used + static_cast<U32_t>(length);
 }
 
+U32_t prefixColon(U32_t used) {
+    line[used] = ':';
+    return std::min(used + 1, PREFIX_SIZE - 1);
+}
+
 // "NAME:"
 U32_t prefixName(U32_t used, const char* name) {
-    return prefixText(prefixText(used, name, NAME_MAX_LENGTH), ":");
+    return prefixColon(prefixText(used, name, NAME_MAX_LENGTH));
 }
 
 // "77:", and `gap`.
 U32_t prefixLineNumber(U32_t used, const char* gap) {
     char digits[12] = {};
     std::to_chars(digits, digits + sizeof digits - 1, static_cast<int>(traceData.lineNumber));
-    return prefixText(prefixText(prefixText(used, digits), ":"), gap);
+    return prefixText(prefixColon(prefixText(used, digits)), gap);
 }
 
 int timestampOf(std::time_t time, char* buf, int bufLen) {
@@ -106,11 +111,12 @@ U32_t lineInfo(U32_t used) {
     return used + static_cast<U32_t>(length);
 }
 
+// The trace lock keeps others out; the stream's own would be a second one.
 void writeLine(U32_t prefixUsed) {
     U32_t used = lineInfo(prefixUsed);
     line[used++] = '\n';
-    std::fwrite(line, 1, used, traceData.fd);
-    std::fflush(traceData.fd);
+    fwrite_unlocked(line, 1, used, traceData.fd);
+    fflush_unlocked(traceData.fd);
 }
 
 void infoTerminate() {
