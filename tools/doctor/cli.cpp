@@ -1,0 +1,155 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tools/doctor/cli.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "start/personality.h"
+#include "tools/doctor/checks.h"
+
+namespace doctor {
+
+namespace {
+
+constexpr int EXIT_USAGE = 2;
+constexpr int EXIT_CODES[] = {0, 0, 1, 6};  // by severity
+const char* const SEVERITIES[] = {"ok", "note", "warning", "unusable"};
+constexpr int KEY_MIN = 100;  // the service takes none below
+
+const char* const FOOTER = R"(
+Nothing is written: no file, no register of a chip; each chip is read once. The adapter's time-out is
+set to the service's 40 ms.
+
+Exit codes: 0 fine, 1 warnings, 2 usage or an output that cannot be written, 6 the service cannot
+run here.)";
+
+struct Options {
+    std::string settings = "/etc/default/esa";
+    int key = 0;
+    std::string user = "_esa";
+    std::string bus = "/dev/enc-0";
+    std::string personality;
+    bool json = false;
+};
+
+void define(CLI::App& app, Options& options) {
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return fmt::format("esa-doctor: {} (see --help)\n", error.what());
+    });
+    const auto text = [&app](const char* name, std::string& value, const char* type,
+                             const char* what) {
+        app.add_option(name, value, what)->type_name(type);
+    };
+    text("--settings", options.settings, "FILE", "the unit's settings (/etc/default/esa)");
+    app.add_option("KEY", options.key, "of the parameter area (the settings' ESA_SHM_KEY)")
+        ->type_name("")
+        ->check(CLI::Range(KEY_MIN, INT_MAX, "KEY"));
+    text("--user", options.user, "NAME", "whom the service runs as (_esa)");
+    text("--bus", options.bus, "PATH", "the enclosure's I2C adapter (/dev/enc-0)");
+    text("--personality", options.personality, "FILE", "its file (the one under $STARTUP)");
+    app.add_flag("--json", options.json, "the findings as one JSON array");
+    app.footer(FOOTER);
+}
+
+// The value of NAME in a file of NAME=VALUE lines, else of the environment; empty without.
+std::string setting(const std::string& file, const std::string& name) {
+    std::ifstream stream(file);
+    for (std::string line; std::getline(stream, line);) {
+        if (line.starts_with(name + "=")) {
+            return line.substr(name.size() + 1);
+        }
+    }
+    const char* const value = std::getenv(name.c_str());
+    return value != nullptr ? value : "";
+}
+
+int keyOf(const Options& options) {
+    return options.key != 0 ? options.key
+                            : static_cast<int>(std::strtol(
+                                  setting(options.settings, "ESA_SHM_KEY").c_str(), nullptr, 0));
+}
+
+void checkPlatform(const Options& options, const Account& account, Findings& findings) {
+    const int key = keyOf(options);
+    if (key < KEY_MIN) {
+        findings.push_back({Severity::unusable, "parameter area",
+                            options.settings + ": no ESA_SHM_KEY of at least 100",
+                            "set it there, or give a key"});
+        return;
+    }
+    MPU_PARAMS_t params = {};
+    if (checkArea(key, account, params, findings)) {
+        checkDirectories(params, account, findings);
+    }
+}
+
+Findings examine(const Options& options) {
+    Findings findings;
+    const Account account = accountOf(options.user, "i2c");
+    if (account.groups.empty()) {
+        findings.push_back({Severity::unusable, "service's user",
+                            "there is no user " + options.user,
+                            "install the package, or give --user"});
+    } else {
+        findings.push_back({Severity::fine, "service's user", options.user});
+    }
+    checkPlatform(options, account, findings);
+    const std::string file = setting(options.settings, "STARTUP") + ESA_K_PERSONALITY_FILE;
+    checkPersonality(options.personality.empty() ? file : options.personality, account, findings);
+    checkBus(options.bus, account, findings);
+    checkClock(findings);
+    return findings;
+}
+
+std::string tableText(const Findings& findings) {
+    std::string text;
+    for (const Finding& finding : findings) {
+        text += fmt::format("{:<9} {:<25} {}\n", SEVERITIES[static_cast<int>(finding.severity)],
+                            finding.subject, finding.found);
+        if (!finding.cure.empty()) {
+            text += fmt::format("{:<9} {:<25} -> {}\n", "", "", finding.cure);
+        }
+    }
+    return text;
+}
+
+std::string tableJson(const Findings& findings) {
+    nlohmann::ordered_json table = nlohmann::ordered_json::array();
+    for (const Finding& finding : findings) {
+        table.push_back({{"severity", SEVERITIES[static_cast<int>(finding.severity)]},
+                         {"subject", finding.subject},
+                         {"found", finding.found},
+                         {"cure", finding.cure}});
+    }
+    return table.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace
+
+int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+    Options options;
+    CLI::App app("Says whether this machine can run the enclosure service, and what is missing.",
+                 "esa-doctor");
+    define(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error, out, err) == 0 ? 0 : EXIT_USAGE;
+    }
+    const Findings findings = examine(options);
+    out << (options.json ? tableJson : tableText)(findings) << std::flush;
+    if (!out) {
+        err << "esa-doctor: the output cannot be written\n";
+        return EXIT_USAGE;
+    }
+    const Finding& worst = *std::ranges::max_element(findings, {}, &Finding::severity);
+    return EXIT_CODES[static_cast<int>(worst.severity)];
+}
+
+}  // namespace doctor
