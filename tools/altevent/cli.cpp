@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "tools/altevent/report.h"
+#include "tools/common/command_line.h"
 
 namespace altevent {
 
@@ -40,6 +41,7 @@ constexpr char FOOTER[] =
     "  altevent altevent.log --json | jq '.records[].kind'";
 
 void addOptions(CLI::App& app, Options& options) {
+    tools::setUp(app);
     app.add_option("FILE", options.file, "the log")->capture_default_str();
     app.add_flag("--json", options.json, "print one JSON document instead of text");
     app.add_flag("--hex", options.hex, "add the bytes of each record");
@@ -75,6 +77,9 @@ int run(int argc, const char* const* argv, std::FILE* out, std::FILE* err) {
         return list(options, out);
     } catch (const CLI::CallForHelp&) {
         std::fputs(app.help().c_str(), out);
+        return OK;
+    } catch (const CLI::CallForVersion& version) {
+        std::fprintf(out, "%s\n", version.what());
         return OK;
     } catch (const CLI::ParseError& error) {
         std::fprintf(err, "altevent: %s (see altevent --help)\n", error.what());

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "start/personality.h"
+#include "tools/common/command_line.h"
 #include "tools/doctor/checks.h"
 
 namespace doctor {
@@ -39,9 +40,7 @@ struct Options {
 };
 
 void define(CLI::App& app, Options& options) {
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return fmt::format("esa-doctor: {} (see --help)\n", error.what());
-    });
+    tools::setUp(app);
     const auto text = [&app](const char* name, std::string& value, const char* type,
                              const char* what) {
         app.add_option(name, value, what)->type_name(type);

@@ -9,6 +9,7 @@
 #include <climits>
 #include <nlohmann/json.hpp>
 
+#include "tools/common/command_line.h"
 #include "tools/esaparams/area.h"
 
 namespace esaparams {
@@ -148,9 +149,7 @@ using Command = void (*)(const Options&, std::ostream&);
 class CommandLine {
   public:
     CommandLine() {
-        app.failure_message([](const CLI::App*, const CLI::Error& error) {
-            return fmt::format("esaparams: {} (see --help)\n", error.what());
-        });
+        tools::setUp(app);
         app.require_subcommand(1);
         define("show", "what the area holds", show)
             ->add_flag("--json", options.json, "as one JSON object");

@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "start/personality.h"
+#include "tools/common/command_line.h"
 #include "tools/personality/render.h"
 
 namespace personality {
@@ -37,9 +38,7 @@ std::string serviceFile() {
 }
 
 void define(CLI::App& app, Options& options) {
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return fmt::format("personality: {} (see --help)\n", error.what());
-    });
+    tools::setUp(app);
     app.add_option("FILE", options.file, "personality file")->type_name("");
     app.add_flag("--json", options.json, "the report as one JSON object");
     app.add_option("--svg", options.svg, "draw the load ladder into this file")

@@ -11,6 +11,7 @@
 #include <numeric>
 #include <thread>
 
+#include "tools/common/command_line.h"
 #include "tools/sesctl/control_page.h"
 #include "tools/sesctl/enclosure.h"
 #include "tools/sesctl/failure.h"
@@ -34,7 +35,7 @@ It reads types, counts, slot addresses, status codes, temperatures and fan speed
 alike. Other flags are numbered from the other end of the byte here, so it misnames them.
 
 Exit codes: 0 ok, 1 status shows a fault, 2 usage, 3 message switch not reachable,
-4 malformed reply, 5 CHECK CONDITION, 7 no reply in time.)";
+4 malformed reply, 5 CHECK CONDITION, 7 no reply in time, 8 output that cannot be written.)";
 
 // The command line.
 struct Options {
@@ -97,7 +98,7 @@ ExitCode showStatus(Session& session) {
         const bool redraws = session.options.watch > 0 && isatty(STDOUT_FILENO) != 0;
         session.out << (redraws ? "\x1b[H\x1b[2J" : "") << statusText(session.options, enclosure)
                     << std::flush;
-        if (session.options.watch == 0) {
+        if (session.options.watch == 0 || !session.out) {
             return faultPresent(enclosure.status) ? ExitCode::faultPresent : ExitCode::ok;
         }
         std::this_thread::sleep_for(std::chrono::duration<double>(session.options.watch));
@@ -176,9 +177,7 @@ ExitCode alarm(Session& session) {
 void defineGeneral(CLI::App& app, Options& options) {
     app.require_subcommand(1);
     app.fallthrough();
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return fmt::format("sesctl: {} (see --help)\n", error.what());
-    });
+    tools::setUp(app);
     auto* const name = app.add_option("--name", options.name, "name of the lab")->type_name("NAME");
     app.add_option("--dir", options.directory,
                    "directory of the lab, /tmp/enclab-UID/NAME unless given; without both options "
@@ -279,7 +278,11 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
         Client client(socketPath(app, options),
                       std::chrono::ceil<std::chrono::milliseconds>(timeout));
         Session session{options, client, out};
-        return static_cast<int>(chosen(app)(session));
+        const ExitCode code = chosen(app)(session);
+        if (!(out << std::flush)) {
+            throw Failure(ExitCode::unwritten, "the output cannot be written");
+        }
+        return static_cast<int>(code);
     } catch (const Failure& failure) {
         err << "sesctl: " << failure.what() << '\n';
         return static_cast<int>(failure.code());

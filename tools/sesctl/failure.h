@@ -14,7 +14,8 @@ enum class ExitCode {
     unreachable = 3,  // no connection to the message switch
     malformedReply = 4,
     checkCondition = 5,
-    noReply = 7,  // in time
+    noReply = 7,    // in time
+    unwritten = 8,  // the output
 };
 
 class Failure : public std::runtime_error {
