@@ -21,15 +21,11 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 class Story : public testing::TestWithParam<StoryRow> {};
 
 TEST_P(Story, ComesOutAsWritten) {
-    for (const ScriptChapter& chapter :
-         scriptRead(std::string(STORY_DIR) + "/" + GetParam().story + ".story")) {
-        Transcript transcript(GetParam());
-        for (const ScriptStep& step : chapter) {
-            expectSame(
-                replaced(step.expected, "{enclosure}", service::chassisTitle(GetParam().type)),
-                transcript.run(commandOf(step)), step.place);
-        }
-    }
+    const std::string enclosure(service::chassisTitle(GetParam().type));
+    scriptPlay(
+        std::string(STORY_DIR) + "/" + GetParam().story + ".story",
+        [] { return Transcript(GetParam()); },
+        [&](const std::string& line) { return Lines{replaced(line, enclosure, "{enclosure}")}; });
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Story, testing::ValuesIn(storyRows()),
@@ -37,37 +33,44 @@ INSTANTIATE_TEST_SUITE_P(Of, Story, testing::ValuesIn(storyRows()),
 
 // ---- register traffic ----
 
-// One transfer a line, without comments.
-std::string traffic(const std::string& text) {
-    std::istringstream lines(text);
-    std::string entries;
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream words(line.substr(0, line.find('#')));
-        for (std::string word; words >> word;) {
-            const bool begins = word == "R" || word == "W" || word == "sleep";
-            entries += (begins ? "\n" : " ") + word;
+// One transfer each, without comments.
+Lines traffic(const std::string& line) {
+    std::istringstream words(line.substr(0, line.find('#')));
+    Lines transfers;
+    for (std::string word; words >> word;) {
+        const bool begins = word == "R" || word == "W" || word == "sleep";
+        if (begins || transfers.empty()) {
+            transfers.push_back(word);
+        } else {
+            transfers.back() += " " + word;
         }
     }
-    return entries;
+    return transfers;
 }
 
-class RegisterTraffic : public testing::TestWithParam<std::tuple<KORVO_E_CHASSIS_t, const char*>> {
+// Chassis and situation.
+using TrafficRow = std::tuple<KORVO_E_CHASSIS_t, const char*>;
+
+struct TrafficPlayer : Transcript {
+    explicit TrafficPlayer(const TrafficRow& row) : Transcript(registersRow()) {
+        const auto& [type, situation] = row;
+        run("use " + std::string(enclab::chassisOfType(type)) + "; set enclosureType " +
+            std::to_string(type));
+        if (std::string(situation) != "bring-up") {
+            run("call init");
+        }
+        run("hide log fields messages result");
+    }
 };
+
+class RegisterTraffic : public testing::TestWithParam<TrafficRow> {};
 
 TEST_P(RegisterTraffic, IsTheOneWrittenDown) {
     const auto& [type, situation] = GetParam();
     const std::string folder(enclab::chassisOfType(type));
-    Transcript transcript(registersRow());
-    transcript.run("use " + folder + "; set enclosureType " + std::to_string(type));
-    if (std::string(situation) != "bring-up") {
-        transcript.run("call init");
-    }
-    transcript.run("hide log fields messages result");
-    const std::string file = std::string(GOLDEN_DIR) + "/" + folder + "/" + situation + ".txt";
-    const auto chapters = scriptRead(file);
-    for (const ScriptStep& step : chapters.at(0)) {
-        expectSame(traffic(step.expected), traffic(transcript.run(commandOf(step))), step.place);
-    }
+    scriptPlay(
+        std::string(GOLDEN_DIR) + "/" + folder + "/" + situation + ".txt",
+        [&] { return TrafficPlayer(GetParam()); }, traffic);
 }
 
 std::vector<KORVO_E_CHASSIS_t> typesWithServices() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tests written as text: "== TITLE" begins a chapter, "> COMMAND" a step, and the lines below it
 // are all that must come of it. Empty lines, and lines that begin with "# ", are the reader's.
+// A chapter ends at its first wrong step. With --write the program puts what came into the files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,10 +9,14 @@
 #include <algorithm>
 #include <concepts>
 #include <cstdint>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <functional>
+#include <iomanip>
+#include <iterator>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -95,15 +100,20 @@ class Player {
     std::string said_;
 };
 
+// Lines a line of the file stands for: itself, or what a player's own way of writing makes of it.
+using ScriptLine = std::function<Lines(const std::string&)>;
+
 struct ScriptStep {
+    int number;         // of its line in the file
     std::string place;  // "print.txt:12: COMMAND, in CHAPTER"
     std::string command;
-    std::string expected;  // lines
+    Lines expected;
+    std::vector<int> numbers;  // of the lines in the file, one for each expected
 };
 using ScriptChapter = std::vector<ScriptStep>;
 
 // Steps in front of the first title are a chapter, too.
-inline std::vector<ScriptChapter> scriptRead(const std::string& path) {
+inline std::vector<ScriptChapter> scriptRead(const std::string& path, const ScriptLine& meaning) {
     std::ifstream file(path);
     std::vector<ScriptChapter> chapters(1);
     std::string title;
@@ -118,41 +128,157 @@ inline std::vector<ScriptChapter> scriptRead(const std::string& path) {
             }
         } else if (line.starts_with("> ")) {
             const std::string place = path + ":" + std::to_string(number) + ": ";
-            chapter.push_back({place + line.substr(2) + title, line.substr(2), ""});
+            chapter.push_back({number, place + line.substr(2) + title, line.substr(2), {}, {}});
             ++steps;
         } else if (!line.empty() && !line.starts_with("# ")) {
-            chapter.at(chapter.size() - 1).expected += line + "\n";
+            ScriptStep& step = chapter.at(chapter.size() - 1);
+            std::ranges::copy(meaning(line), std::back_inserter(step.expected));
+            step.numbers.resize(step.expected.size(), number);
         }
     }
     EXPECT_GT(steps, 0) << path;
     return chapters;
 }
 
-// Shows what differs from the first line on.
-inline void expectSame(const std::string& expected, const std::string& got,
-                       const std::string& place) {
-    const auto differs = std::ranges::mismatch(expected, got).in1 - expected.begin();
-    const auto line = expected.rfind('\n', static_cast<std::size_t>(differs)) + 1;
-    EXPECT_TRUE(expected == got) << place << "\nexpected: "
-                                 << expected.substr(std::min(line, expected.size()), 300)
-                                 << "\ngot: " << got.substr(std::min(line, got.size()), 300);
+// A test program with the argument --write puts what comes into its files instead of judging it.
+inline bool scriptWrites() {
+    const auto arguments = testing::internal::GetInjectableArgvs();
+    return std::ranges::find(arguments, "--write") != arguments.end();
+}
+
+// "byte 34 (pageLength): 02 is 03" where two lines differ in a row of bytes, "32: 01 00 02 ...";
+// otherwise nothing. The player may name the field of its latest record that holds a byte.
+inline std::string scriptByte(const std::string& expected, const std::string& got, auto& player) {
+    const auto words = [](const std::string& line) {
+        std::istringstream stream(line);
+        return Lines{std::istream_iterator<std::string>(stream), {}};
+    };
+    const auto other = [](const std::string& word) {
+        return word.size() != 2 || word.find_first_not_of("0123456789ABCDEF") != word.npos;
+    };
+    const Lines line = words(expected), came = words(got);
+    const auto [at, now] = std::ranges::mismatch(line, came);
+    if (at == line.end() || now == came.end() || other(*at) || other(*now)) {
+        return "";
+    }
+    const auto row = std::find_if(std::reverse_iterator(at), line.rend(), other).base();
+    if (std::find_if(at, line.end(), other) - row < 4) {
+        return "";
+    }
+    const unsigned long start =
+        row == line.begin() + 1 ? std::strtoul(line[0].c_str(), nullptr, 10) : 0;
+    const std::size_t byte = start + static_cast<std::size_t>(at - row);
+    std::string name;
+    if constexpr (requires { player.field(byte); }) {
+        name = " (" + player.field(byte) + ")";
+    }
+    return "byte " + std::to_string(byte) + name + ": " + *at + " is " + *now;
+}
+
+namespace distance = testing::internal::edit_distance;
+using ScriptEdits = std::vector<distance::EditType>;
+
+// What differs, with the lines' numbers in the file.
+inline std::string scriptDiff(const ScriptStep& step, const Lines& got, const ScriptEdits& edits,
+                              auto& player) {
+    std::ostringstream text;
+    std::size_t e = 0, g = 0, shown = 0;
+    for (const auto edit : edits) {
+        if (edit != distance::kMatch && ++shown <= 10) {
+            if (edit != distance::kAdd) {
+                text << "\n" << std::setw(6) << step.numbers[e] << " - " << step.expected[e];
+            }
+            if (edit != distance::kRemove) {
+                text << "\n       + " << got[g];
+            }
+            const std::string byte =
+                edit == distance::kReplace ? scriptByte(step.expected[e], got[g], player) : "";
+            text << (byte.empty() ? "" : "\n         ") << byte;
+        }
+        e += edit != distance::kAdd;
+        g += edit != distance::kRemove;
+    }
+    return text.str() +
+           (shown > 10 ? "\nand " + std::to_string(shown - 10) + " more differences" : "");
+}
+
+// Lines of the file, by number, and what shall stand there instead.
+using ScriptChanges = std::map<int, Lines>;
+
+inline void scriptChange(const ScriptStep& step, const Lines& got, const ScriptEdits& edits,
+                         ScriptChanges& changes) {
+    ScriptChanges all = {{step.number, {"> " + step.command}}};
+    int at = step.number;
+    std::size_t e = 0, g = 0;
+    std::set<int> wrong;
+    for (const auto edit : edits) {
+        at = edit == distance::kAdd ? at : step.numbers[e++];
+        Lines& now = all[at];
+        if (edit != distance::kRemove) {
+            now.push_back(got[g++]);
+        }
+        if (edit != distance::kMatch) {
+            wrong.insert(at);
+        }
+    }
+    for (const int number : wrong) {
+        changes[number] = all[number];
+    }
+}
+
+inline void scriptWrite(const std::string& path, const ScriptChanges& changes) {
+    std::ifstream file(path);
+    std::string text;
+    int number = 0;
+    for (std::string line; std::getline(file, line);) {
+        const auto change = changes.find(++number);
+        for (const std::string& now : change == changes.end() ? Lines{line} : change->second) {
+            text += now + "\n";
+        }
+    }
+    std::ofstream(path) << text;
+}
+
+inline Lines scriptLines(const std::string& text, const ScriptLine& meaning) {
+    std::istringstream stream(text);
+    Lines lines;
+    for (std::string line; std::getline(stream, line);) {
+        std::ranges::copy(meaning(line), std::back_inserter(lines));
+    }
+    std::erase(lines, "");
+    return lines;
 }
 
 // The step that is played, for the watchdog.
 inline char scriptStep[500];
 
-inline const std::string& commandOf(const ScriptStep& step) {
-    scriptStep[step.place.copy(scriptStep, sizeof scriptStep - 1)] = '\0';
-    return step.command;
-}
-
-// Plays each chapter with a new player.
-template <typename P>
-void scriptPlay(const std::string& path) {
-    for (const ScriptChapter& chapter : scriptRead(path)) {
-        P player;
+// Plays each chapter with a new player, up to its first wrong step.
+template <typename Make>
+void scriptPlay(const std::string& path, Make make, const ScriptLine& meaning) {
+    ScriptChanges changes;
+    for (const ScriptChapter& chapter : scriptRead(path, meaning)) {
+        auto player = make();
         for (const ScriptStep& step : chapter) {
-            expectSame(step.expected, player.run(commandOf(step)), step.place);
+            scriptStep[step.place.copy(scriptStep, sizeof scriptStep - 1)] = '\0';
+            const Lines got = scriptLines(player.run(step.command), meaning);
+            if (got == step.expected) {
+                continue;
+            }
+            const auto edits = distance::CalculateOptimalEdits(step.expected, got);
+            if (!scriptWrites()) {
+                ADD_FAILURE() << step.place << scriptDiff(step, got, edits, player);
+                break;
+            }
+            ADD_FAILURE() << "written, review: " << step.place;
+            scriptChange(step, got, edits, changes);
         }
     }
+    if (!changes.empty()) {
+        scriptWrite(path, changes);
+    }
+}
+template <typename P>
+void scriptPlay(const std::string& path) {
+    scriptPlay(
+        path, [] { return P(); }, [](const std::string& line) { return Lines{line}; });
 }
