@@ -1,240 +1,393 @@
 // SPDX-License-Identifier: Apache-2.0
-// Messages: what a received one makes the service say and do, what the printer says of it, and the
-// bytes of those the service sends.
+// Messages: what a received one makes the service say and do, and the bytes of those it sends.
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdarg>
 #include <cstring>
+#include <random>
 #include <set>
 
 #include "link/esa_event.h"
+#include "link/esa_mmsg.h"
 #include "link/esa_startup.h"
 #include "ses/esa_control_page.h"
 #include "ses/esa_dispatch.h"
-#include "ses/esa_print.h"
 #include "ses/esa_status.h"
 #include "ses/esa_test_msg.h"
-#include "state/esa_control.h"
-#include "state/esa_trace.h"
 #include "tests/support/fake_alt_event_log.h"
-#include "tests/support/hex.h"
 #include "tests/support/script.h"
 #include "tests/support/switch_listener.h"
 #include "tests/support/trace_capture.h"
 
-// What a message is dispatched to says so in the trace log, which gives the order.
+// What a message is dispatched to says so in the trace log, whatever its level: that gives the
+// order.
+#define CALLED(...) TRACE__statement(0, "", "", 0, __VA_ARGS__)
 ESA_CODE_e esaEncContPageProc(const MMSG_t*) {
-    ESA_TRACE("<control page>");
+    CALLED("<control page>");
     return ESA_E_OK;
 }
 void esaStatusSend(const MMSG_t*, U8_t statusCode, U8_t pageCode, U8_t senseKey, U8_t asc,
                    U8_t ascq) {
-    ESA_TRACE("<status %d page %d sense %d/%02X/%d>", statusCode, pageCode, senseKey, asc, ascq);
+    CALLED("<status %d page %d sense %d/%d/%d>", statusCode, pageCode, senseKey, asc, ascq);
 }
 
 namespace {
 
-// A message alone in a buffer of its own, so that the sanitizer catches what reads past it. What
-// goes beyond its length is an older message's.
-Bytes received(const std::string& text) {
-    static const std::map<std::string, std::pair<std::size_t, std::size_t>> FIELDS = {
-        {"message", {8, 1}},    {"length", {10, 2}}, {"protocol", {12, 1}}, {"type", {13, 3}},
-        {"requestor", {16, 1}}, {"cont", {17, 1}},   {"dest", {18, 1}},     {"local0", {20, 4}},
-        {"local", {24, 4}},     {"other0", {28, 4}}, {"other", {32, 4}},    {"return", {36, 4}},
-        {"handle", {40, 4}},    {"use1", {44, 4}}};
-    const std::size_t bar = std::min(text.find('|'), text.size());
-    Bytes bytes(4064, 0xEE);
-    std::memset(bytes.data(), 0, 64);
-    const std::string defaults = "message=14 length=72 protocol=18 type=28 requestor=26 local=2 ";
-    for (const std::string& word : Words(defaults + text.substr(0, bar)).all) {
-        const auto [offset, size] = FIELDS.at(word.substr(0, word.find('=')));
-        unsigned long value = std::stoul(word.substr(word.find('=') + 1), nullptr, 0);
-        for (std::size_t at = offset + size; at-- > offset; value >>= 8) {
-            bytes[at] = static_cast<std::uint8_t>(value);
+const std::string RESPONSE = "This is a Response Message.", REQUEST = "This is a Request Message.";
+
+// The lines without their prefix; of the printer's only the one that names the kind of message.
+Lines said(TraceCapture* trace) {
+    Lines lines;
+    for (const std::string& line : trace->take()) {
+        const std::string text = line.substr(line.find(":  ") + 3);
+        if (!line.starts_with("esaMmsgPrint:") || text == RESPONSE || text == REQUEST) {
+            lines.push_back(text);
         }
     }
-    const Bytes data = hexBytes(text.substr(std::min(bar + 1, text.size())));
-    std::copy(data.begin(), data.end(), bytes.begin() + 64);
-    return bytes;
+    return lines;
 }
 
-class MessagePlayer : public Player {
-  public:
-    MessagePlayer() {
+__attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {
+    char buffer[200];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(buffer, sizeof buffer, format, values);
+    va_end(values);
+    return buffer;
+}
+
+std::string goodStatus(int page) {
+    return text("<status 0 page %d sense 0/0/0>", page);
+}
+
+// What a usable command makes the service do. Bytes behind the message's length read as 0.
+Lines answerTo(const Bytes& message, U8_t* remembered) {
+    const int length = be16At(message, 10), type = message[13] << 16 | be16At(message, 14);
+    const auto at = [&](std::size_t n) {
+        return static_cast<int>(n) < length ? message[n] : U8_t{0};
+    };
+    const bool emptyBlock = at(68) == 0 && at(69) == 0;
+    if (type == 28) {
+        const std::string answer = goodStatus((at(65) & 0x80) != 0 ? at(66) : *remembered);
+        return {"ESA receives RCV DIAG Cmd.", at(64) == 28 && !emptyBlock ? answer : ""};
+    }
+    if (type != 29) {
+        return {text("Un-supported SES Command [%d].", type)};
+    }
+    *remembered = at(72);  // before anything is tested
+    Lines lines = {"ESA receives SND DIAG Cmd."};
+    if (emptyBlock) {
+        lines.push_back((at(65) & 0x08) != 0 ? "<status 2 page 0 sense 5/36/0>" : goodStatus(0));
+    } else if (at(72) == 2) {
+        lines.push_back("<control page>");
+        lines.push_back(message[16] == 20
+                            ? "Rx Drive Fault LED SES msg from VM. No returning Status msg."
+                            : goodStatus(0));
+    } else {
+        lines.push_back(text("Un-supported SES Page [%d].", at(72)));
+    }
+    return lines;
+}
+
+// All that comes of a message: a test after the other, and the message printed in between.
+Lines outcomeOf(const Bytes& message, U8_t* remembered) {
+    const int length = be16At(message, 10), requestor = message[16];
+    const bool response = (message[17] & 0x40) != 0;
+    const std::string printed = response ? RESPONSE : REQUEST;
+    if (length < 64 || length > 4064) {
+        return {text("MMSG mmsh_length [%d] is out of range", length),
+                text("MMSG requestor [%d] sends wrong mmsg_length!!!", requestor), printed};
+    }
+    if (message[8] == 14 && ((message[27] | message[35]) & 2) == 0) {
+        return {"Received a MMSG but it isn't for us?", printed};
+    }
+    if (message[12] != 18 && message[12] != 12) {
+        return {text("Invalid MMSG protocol [%d]", message[12]), printed};
+    }
+    Lines lines = {"Receive a MMSG to the Enclosure Services Adapter", printed};
+    if (response && requestor == 33) {
+        lines.push_back("Receive a Response MMSG for a Test Message.");
+    } else if (response && requestor == 18) {
+        const bool ok = be16At(message, 36) == 0 && be16At(message, 38) == 1;
+        lines.push_back(text("Receive a Response MMSG from Startup with returned code [%s].",
+                             ok ? "OK" : "REJECTED"));
+    } else {
+        for (const std::string& line : answerTo(message, remembered)) {
+            lines.push_back(line);
+        }
+    }
+    std::erase(lines, "");
+    return lines;
+}
+
+class Messages : public testing::Test {
+  protected:
+    Messages() {
         std::signal(SIGPIPE, SIG_IGN);
         esaControl = {};
-        esaControl.socketFdMSM = peer_.connect();
-        std::memset(esaControl.esaWorkSpace, 0xEE, sizeof esaControl.esaWorkSpace);
-        takeAltRecords();
-        commands["receive"] = [](auto& w) {
-            esaMmsgMsgProc(wireView<MMSG_t>(received(w.from(1)).data()));
-        };
-        commands["show"] = commands["print"] = [this](auto& w) {
-            printed_ = w[0];
-            esaMmsgPrint(wireView<MMSG_t>(received(w.from(1)).data()));
-        };
-        commands["remembered"] = [this](auto& w) {
-            say(esaControl.pageCodeInRecentSndDiagCmd);
-            esaControl.pageCodeInRecentSndDiagCmd = w.u8(1);
-        };
-        commands["counts"] = [](auto& w) {
-            U8_t EsaControl_t::*const counts[] = {
-                &EsaControl_t::deviceMaxNumber, &EsaControl_t::powerSupplyMaxNumber,
-                &EsaControl_t::coolingMaxNumber, &EsaControl_t::temperatureSensorMaxNumber,
-                &EsaControl_t::audibleAlarmMaxNumber};
-            for (std::size_t n = 0; n < 5; ++n) {
-                esaControl.*counts[n] = static_cast<U8_t>(w.number(n + 1));
-            }
-        };
-        commands["level"] = [](auto& w) { TRACE__setTraceLevel(0, w.u16(1)); };
-        commands["lost"] = [this](auto&) { peer_.drop(); };
-        sender("mail", [](auto&) { return esaEmailNotificationMmsgToStartupSend(); });
-        sender("shutdown", [](auto&) { return esaOrderlyShutdownMmsgToStartupSend(); });
-        sender("led", [](auto& w) {
-            return esaCompositeFaultMmsgToStartupSend(static_cast<ESA_CODE_e>(w.number(1)));
-        });
-        sender("test", [](auto& w) { return esaTestMsg(w.u8(1), w.u8(2)); });
-        sender("event", [](auto& w) {
-            const Bytes data = hexBytes(w.from(3));
-            return esaEventMmsgToEmpSend(w.u16(1), w.u8(2), data.data());
-        });
-        sender("statistics", [](auto&) {
-            esaControl.enclosureType = 5;
-            esaControl.powerSupplyVoltage5V = 5.25;
-            esaControl.powerSupplyVoltage12V = 11.75;
-            for (int i = 0; i < 8; ++i) {
-                esaControl.fanRpmSpeed[i] = static_cast<U16_t>(0x1001 + i);
-                esaControl.temperatureSensor[i] = static_cast<S16_t>(0x7FFF - i);
-            }
-            return esaReportTimeoutProcess();
-        });
+        esaControl.socketFdMSM = peer.connect();
+    }
+    ~Messages() override { close(esaControl.socketFdMSM); }
+
+    template <typename... Values>
+    U8_t oneOf(Values... values) {
+        const U8_t all[] = {static_cast<U8_t>(values)...};
+        return all[random() % sizeof...(values)];
+    }
+    template <typename Field>
+    void fillRandomly(Field& field) {
+        std::generate_n(reinterpret_cast<U8_t*>(&field), sizeof field,
+                        [this] { return static_cast<U8_t>(random()); });
+    }
+    // Mostly a good one. Now and then nothing but random bytes.
+    Bytes randomMessage() {
+        Bytes message(4064);
+        std::ranges::generate(message, [this] { return static_cast<U8_t>(random()); });
+        if (random() % 20 == 0) {
+            return message;
+        }
+        const U16_t lengths[] = {0, 1, 63, 64, 65, 66, 68, 69, 70, 72, 73, 168, 4064, 4065, 65535};
+        const U16_t length =
+            random() % 2 == 0 ? U16_t{100} : lengths[random() % std::size(lengths)];
+        const std::map<std::size_t, U8_t> fields = {{8, oneOf(14, 14, 14, 13)},
+                                                    {10, static_cast<U8_t>(length >> 8)},
+                                                    {11, static_cast<U8_t>(length)},
+                                                    {12, oneOf(18, 18, 18, 12, 12, 19, 13, 8)},
+                                                    {13, oneOf(0, 0, 0, 0, 0, 0, 0, 1)},
+                                                    {14, 0},
+                                                    {15, oneOf(28, 29, 29, 29, 30, 27)},
+                                                    {16, oneOf(26, 33, 18, 20, 20, 17, 19, 32, 34)},
+                                                    {17, oneOf(0, 0, 0xBF, 0x40, 0xFF)},
+                                                    {27, oneOf(2, 2, 2, 0, 0xFD)},
+                                                    {35, oneOf(0, 2, 0xFD)},
+                                                    {36, 0},
+                                                    {37, oneOf(0, 0, 1)},
+                                                    {38, 0},
+                                                    {39, oneOf(1, 1, 0, 2)},
+                                                    {64, oneOf(28, 28, 28, 29, 0)},
+                                                    {68, oneOf(0, 0, 0, 1)},
+                                                    {69, oneOf(0, 96)},
+                                                    {72, oneOf(2, 2, 2, 1, 0, 255)}};
+        for (const auto& [at, value] : fields) {
+            message[at] = value;
+        }
+        return message;
     }
 
-    ~MessagePlayer() override { close(esaControl.socketFdMSM); }
-
-  private:
-    void sender(const std::string& name, std::function<S32_t(const Words&)> send) {
-        commands[name] = [this, send](auto& w) {
-            const S32_t result = send(w);
-            sent_ = "sent " + std::to_string(result);
-        };
-    }
-    // The trace lines; of the printer's only the first behind the header, if it was not asked for.
-    void traceSay() {
-        for (const std::string& line : trace_.take()) {
-            const std::string text = line.substr(std::min(line.find(":  ") + 3, line.size()));
-            const bool printers = line.starts_with("esaMmsgPrint:");
-            if (!printers || printed_ == "show" ||
-                (printed_ == "print" ? !text.starts_with("MMCH") : text.starts_with("This is a"))) {
-                say(text);
-            }
-        }
-        printed_.clear();
-    }
-    // Messages in lines of 32 bytes, those that are all zero left out. The links in front, which
-    // are an address, read as 0.
-    void finish() override {
-        traceSay();
-        say(takeFaults());
-        if (!sent_.empty()) {
-            say(std::exchange(sent_, ""));
-        }
-        for (Bytes message : peer_.take()) {
-            std::fill_n(message.begin(), 8, std::uint8_t{0});
-            say(hexRows(message));
-        }
-    }
-
-    TraceCapture trace_{0x4010};
-    SwitchListener peer_;
-    std::string printed_;
-    std::string sent_;
+    SwitchListener peer;
+    TraceCapture trace{0x4010};
+    std::mt19937 random{22};
 };
 
-// What failed and where: a critical fault as "sender:line", no more of the name than a trace line
-// has.
-std::string faultPlace() {
-    const Bytes record = takeAltRecords().at(0).bytes;
-    const std::string function(reinterpret_cast<const char*>(&record.at(216)));
-    return function.substr(0, std::min<std::size_t>(function.find("()"), 32)) + ":" +
-           std::to_string(be16At(record, 282));
+}  // namespace
+
+// Each in a buffer of its own, so that the sanitizer sees what is read past it. Of all that the
+// service knows, only the page asked for last changes.
+TEST_F(Messages, WhatComesOfAReceivedOneFollowsFromItAndThePageRemembered) {
+    U8_t remembered = 0;
+    for (int round = 0; round < 4000; ++round) {
+        Bytes message = randomMessage();
+        const bool traced = random() % 8 != 0;
+        TRACE__setTraceLevel(0, traced ? 0x4010 : 0x4000);
+        EsaControl_t before;
+        std::memcpy(&before, &esaControl, sizeof before);
+        esaMmsgMsgProc(wireView<MMSG_t>(message.data()));
+        Lines expected = outcomeOf(message, &remembered);
+        std::erase_if(expected, [&](const std::string& line) { return !traced && line[0] != '<'; });
+        ASSERT_EQ(said(&trace), expected) << "round " << round;
+        before.pageCodeInRecentSndDiagCmd = remembered;
+        ASSERT_EQ(std::memcmp(&before, &esaControl, sizeof before), 0) << "round " << round;
+    }
 }
 
-// Lines of the printer without the one of the length.
-Lines printed(TraceCapture* trace, const void* message) {
-    esaMmsgPrint(wireView<MMSG_t>(message));
-    Lines lines = trace->take();
-    std::erase_if(lines, [](const auto& line) { return line.starts_with("MMCH mmsg_length"); });
-    return lines;
+namespace {
+
+// What sending says, and the words of the message that are not zero, by their places.
+struct Outgoing {
+    Outgoing(Lines itsLines, U32_t length, const std::map<std::size_t, std::vector<U32_t>>& words)
+        : lines(std::move(itsLines)), message(length) {
+        const auto space = reinterpret_cast<std::uintptr_t>(esaControl.esaWorkSpace);
+        const auto address = static_cast<U32_t>(space);
+        put(0, {address, address, 0x0E010000 | length, 0, 0x21000000});
+        for (const auto& [at, these] : words) {
+            put(at, these);
+        }
+    }
+    void put(std::size_t at, const std::vector<U32_t>& words) {
+        for (const U32_t word : words) {
+            for (int shift = 24; at < message.size() && shift >= 0; shift -= 8) {
+                message[at++] = static_cast<U8_t>(word >> shift);
+            }
+        }
+    }
+    Lines lines;
+    Bytes message;
+};
+
+// The control page that a test message carries, behind its command.
+std::vector<U32_t> testPage() {
+    std::vector<U32_t> words = {0x1D080000, 0, 0x02000000, 0};
+    const auto section = [&](int count, auto record) {
+        words.push_back(0);
+        for (int n = 0; n < count; ++n) {
+            words.push_back(record(n));
+        }
+    };
+    const std::set<int> faulty = {0, 3, 7, 12};
+    const EsaControl_t& c = esaControl;
+    section(std::min<int>(c.deviceMaxNumber, 16),
+            [&](int n) { return faulty.contains(n) ? 4U : 0U; });
+    section(std::min<int>(c.powerSupplyMaxNumber, 3), [](int) { return 4U; });
+    section(c.coolingMaxNumber, [](int) { return 4U; });
+    section(std::min<int>(c.audibleAlarmMaxNumber, 1), [](int) { return 2U; });
+    words[1] = static_cast<U32_t>(4 * words.size() - 8) << 16;
+    return words;
+}
+
+Outgoing testMessage(U8_t command, U8_t page) {
+    const EsaControl_t& c = esaControl;
+    const int elements = c.powerSupplyMaxNumber + c.deviceMaxNumber + c.coolingMaxNumber;
+    std::vector<U32_t> block = {0x1C800000U | static_cast<U32_t>(page << 8),
+                                static_cast<U32_t>(4 * elements + 21) << 16};
+    std::string word;
+    if (command == 29 && page == 2) {
+        block = testPage();
+        word = text("mmsg_length = [%zu], sizeof(MMCH_t) = [64]", 64 + 4 * block.size());
+    } else if (command != 28) {
+        block.clear();
+        word = command == 29 ? text("Un-supported SES Page [%d].", page)
+                             : text("Un-supported SES Command [%d].", command);
+    }
+    const auto length = block.empty() ? 0U : static_cast<U32_t>(64 + 4 * block.size());
+    Outgoing message({"This test SES Command Message is from Local Blade.", word,
+                      "Send out a Test SES Command MMSG from the ESA to ESA.", REQUEST},
+                     length, {{12, {0x12000000U | command, 0x21002100}}, {24, {2}}, {64, block}});
+    std::erase(message.lines, "");
+    return message;
+}
+
+// The first `count` of eight numbers.
+template <typename Number>
+std::vector<U32_t> halves(const Number (&numbers)[8], int count) {
+    std::vector<U32_t> words(4);
+    for (std::size_t n = 0; n < 8 && static_cast<int>(n) < count; ++n) {
+        words[n / 2] |= U32_t{static_cast<U16_t>(numbers[n])} << (n % 2 == 0 ? 16 : 0);
+    }
+    return words;
+}
+
+Outgoing statistics() {
+    const EsaControl_t& c = esaControl;
+    return {{"Send the Enclosure Services Statistics Event Log."},
+            360,
+            {{12, {0x08000001}},
+             {20, {0x08000000}},
+             {208, {1, 0x0301000A, U32_t{c.enclosureType} << 24}},
+             {228, {c.coolingMaxNumber, c.temperatureSensorMaxNumber}},
+             {272, {9}},
+             {280, {0x40150000, 0, 0xC0278000, 0}},  // 5.25 and -11.75 volts
+             {296, halves(c.fanRpmSpeed, c.coolingMaxNumber)},
+             {312, halves(c.temperatureSensor, c.temperatureSensorMaxNumber)}}};
 }
 
 }  // namespace
 
-TEST(Messages, ComeOutAsWritten) {
-    scriptPlay<MessagePlayer>(MSG_TESTS "/messages.txt");
-    scriptPlay<MessagePlayer>(MSG_TESTS "/print.txt");
+// Whatever the counts, and whatever the work space held before.
+TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlaces) {
+    for (int round = 0; round < 1200; ++round) {
+        fillRandomly(esaControl.esaWorkSpace);
+        fillRandomly(esaControl.fanRpmSpeed);
+        fillRandomly(esaControl.temperatureSensor);
+        std::generate_n(&esaControl.deviceMaxNumber, 5,
+                        [this] { return oneOf(0, 1, 2, 3, 4, 7, 8, 9, 13, 16, 17, 255); });
+        esaControl.enclosureType = oneOf(0, 5, 255);
+        esaControl.powerSupplyVoltage5V = 5.25;
+        esaControl.powerSupplyVoltage12V = -11.75;
+        const U8_t first = oneOf(28, 29, 29, 30, 0, 1), second = oneOf(2, 2, 3, 255);
+        const bool lit = first != 0;
+        Be32 data[36];
+        fillRandomly(data);
+        const std::pair<std::function<S32_t()>, Outgoing> senders[] = {
+            {esaEmailNotificationMmsgToStartupSend,
+             {{"Send Email Notification MMSG To Startup."},
+              64,
+              {{12, {0x0C000010}}, {20, {0x40000}}}}},
+            {esaOrderlyShutdownMmsgToStartupSend,
+             {{"Send request of Orderly Shutdown to Startup"},
+              64,
+              {{12, {0x0D000001}}, {20, {0x40000}}, {48, {1}}}}},
+            {[&] { return esaCompositeFaultMmsgToStartupSend(static_cast<ESA_CODE_e>(first)); },
+             {{text("[%s] Composite Fault LED in Startup.", lit ? "Set" : "Clear")},
+              64,
+              {{12, {0x0C00000E}}, {20, {0x40000}}, {44, {2, lit ? 2U : 1U}}}}},
+            {[&] {
+                 return esaEventMmsgToEmpSend(static_cast<U16_t>(first << 8 | second), second,
+                                              data);
+             },
+             {{},
+              360,
+              {{12, {0x08000001}},
+               {20, {0x08000000}},
+               {208, {second, 0x03010000U | static_cast<U32_t>(first << 8 | second)}},
+               {216, {data, data + 36}}}}},
+            {esaReportTimeoutProcess, statistics()},
+            {[&] { return esaTestMsg(first, second); }, testMessage(first, second)},
+        };
+        const auto& [send, expected] = senders[random() % std::size(senders)];
+        ASSERT_EQ(send(), static_cast<S32_t>(expected.message.size()));
+        ASSERT_EQ(said(&trace), expected.lines) << "round " << round;
+        const std::vector<Bytes> sent = peer.take();
+        ASSERT_EQ(sent.empty() ? Bytes() : sent.at(0), expected.message) << "round " << round;
+    }
 }
 
-// Whatever the length, direction and counts, the lines do not depend on what an older message left
-// behind this one, and of what is sent a response has one byte more than its length says.
-TEST(Messages, NothingBehindAMessageIsPrinted) {
-    TraceCapture trace;
-    for (const char* message :
-         {"type=29 | 1D AD 33 FF 22 33 5A FF 02", "cont=0x40 | 00 01 12", "cont=0x40 | 00 02 5A",
-          "type=29 cont=0x40 | 02 E1 11 5A FF", "| 1C 85 02 FF 12 34 A7"}) {
-        for (const int count : {1, 255}) {
-            std::memset(&esaControl.deviceMaxNumber, count, 5);  // to the alarms
-            for (int length = 0; length < 65536; length += length < 120 ? 1 : 3944) {
-                Bytes bytes = received("length=" + std::to_string(length) + " " + message);
-                const auto end = bytes.begin() + std::clamp(length, 64, 4064);
-                Lines lines[2];
-                for (const std::uint8_t older : Bytes{0x00, 0x02}) {
-                    std::fill(end, bytes.end(), older);
-                    lines[older / 2] = printed(&trace, bytes.data());
-                }
-                ASSERT_EQ(lines[0], lines[1]) << length << " " << message;
-
-                const int sent =
-                    (bytes[17] & 0x40) != 0 ? std::clamp(length, 64, 4064) + 1 : length;
-                std::ranges::copy(bytes, esaControl.esaWorkSpace);
-                bytes[10] = static_cast<std::uint8_t>(sent >> 8);
-                bytes[11] = static_cast<std::uint8_t>(sent);
-                ASSERT_EQ(printed(&trace, esaControl.esaWorkSpace), printed(&trace, bytes.data()))
-                    << length << " " << message;
-            }
+// Recipients are added; what lies behind the length, or the header, is left alone.
+TEST_F(Messages, AHeaderIsClearedAndNamesItsRecipients) {
+    for (const U32_t length : {0U, 63U, 64U, 72U, 360U, 4064U}) {
+        std::memset(esaControl.esaWorkSpace, 0xEE, sizeof esaControl.esaWorkSpace);
+        MMCH_t* const header = wireView<MMCH_t>(esaControl.esaWorkSpace);
+        esaMmsgHeaderInit(header, MMSG_E_PROTOCOL_SES, 0x010203, length);
+        Outgoing expected({}, std::max(length, 64U), {{8, {0x0E010000 | length, 0x12010203}}});
+        std::set<U32_t> recipients = {0, 31, 32, 63};
+        recipients.insert({static_cast<U32_t>(random() % 64), static_cast<U32_t>(random() % 64)});
+        for (const U32_t endpoint : recipients) {
+            esaMmsgRecipientAdd(header, endpoint);
+            expected.message[20 + endpoint / 32 * 4 + 3 - endpoint % 32 / 8] |=
+                static_cast<U8_t>(1 << endpoint % 8);
         }
+        expected.message.resize(4064, 0xEE);
+        EXPECT_EQ(Bytes(esaControl.esaWorkSpace, esaControl.esaWorkSpace + 4064), expected.message)
+            << length;
     }
 }
 
-// Whoever sends, it is its own name and line that a lost message is reported with.
-TEST(Messages, WhatIsLostIsReportedWhereItsSenderStands) {
-    std::signal(SIGPIPE, SIG_IGN);
-    TraceCapture trace(0x4010);
+// Whoever sends, it is its own name and line that a lost message is reported with; the shutdown
+// request deliberately has another's name.
+TEST_F(Messages, WhatIsLostIsReportedWhereItsSenderStands) {
     std::set<std::string> places;
-    S32_t (*const senders[])() = {esaEmailNotificationMmsgToStartupSend,
-                                  [] { return esaCompositeFaultMmsgToStartupSend(ESA_E_OK); },
-                                  esaOrderlyShutdownMmsgToStartupSend, esaReportTimeoutProcess,
-                                  [] { return esaTestMsg(28, 1); }};
-    for (const auto send : senders) {
-        SwitchListener peer;
-        esaControl.socketFdMSM = peer.connect();
-        peer.drop();
+    const std::tuple<S32_t (*)(), std::string, int> senders[] = {
+        {esaEmailNotificationMmsgToStartupSend, "esaEmailNotificationMmsgToStartupSend", 64},
+        {[] { return esaCompositeFaultMmsgToStartupSend(ESA_E_OK); },
+         "esaCompositeFaultMmsgToStartupSend", 64},
+        {esaOrderlyShutdownMmsgToStartupSend, "esaEventMmsgToEmpSend", 64},
+        {esaReportTimeoutProcess, "esaEventMmsgToEmpSend", 360},
+        {[] { return esaTestMsg(28, 1); }, "esaTestMsg", 72}};
+    for (const auto& [send, name, size] : senders) {
+        SwitchListener lost;
+        esaControl.socketFdMSM = lost.connect();
+        lost.drop();
         takeAltRecords();
-        send();
-        const std::string fault = faultPlace();
-        EXPECT_TRUE(places.insert(fault).second) << fault;
-        send();
-        EXPECT_TRUE(trace.take().back().starts_with(fault + ":  MMSG with opcode ")) << fault;
+        EXPECT_EQ(send(), -1);
+        const Bytes record = takeAltRecords().at(0).bytes;
+        const std::string fault(reinterpret_cast<const char*>(&record.at(284)));
+        EXPECT_EQ(fault, text("Linux send function fails, sendSize = [%d] is wrong", size));
+        EXPECT_EQ(reinterpret_cast<const char*>(&record.at(216)), name + "()");
+        trace.take();
+        EXPECT_EQ(send(), -1);
+        // A line's name is cut to 32 characters.
+        const std::string place = name.substr(0, 32) + ":" + std::to_string(be16At(record, 282));
+        EXPECT_TRUE(trace.take().back().starts_with(place + ":  MMSG with opcode ")) << place;
+        EXPECT_TRUE(places.insert(place).second) << place;
     }
-}
-
-// A line of the printer stands where its field's row does, whichever routine walks the rows.
-TEST(Messages, EachPrintedFieldHasALineOfItsOwn) {
-    TraceCapture trace(0x4010);
-    esaMmsgPrint(wireView<MMSG_t>(received("length=92 cont=0x40 | 02 E1").data()));
-    std::set<std::string> places;
-    for (const std::string& line : trace.take()) {
-        EXPECT_TRUE(places.insert(line.substr(0, line.find(":  "))).second) << line;
-    }
-    EXPECT_EQ(places.size(), 10u + 3u + 17u);
 }
