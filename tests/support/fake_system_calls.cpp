@@ -95,6 +95,9 @@ int socket(int family, int type, int protocol) noexcept {
 
 int connect(int fd, const struct sockaddr* address, socklen_t length) {
     ++systemCalls.connects;
+    if (systemCalls.onConnect) {
+        systemCalls.onConnect(fd);
+    }
     if (scripted(&systemCalls.connectErrors) > 0) {
         return -1;
     }

@@ -27,7 +27,9 @@ struct SystemCalls {
     int nextSocket = 0;           // what the next socket call gives, -1 with EMFILE; 0: a socket
     std::string enclosureDevice;  // opened in place of /dev/enc-0; empty: no such device
 
-    // Run in every wait, short wait and sleep, before it ends.
+    // Run in every connect, with its socket, and in every wait, short wait and sleep, before it
+    // ends.
+    std::function<void(int)> onConnect;
     std::function<void()> onSelect;
     std::function<void()> onPoll;
     std::function<void()> onSleep;

@@ -40,6 +40,8 @@ void SwitchListener::open() {
 }
 
 bool SwitchListener::accept() {
+    drop();
+    pending_.clear();
     connection_ = ::accept(listener_, nullptr, nullptr);
     return connection_ >= 0;
 }

@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// The link to the switch: what is taken off the stream for which length, what a pass does with half
-// a message, when the link goes down and how it comes back.
+// The link to the switch against two models: what a pass takes off the stream, whatever comes when
+// and whatever fails; and when the link is up, what of a message's fate is said, what is
+// remembered.
 #include <fcntl.h>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sys/socket.h>
 
-#include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstring>
-#include <regex>
+#include <random>
+#include <set>
 
-#include "emp_mesgs.h"
 #include "esa_evl.h"
 #include "link/esa_mmsg.h"
 #include "link/esa_receive.h"
@@ -19,199 +18,432 @@
 #include "state/esa_control.h"
 #include "tests/support/fake_alt_event_log.h"
 #include "tests/support/fake_system_calls.h"
-#include "tests/support/hex.h"
 #include "tests/support/script.h"
 #include "tests/support/switch_listener.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
 
-// Bytes `from` to `to` (0: the end) of a message of at least a header whose bytes count up from
-// 1 + `shift`, but for the length.
-Bytes pieceOf(int length, int from, int to, int shift = 0) {
-    Bytes message(static_cast<std::size_t>(std::max(length, 64)));
-    for (std::size_t n = 0; n < message.size(); ++n) {
-        message[n] = static_cast<std::uint8_t>(static_cast<int>(n) + 1 + shift);
-    }
-    message[10] = static_cast<std::uint8_t>(length >> 8);
-    message[11] = static_cast<std::uint8_t>(length);
-    return {message.begin() + from, to == 0 ? message.end() : message.begin() + to};
+// After these the link is not at its end.
+bool passes(int error) {
+    return error == EINTR || error == EAGAIN || error == ENOBUFS || error == ENOMEM;
 }
 
-// A pass waits five short waits; nobody listens at first.
-class LinkPlayer : public Player {
-  public:
-    LinkPlayer() {
+std::string linkIsDown(int socket) {
+    return "The link to MSM on socket [" + std::to_string(socket) + "] is down.";
+}
+
+class Link : public testing::Test {
+  protected:
+    Link() {
         std::signal(SIGPIPE, SIG_IGN);
         systemCalls = {};
         esaControl = {};
         esaControl.socketFdMSM = -1;
-        wireTextSet(params_.mmsgDirectory, listener_.directory().c_str());
-        pMpuParams = &params_;
-        takeAltRecords();
-        connectCommands();
-        receiveCommands();
-        sendCommands();
+        wireTextSet(params.mmsgDirectory, listener.directory().c_str());
+        pMpuParams = &params;
+        listener.open();
     }
-    ~LinkPlayer() override {
+    ~Link() override {
         esaLinkDown();
         pMpuParams = nullptr;
     }
+    // Faults, then trace lines; a dump's rows are dots behind its title.
+    Lines said() {
+        Lines lines = takeFaults();
+        for (const std::string& line : trace.take()) {
+            if (line.starts_with("0x")) {
+                lines.back() += ".";
+            } else {
+                lines.push_back(line.substr(line.find_first_not_of(' ', line.find(": ") + 1)));
+            }
+        }
+        return lines;
+    }
+    std::size_t below(std::size_t limit) { return random() % limit; }
+
+    MPU_PARAMS_t params = {};
+    SwitchListener listener;
+    TraceCapture trace{0x4010};
+    std::mt19937 random{24};
+};
+
+// ---- what a pass takes off the stream ----
+
+// A pass has five short waits; before the first and in each of them something may come.
+struct Stream {
+    Bytes come;                // and not yet taken
+    std::deque<Bytes> coming;  // next
+    int untilEnd = 0;          // the stream ends with so many of these; 0: it does not
+    bool ended = false;
+    std::deque<int> errors;  // of the next receives, 0: none
+
+    Bytes header;  // of the message being read; empty: it has not been seen whole
+    std::size_t taken = 0;
+    Bytes buffer = Bytes(4064);
+    int steps = 0, waits = 0, receives = 0;  // of a pass: waits left, waits and receives made
+    bool isDown = false;
+    Lines faults, lines;
+
+    // True when a message stands in the buffer.
+    bool pass() {
+        steps = 5;
+        waits = receives = 0;
+        faults.clear();
+        lines.clear();
+        arrive();
+        return (!header.empty() || peek()) && read();
+    }
 
   private:
-    void connectCommands() {
-        commands["listen"] = [this](auto&) { listener_.open(); };
-        commands["connect"] = [this](auto&) { say(esaLinkOpen() ? "connected" : "not connected"); };
-        commands["up"] = [this](auto&) {
-            listener_.open();
-            EXPECT_TRUE(esaLinkOpen() && listener_.accept());
-            systemCalls.connects = 0;
-        };
-        commands["accept"] = [this](auto&) { say(listener_.accept() ? "accepted" : "nobody"); };
-        commands["drop"] = [this](auto&) { listener_.drop(); };
-        commands["down"] = [](auto&) { esaLinkDown(); };
-        commands["socket"] = [](auto& w) { systemCalls.nextSocket = w.number(1); };
-        // The message directory in so many bytes, by slashes in front.
-        commands["directory"] = [this](auto& w) {
-            std::string path = listener_.directory();
-            path.insert(0, static_cast<std::size_t>(w.number(1)) - path.size(), '/');
-            params_ = {};
-            path.copy(params_.mmsgDirectory, sizeof params_.mmsgDirectory);
-        };
-        commands["pass"] = [this](auto& w) {
-            for (int pass = 1; pass <= std::max(w.number(1), 1); ++pass) {
-                if (esaLinkPass()) {
-                    say("connected in pass ", pass);
+    std::size_t length() const { return std::max<std::size_t>(be16At(header, 10), 64); }
+    void arrive() {
+        if (!coming.empty()) {
+            come.insert(come.end(), coming.front().begin(), coming.front().end());
+            coming.pop_front();
+        }
+        ended = --untilEnd == 0 || ended;
+    }
+    bool wait() {
+        if (steps-- == 0) {
+            return false;
+        }
+        ++waits;
+        arrive();
+        return true;
+    }
+    int receiveError() {
+        ++receives;
+        const int next = errors.empty() ? 0 : errors.front();
+        errors.resize(std::max<std::size_t>(errors.size(), 1));
+        errors.pop_front();
+        return next != 0 ? next : come.empty() && !ended ? EAGAIN : 0;
+    }
+    // Of a receive that failed, or gave `got` bytes of a stream that has ended. True when only a
+    // signal came in between.
+    bool failed(const std::string& what, const std::string& dump, int error, std::size_t got) {
+        const std::string size = error != 0 ? "-1" : std::to_string(got);
+        faults.push_back("main(): Linux recv function fails, " + what + " readSize = [" + size +
+                         "] is wrong");
+        lines.push_back(dump);
+        if (!passes(error)) {
+            lines.push_back(linkIsDown(esaControl.socketFdMSM));
+        }
+        isDown = !passes(error);
+        return error == EINTR;
+    }
+    bool peek() {
+        for (bool endSeen = false;;) {
+            const int error = receiveError();
+            if (error == 0 && come.size() >= 64) {
+                header = {come.begin(), come.begin() + 64};
+                return true;
+            }
+            const bool part = error == 0 && !come.empty() && !endSeen;
+            if (!part && !failed("MSG_PEEK", "tmpMMCH  =..", error, come.size())) {
+                return false;
+            }
+            if (part ? !wait() : steps-- == 0) {
+                return false;
+            }
+            endSeen = part && ended;
+        }
+    }
+    // Each piece to the buffer's start, behind the first nothing of an older message; what no
+    // buffer holds is thrown away.
+    void take() {
+        const std::size_t end = taken < 4064 ? std::min<std::size_t>(length(), 4064) : length();
+        const std::size_t size = std::min({come.size(), end - taken, std::size_t{4064}});
+        if (taken < 4064) {
+            std::copy_n(come.begin(), size, buffer.begin());
+        }
+        if (taken == 0 && size < end) {
+            std::fill_n(buffer.begin() + static_cast<std::ptrdiff_t>(size), 4064 - size, U8_t{0});
+        }
+        taken += size;
+        come.erase(come.begin(), come.begin() + static_cast<std::ptrdiff_t>(size));
+    }
+    bool read() {
+        for (;;) {
+            const int error = receiveError();
+            if (error == 0 && !come.empty()) {
+                take();
+            } else if (!failed("mmsg_length", "esaMMSG =" + std::string(127, '.'), error, 0)) {
+                return false;
+            }
+            if (taken == length()) {
+                break;
+            }
+            do {
+                if (!wait()) {
+                    return false;
                 }
-            }
-        };
-    }
-    void receiveCommands() {
-        commands["arrive"] = [this](auto& w) {
-            listener_.send(pieceOf(w.number(1), w.number(2), w.number(3), w.number(4)));
-        };
-        // A byte from 64 on in each short wait.
-        commands["trickle"] = [this](auto& w) {
-            systemCalls.onPoll = [this, length = w.number(1), at = 64]() mutable {
-                listener_.send(pieceOf(length, at, at + 1));
-                ++at;
-            };
-        };
-        commands["later"] = [this](auto& w) {
-            systemCalls.onPoll = [this, piece = pieceOf(w.number(1), w.number(2), w.number(3)),
-                                  waits = w.number(4)]() mutable {
-                if (--waits == 0) {
-                    listener_.send(piece);
-                }
-            };
-        };
-        commands["errors"] = [](auto& w) {
-            systemCalls.receiveErrors = {w.number(1), w.number(2), w.number(3)};
-        };
-        commands["receive"] = [this](auto&) {
-            std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
-            say(esaMmsgReceive(50) ? "message" : "no message");
-            EXPECT_THAT(esaControl.esaWorkSpace, testing::Each(0xEE)) << "past the buffer";
-            systemCalls.onPoll = nullptr;
-        };
-        // The first bytes of the buffer as runs that count up: first value, number.
-        commands["look"] = [this](auto& w) {
-            std::string text;
-            for (int at = 0, from = 0; at < w.number(1); from = at) {
-                do {
-                    ++at;
-                } while (at < w.number(1) &&
-                         esaControl.esaInMsg[at] ==
-                             static_cast<U8_t>(esaControl.esaInMsg[at - 1] + 1));
-                text += std::to_string(esaControl.esaInMsg[from]) + "+" +
-                        std::to_string(at - from) + " ";
-            }
-            say(text.substr(0, text.size() - 1));
-        };
-    }
-    void sendCommands() {
-        commands["header"] = [this](auto& w) {
-            std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
-            esaMmsgHeaderInit(message_, MMSG_E_PROTOCOL_EVENTMGR, 0x010203, 72);
-            const U32_t address = reinterpret_cast<std::uintptr_t>(message_) & UINT32_MAX;
-            EXPECT_EQ(message_->mmch_lh.flink, address);
-            EXPECT_EQ(message_->mmch_lh.blink, address);
-            for (std::size_t n = 1; n < w.all.size(); ++n) {
-                esaMmsgRecipientAdd(message_, w.u32(n));
-            }
-            say(hexLine({esaControl.esaWorkSpace + 8, esaControl.esaWorkSpace + 36}));
-            say(hexLine({esaControl.esaWorkSpace + 36, esaControl.esaWorkSpace + 76}));
-        };
-        commands["send"] = [this](auto& w) {
-            const bool event = w[1] == "event";
-            esaMmsgHeaderInit(message_, event ? MMSG_E_PROTOCOL_EVENTMGR : MMSG_E_PROTOCOL_STARTUP,
-                              event ? EMP_E_MSGS_LOG : w.u32(2), 64);
-            wireView<EsaEvent_t>(message_ + 1)->header.evId = w.u16(2);
-            const auto start = std::chrono::steady_clock::now();
-            const S32_t sent = esaMmsgSend(ESA_SENDER(sender));
-            const auto took = std::chrono::steady_clock::now() - start;
-            const std::chrono::seconds limit(std::exchange(limit_[0], 0));
-            say("sent ", sent, limit.count() > 0 && took >= limit ? " after that" : "",
-                (systemCalls.sendFlags & MSG_DONTWAIT) != 0 ? " without waiting" : "");
-            const std::vector<Bytes> out = listener_.take();
-            if (!out.empty()) {
-                say("went out: ",
-                    out.size() > 1 ? "many" : hexLine({out[0].begin() + 8, out[0].begin() + 20}));
-            }
-        };
-        commands["fails"] = [](auto& w) { systemCalls.sendErrors = {w.number(1), w.number(2)}; };
-        commands["refuse"] = [](auto& w) {
-            systemCalls.connectErrors = {w.number(1), w.number(2), w.number(3)};
-        };
-        commands["fill"] = [this](auto&) {
-            socklen_t size = sizeof limit_;
-            getsockopt(esaControl.socketFdMSM, SOL_SOCKET, SO_SNDTIMEO_OLD, limit_, &size);
-            say("a send takes ", limit_[0], " s at most");
-            esaMmsgHeaderInit(message_, MMSG_E_PROTOCOL_SES, 28, 4064);
-            while (sendto(esaControl.socketFdMSM, message_, 4064, MSG_DONTWAIT, nullptr, 0) > 0) {
-            }
-        };
-        commands["undelivered"] = [this](auto& w) {
-            say(esaMmsgIsUndelivered(static_cast<SUS_MMSG>(w.number(1))) ? "yes" : "no");
-        };
-    }
-    // Faults, trace lines without socket numbers and dump rows, of a dump in whose name it is, the
-    // link's end, and the calls made.
-    void finish() override {
-        say(takeFaults());
-        static const std::regex prefix(R"(^\w+:\d+:  |:\d+(?=: )| socket \[.*)");
-        for (const std::string& line : trace_.take()) {
-            if (!line.starts_with("0x")) {
-                say(std::regex_replace(line, prefix, ""));
-            }
+            } while (come.empty() && !ended);
         }
-        if (fd_ >= 0 && !esaLinkIsUp()) {
-            say(fcntl(fd_, F_GETFD) == -1 ? "closed" : "left open");
+        // The dispatcher rejects what is too long, by its header.
+        if (length() > 4064) {
+            std::ranges::copy(header, buffer.begin());
         }
-        fd_ = esaControl.socketFdMSM;
-        const std::pair<int&, const char*> calls[] = {{systemCalls.connects, "connects"},
-                                                      {systemCalls.receives, "receives"},
-                                                      {systemCalls.polls, "waits"},
-                                                      {systemCalls.sends, "sends"}};
-        std::string text;
-        for (const auto& [count, name] : calls) {
-            text += count == 0 ? "" : " " + std::to_string(std::exchange(count, 0)) + " " + name;
-        }
-        if (!text.empty()) {
-            say("calls:" + text);
-        }
+        header.clear();
+        taken = 0;
+        return true;
     }
-
-    MPU_PARAMS_t params_ = {};
-    SwitchListener listener_;
-    TraceCapture trace_{0x4010};
-    MMCH_t* const message_ = wireView<MMCH_t>(esaControl.esaWorkSpace);
-    int fd_ = -1;
-    long limit_[2] = {};  // of the next send, to a full socket: seconds, microseconds
 };
 
 }  // namespace
 
-TEST(Link, ComesOutAsWritten) {
-    scriptPlay<LinkPlayer>(MSG_TESTS "/link.txt");
+TEST_F(Link, APassTakesWhatTheRulesSayOffAnyStream) {
+    std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
+    Stream stream;
+    stream.isDown = true;
+    Bytes unsent;
+    for (int round = 0; round < 6000; ++round) {
+        if (stream.isDown) {
+            esaLinkDown();
+            ASSERT_TRUE(esaLinkOpen() && listener.accept()) << round;
+            const Bytes buffer = stream.buffer;
+            stream = {};
+            stream.buffer = buffer;
+            unsent.clear();
+        }
+        // Messages back to back, cut anywhere.
+        const auto cut = [&] {
+            while (unsent.size() < 300) {
+                const std::size_t lengths[] = {0,    1,    63,   64,   65,   72,
+                                               4063, 4064, 4065, 4100, 8200, 65535};
+                const std::size_t length = below(3) == 0 ? lengths[below(12)] : 64 + below(200);
+                Bytes message(std::max<std::size_t>(length, 64));
+                std::ranges::generate(message, [this] { return static_cast<U8_t>(random()); });
+                message[10] = static_cast<U8_t>(length >> 8);
+                message[11] = static_cast<U8_t>(length);
+                unsent.insert(unsent.end(), message.begin(), message.end());
+            }
+            const std::size_t sizes[] = {0, 1, 63, 64, 65, 100, 5000, 20000};
+            const std::size_t size =
+                std::min(below(2) == 0 ? below(150) : sizes[below(8)], unsent.size());
+            const Bytes piece(unsent.begin(), unsent.begin() + static_cast<std::ptrdiff_t>(size));
+            unsent.erase(unsent.begin(), unsent.begin() + static_cast<std::ptrdiff_t>(size));
+            return piece;
+        };
+        stream.untilEnd = stream.ended || below(20) != 0 ? 0 : 1 + static_cast<int>(below(3));
+        stream.coming.resize(stream.ended || stream.come.size() > 50000 ? 0
+                             : stream.untilEnd != 0 ? static_cast<std::size_t>(stream.untilEnd)
+                                                    : below(7));
+        for (Bytes& piece : stream.coming) {
+            piece = below(2) == 0 ? Bytes() : cut();
+        }
+        const int errors[] = {EINTR, EINTR, EAGAIN, ENOBUFS, ENOMEM, ECONNRESET, EBADF};
+        stream.errors.clear();
+        for (std::size_t n = below(6) == 0 ? below(4) : 0; n > 0; --n) {
+            stream.errors.push_back(below(2) == 0 ? 0 : errors[below(std::size(errors))]);
+        }
+        systemCalls = {};
+        systemCalls.receiveErrors = stream.errors;
+        systemCalls.onPoll = [&, coming = stream.coming, untilEnd = stream.untilEnd]() mutable {
+            if (!coming.empty()) {
+                listener.send(coming.front());
+                coming.pop_front();
+            }
+            if (--untilEnd == 0) {
+                listener.drop();
+            }
+        };
+        systemCalls.onPoll();
+
+        const bool expected = stream.pass();
+        ASSERT_EQ(esaMmsgReceive(50), expected) << "round " << round;
+        stream.faults.insert(stream.faults.end(), stream.lines.begin(), stream.lines.end());
+        ASSERT_EQ(said(), stream.faults) << "round " << round;
+        ASSERT_EQ(Bytes(esaControl.esaInMsg, esaControl.esaInMsg + 4064), stream.buffer)
+            << "round " << round;
+        ASSERT_EQ(systemCalls.polls, stream.waits) << "round " << round;
+        ASSERT_EQ(systemCalls.receives, stream.receives) << "round " << round;
+        ASSERT_EQ(esaLinkIsUp(), !stream.isDown) << "round " << round;
+    }
+    EXPECT_EQ(std::ranges::count(esaControl.esaWorkSpace, 0xEE), 4064);
+}
+
+// ---- up and down, and sending ----
+
+namespace {
+
+// Carries operations out, beside what there is to be known of the link.
+class LinkHistory : public Link {
+  protected:
+    void open() {
+        esaLinkDown();
+        said();
+        state = DOWN;
+        lost.clear();
+        undelivered.clear();
+        waitedInVain = false;
+        attempt();
+        const int socket = systemCalls.nextSocket != 0 ? systemCalls.nextSocket : dup(0);
+        close(systemCalls.nextSocket != 0 ? -1 : socket);  // the one that is given next
+        if (state != UP) {
+            expected = {systemCalls.nextSocket != 0
+                            ? "esaInit(): Linux socket function fails for ESA socket!"
+                            : "esaInit(): Linux connect function fails for MSM/ESA socket!"};
+        }
+        if (state == DOWN && socket >= 0) {
+            expected.push_back(linkIsDown(socket));
+        }
+        EXPECT_EQ(esaLinkOpen(), state == UP);
+        EXPECT_TRUE(state != UP || listener.accept());
+        EXPECT_TRUE(connectWaits == 0 || connectWaits == 1000000) << connectWaits;
+    }
+    // What is lost waits for nothing but the pass: in each while the switch is short of room, else
+    // in every tenth.
+    void pass() {
+        waitedInVain = false;
+        const bool due = state == CONNECTING || (state == DOWN && ++passesDown == 10);
+        if (due) {
+            attempt();
+        }
+        EXPECT_EQ(esaLinkPass(), due && state == UP);
+        EXPECT_TRUE(!due || connectWaits < 100000) << connectWaits;
+        if (due && state == UP) {
+            EXPECT_TRUE(listener.accept());
+            expected = {"The link to MSM is up again with socket [" +
+                        std::to_string(esaControl.socketFdMSM) + "]."};
+        }
+    }
+    void down() {
+        if (state != DOWN) {
+            expected.push_back(linkIsDown(esaControl.socketFdMSM));
+            state = DOWN;
+            passesDown = 0;
+            lost.clear();
+        }
+    }
+    // Events are told apart by their id, other messages by their type; what has no bit is one kind.
+    void send() {
+        const int protocols[] = {8, 12, 12, 13, 18}, numbers[] = {1, 7, 8, 14, 16, 30, 31, 40};
+        const int protocol = protocols[below(5)], number = numbers[below(8)],
+                  type = protocol == 8 ? 1 : number;
+        const std::pair kind(protocol, std::min(number, 31));
+        const int size = below(2) == 0 ? 64 : 360;
+        esaMmsgHeaderInit(message, static_cast<MMSG_PROTOCOL>(protocol), static_cast<U32_t>(type),
+                          static_cast<U32_t>(size));
+        wireView<EsaEvent_t>(message + 1)->header.evId = static_cast<U16_t>(number);
+        char text[100];
+        std::snprintf(text, sizeof text,
+                      "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
+                      static_cast<unsigned>(protocol << 24 | type));
+        const std::string fault = "sender(): Linux send function fails, sendSize = [" +
+                                  std::to_string(size) + "] is wrong";
+        int result = -1;
+        const int flags = waitedInVain ? MSG_DONTWAIT : 0;
+        const bool wasUp = state == UP;
+        if (wasUp) {
+            const int error =
+                script(&systemCalls.sendErrors,
+                       {0, 0, 0, EAGAIN, ENOBUFS, ENOMEM, EPIPE, ECONNRESET, ENOTCONN, EBADF, -10});
+            result = error == 0 ? size : error < 0 ? -error : -1;
+            waitedInVain = waitedInVain || error == EAGAIN;
+            expected = error == 0 ? Lines() : Lines{fault};
+            if (error < 0 || (error > 0 && !passes(error))) {
+                down();
+                lost = {kind};  // it has been reported
+            }
+        } else {
+            expected = {lost.insert(kind).second ? fault : text};
+        }
+        if (protocol == 12) {
+            result == size ? undelivered.erase(kind.second)
+                           : undelivered.insert(kind.second).second;
+        }
+        EXPECT_EQ(esaMmsgSend({"sender", "sender()", 1}), result);
+        EXPECT_EQ(wasUp ? systemCalls.sendFlags : flags, flags);
+        const Bytes whole(esaControl.esaWorkSpace, esaControl.esaWorkSpace + size);
+        EXPECT_EQ(listener.take(), std::vector<Bytes>(result == size ? 1 : 0, whole));
+    }
+    void check() {
+        ASSERT_EQ(said(), std::exchange(expected, {}));
+        ASSERT_EQ(esaLinkIsUp(), state == UP);
+        ASSERT_EQ(esaControl.socketFdMSM >= 0, state != DOWN);
+        for (const int type : {1, 7, 8, 14, 16, 30, 31, 40}) {
+            ASSERT_EQ(esaMmsgIsUndelivered(static_cast<SUS_MMSG>(type)),
+                      undelivered.contains(std::min(type, 31)))
+                << type;
+        }
+        // Every call that was to be made was made, and a link that is down has no descriptor.
+        ASSERT_TRUE(systemCalls.connectErrors.empty() && systemCalls.sendErrors.empty());
+        ASSERT_EQ(systemCalls.nextSocket, 0);
+        ASSERT_TRUE(state != DOWN || descriptor < 0 || fcntl(descriptor, F_GETFD) == -1);
+        descriptor = esaControl.socketFdMSM;
+    }
+
+    enum { DOWN, CONNECTING, UP } state = DOWN;
+    int passesDown = 0;
+    bool waitedInVain = false;           // a send of this pass
+    std::set<std::pair<int, int>> lost;  // kinds of message, since the link went down
+    std::set<int> undelivered;           // latest requests to the start-up process
+    Lines expected;
+    MMCH_t* const message = wireView<MMCH_t>(esaControl.esaWorkSpace);
+    int descriptor = -1;
+    long connectWaits = 0;  // microseconds, at most
+
+  private:
+    // How the next calls fail: interrupted or not, then as one of `ends`.
+    int script(std::deque<int>* errors, const std::vector<int>& ends) {
+        errors->assign(below(4) == 0 ? 1 + below(2) : 0, EINTR);
+        errors->push_back(ends[below(ends.size())]);
+        return errors->back();
+    }
+    void attempt() {
+        const int sockets[] = {0, 0, 0, -1, 1024, 5000};
+        passesDown = 0;
+        connectWaits = 0;
+        systemCalls.onConnect = [this](int fd) {
+            long wait[2];
+            socklen_t size = sizeof wait;
+            getsockopt(fd, SOL_SOCKET, SO_SNDTIMEO_OLD, wait, &size);
+            connectWaits = 1000000 * wait[0] + wait[1];
+        };
+        systemCalls.nextSocket = state == CONNECTING ? 0 : sockets[below(6)];
+        if (systemCalls.nextSocket == 0) {
+            const int error = script(&systemCalls.connectErrors,
+                                     {0, 0, EAGAIN, ENOBUFS, ENOMEM, ECONNREFUSED, ENOENT});
+            state = error == 0 ? UP : passes(error) ? CONNECTING : DOWN;
+        }
+    }
+};
+
+}  // namespace
+
+TEST_F(LinkHistory, OfTheLinkAndOfWhatIsLostIsKnownWhatTheRulesSay) {
+    for (int round = 0; round < 6000; ++round) {
+        SCOPED_TRACE(round);
+        const std::size_t what = round % 40 == 0 ? 0 : 1 + below(20);
+        if (what == 0) {
+            open();
+        } else if (what == 1) {
+            down();
+            esaLinkDown();
+        } else {
+            what < 8 ? send() : pass();
+        }
+        ASSERT_NO_FATAL_FAILURE(check());
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+// ... of at most 97 characters, whatever stands behind it in the area.
+TEST_F(Link, ADirectoryThatFitsTheAddressIsConnectedTo) {
+    const std::string path = listener.directory();
+    for (const std::size_t length :
+         {path.size(), std::size_t{96}, std::size_t{97}, std::size_t{98}, std::size_t{128}}) {
+        params = {};
+        (std::string(length - path.size(), '/') + path).copy(params.mmsgDirectory, 128);
+        params.nonVolatileDirectory[0] = 'x';
+        EXPECT_EQ(esaLinkOpen(), length < 98) << length;
+        esaLinkDown();
+        systemCalls.connects = 0;
+        for (int pass = 0; pass < 20; ++pass) {
+            EXPECT_EQ(esaLinkPass(), length < 98 && pass == 9);
+        }
+        EXPECT_EQ(systemCalls.connects, length < 98 ? 1 : 0) << length;
+        esaLinkDown();
+    }
 }

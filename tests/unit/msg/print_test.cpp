@@ -284,8 +284,9 @@ class Messages {
         bytes[36] = bytes[37] = bytes[38] = oneOf(0, 0, 0, 255);
         bytes[39] = oneOf(0, 1, 1, 2);
         bytes[64] = oneOf(0, 0, 0, 2, 1);
-        bytes[65] = oneOf(1, 2, 2, random() % 18, random());
-        bytes[72] = oneOf(2, 2, random() % 18, random());
+        const auto pages = random() % 18;
+        bytes[65] = oneOf(1, 2, 2, pages, 255);
+        bytes[72] = oneOf(2, 2, pages, 255);
     }
     template <typename... Values>
     U8_t oneOf(Values... values) {
