@@ -1,0 +1,226 @@
+// SPDX-License-Identifier: Apache-2.0
+// The chip models against the facts of their register descriptions (docs/chips), by random traffic.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "lab/chips/lm75.h"
+#include "lab/chips/pca9539.h"
+#include "lab/chips/vsc055.h"
+#include "lab/chips/w83782d.h"
+#include "lab/chips/w83792ad.h"
+#include "lab/chips/xyratex_alarm.h"
+#include "tests/support/hex.h"
+#include "tests/support/script.h"
+#include "tests/unit/lab/random.h"
+
+namespace enclab {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Register numbers with a value, hexadecimal: "10-17 30-4C/4=FF" counts in fours.
+std::map<unsigned, unsigned> registersIn(const std::string& text) {
+    std::map<unsigned, unsigned> found;
+    for (const std::string& word : Words(text).all) {
+        unsigned first = 0, last = 0, stride = 1, value = 0;
+        const int read = std::sscanf(word.c_str(), "%x-%x/%x", &first, &last, &stride);
+        std::sscanf(word.c_str() + std::min(word.find('='), word.size()), "=%x", &value);
+        for (last = read < 2 ? first : last; first <= last; first += stride) {
+            found[first] = value;
+        }
+    }
+    return found;
+}
+
+struct Facts {
+    std::string name;
+    std::string kept;                          // registers that store what is written
+    std::string powerOn;                       // registers that are not 0 then
+    std::function<unsigned(unsigned)> behind;  // the register of the next byte
+    unsigned inputs;                           // direction bits of input pins: 0xFF or 0
+    struct Port {
+        unsigned seen, latch, direction, polarity;  // their registers
+    };
+    std::vector<Port> ports;
+};
+
+// What a chip is by these facts.
+struct Model : Facts {
+    unsigned pins(std::size_t port) {
+        const unsigned listening = stored[ports[port].direction] ^ ~inputs;
+        return 0xFF & ((driven[port] & listening) | (stored[ports[port].latch] & ~listening));
+    }
+    unsigned shown(unsigned number) {
+        for (std::size_t n = 0; n < ports.size(); ++n) {
+            if (ports[n].seen == number) {
+                return pins(n) ^ stored[ports[n].polarity];
+            }
+        }
+        return stored[number];
+    }
+    void write(const Bytes& bytes) {
+        pointer = bytes.empty() ? pointer : bytes[0];
+        for (std::size_t n = 1; n < bytes.size(); ++n, pointer = behind(pointer)) {
+            if (keeps.contains(pointer)) {
+                stored[pointer] = bytes[n];
+            }
+        }
+    }
+    const std::map<unsigned, unsigned> keeps = registersIn(kept);
+    unsigned pointer = 0;
+    std::vector<unsigned> driven = std::vector<unsigned>(ports.size(), 0xFF);
+    std::array<unsigned, 257> stored{};  // the last is no register
+};
+
+template <class Type>
+void expectFacts(Type chip, const Facts& facts) {
+    Model model{facts};
+    for (const auto& [number, value] : registersIn(facts.powerOn)) {
+        model.stored[number] = value;
+    }
+    std::string history;
+    int told = 0;
+    chip.onWrite([&] { ++told; });
+    for (int step = 0; step < 1000; ++step) {
+        const Bytes written = someBytes(4);
+        history = facts.name + (": " + hexLine(written)) + history.substr(0, 300);
+        model.write(written);
+        EXPECT_TRUE(chip.write(written));
+        EXPECT_EQ(std::exchange(told, 0), written.size() > 1) << "the wiring hears of data only";
+        if constexpr (requires { chip.pins(0); }) {
+            const int port = below(static_cast<int>(facts.ports.size())), bit = below(8);
+            const bool level = below(2) != 0;
+            unsigned& driven = model.driven[static_cast<std::size_t>(port)];
+            driven = (driven & ~(1U << bit)) | unsigned{level} << bit;
+            chip.drivePin(port, bit, level);
+            ASSERT_EQ(chip.pins(port), model.pins(static_cast<std::size_t>(port))) << history;
+        }
+        const Bytes shown = chip.registers();
+        for (unsigned number = 0; number < 256; ++number) {
+            ASSERT_EQ(shown[number], model.shown(number)) << number << " of " << history;
+        }
+        Bytes bytes(numbers() % 4);
+        chip.read(bytes);
+        for (const unsigned byte : bytes) {
+            ASSERT_EQ(byte, model.shown(model.pointer)) << history;
+            model.pointer = model.behind(model.pointer);
+        }
+    }
+}
+
+TEST(Chips, StoreAndShowWhatTheirRegisterDescriptionSays) {
+    Facts vsc055{"VSC055",
+                 "00-07 10-17 30-4C/4 98-9F",
+                 "00-07=FF 10-17=FF 32-4E/4=FF 98-9F=3F",
+                 [](unsigned n) { return (n + 1) % 256; },
+                 0xFF,
+                 {}};
+    for (unsigned n = 0; n < 8; ++n) {
+        vsc055.ports.push_back({n, n, 0x10 + n, 256});
+    }
+    expectFacts(Vsc055(), vsc055);
+    expectFacts(Pca9539(), {"PCA9539",
+                            "02-07",
+                            "02-03=FF 06-07=FF",
+                            [](unsigned n) { return n ^ 1; },
+                            0xFF,
+                            {{0, 2, 6, 4}, {1, 3, 7, 5}}});
+    const auto stays = [](unsigned n) { return n; };
+    expectFacts(W83782d(0x2D), {"W83782D",
+                                "2B-3D 40 48 4D 5A 5B 5E 5F",
+                                "27=19 28-2A=FF 40=01 48=2D 4D=15 5A=FF 5B=FF 5E=FF 5F=FF",
+                                stays,
+                                0,
+                                {}});
+    expectFacts(W83792ad(0x2C),
+                {"W83792AD",
+                 "1A-1E 2B-3D 47 48 4A-4C 59 5B 5C 80-83 93 94 A0-A5",
+                 "27=19 28-2A=FF 48=2C 81=8F 83=8F 94=8F A3-A5=8F B8-BA=FF C0=19 C8=19",
+                 stays,
+                 0,
+                 {{0x1C, 0x1C, 0x1B, 256}, {0x1E, 0x1E, 0x1D, 256}}});
+}
+
+// Pointers 0 temperature, 1 configuration, of one byte, 2 and 3 limits. In half degrees.
+TEST(Chips, AnLm75HasTwoByteRegistersBehindATwoBitPointer) {
+    Lm75 chip;
+    int degrees = 50, words[] = {50, 0, 150, 160}, pointer = 0;
+    for (int step = 0; step < 3000; ++step) {
+        const Bytes written = someBytes(4);
+        EXPECT_TRUE(chip.write(written));
+        pointer = written.empty() ? pointer : written[0] % 4;
+        if (written.size() > 1 && pointer == 1) {
+            words[1] = written[1] & 0x1F;
+        } else if (written.size() > 1 && pointer > 1) {
+            const int low = written.size() > 2 ? written[2] >> 7 : words[pointer] & 1;
+            words[pointer] = static_cast<std::int8_t>(written[1]) * 2 + low;
+        }
+        if (below(4) == 0) {
+            degrees = below(420) - 140;
+            chip.setTemperature(degrees / 2.0 + between(-0.24, 0.24));
+        }
+        words[0] = (words[1] & 1) != 0 ? words[0] : std::clamp(degrees, -110, 250);
+        Bytes read(5);
+        chip.read(read);
+        for (std::size_t n = 0; n < read.size(); ++n) {
+            const int word = words[pointer];
+            const int byte = pointer == 1 ? word : n % 2 == 0 ? word >> 1 : word << 7;
+            ASSERT_EQ(read[n], byte & 0xFF) << "step " << step << " pointer " << pointer;
+        }
+        ASSERT_EQ(chip.registers()[static_cast<std::size_t>(pointer)], read[0]) << step;
+    }
+}
+
+TEST(Chips, WhatTheyDoNotHaveIsOutOfRange) {
+    Pca9539 pca;
+    Vsc055 vsc;
+    W83782d w782(0x2D);
+    W83792ad w792(0x2C);
+    const std::pair<int, std::function<void(int)>> counted[] = {
+        {2, [&](int n) { pca.pins(n); }},           {8, [&](int n) { vsc.drivenPin(n, 0); }},
+        {7, [&](int n) { w782.setVoltage(n, 1); }}, {4, [&](int n) { w782.dutyPercent(n); }},
+        {3, [&](int n) { w782.setRpm(n, 1); }},     {3, [&](int n) { w792.setTemperature(n, 1); }},
+        {7, [&](int n) { w792.setVoltage(n, 1); }}, {6, [&](int n) { w792.setRpm(n, 1); }},
+        {2, [&](int n) { w792.drivenPin(n, 0); }}};
+    for (const auto& [count, use] : counted) {
+        EXPECT_NO_THROW(use(count - 1));
+        EXPECT_THROW(use(count), std::out_of_range);
+        EXPECT_THROW(use(-1), std::out_of_range);
+    }
+}
+
+// States: 0 idle, 1 fault, 2 remind, 3 mute, above: whatever the strobe brings. A fault sounds from
+// idle, remind and mute; idle is not to be had while it lasts; a mute ends after a minute.
+TEST(Chips, TheXyratexAlarmFollowsItsStrobeItsFaultAndItsClock) {
+    XyratexAlarm alarm;
+    int state = 0, lines = 0, muted = 0;
+    bool fault = false;
+    const auto enter = [&](int next) {
+        state = next == 0 && fault ? 1 : next;
+        muted = 0;
+    };
+    for (int step = 0; step < 10000; ++step) {
+        const int before = lines, act = below(4);
+        const bool was = fault;
+        if (act < 2) {
+            alarm.setLines(byteOf(lines = below(16)));
+            lines != before&& lines >= 8 ? enter(lines % 8) : void();
+        } else if (act == 2) {
+            alarm.setFault(fault = below(2) != 0);
+            fault && !was && state <= 3 ? enter(1) : void();
+            !fault&& was&& state == 1 ? enter(0) : void();
+        } else {
+            const int seconds = below(40);
+            alarm.advance(std::chrono::seconds(seconds));
+            muted += state == 3 ? seconds : 0;
+            muted >= 60 ? enter(fault ? 2 : 0) : void();
+        }
+        ASSERT_EQ(alarm.state(), state) << "step " << step;
+        ASSERT_EQ(alarm.output(), lines % 8 < 3 && (state >> lines % 8 & 1) != 0) << step;
+    }
+}
+
+}  // namespace
+}  // namespace enclab
