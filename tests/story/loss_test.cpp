@@ -130,7 +130,7 @@ class Loss {
     // A Winbond monitor missed by its probe is a bus fault and marks no device; where others
     // answer, it lasts until a transfer fails and works again.
     U32_t missedFault() const {
-        const bool missed = service_.row().isWinbond && esaControl.i2cDeviceFaultStatus == 0;
+        const bool missed = service_.row().isWinbond() && esaControl.i2cDeviceFaultStatus == 0;
         return missed ? ESA_K_FAULT_I2C_BUS : U32_t{0};
     }
 

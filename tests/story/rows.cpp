@@ -22,44 +22,92 @@ void w83782dAddress() {
 
 using Wiring = enclab::ChenbroChassis::Wiring;
 
-constexpr StoryRow chenbroRow(const char* name, const char* story,
-                              std::unique_ptr<enclab::Chassis> (*chassis)()) {
-    return {name, story, chassis, KORVO_E_CHASSIS_CHENBRO_3U16ATX, 2, true, nullptr, 0};
+StoryRow vsc055(const char* name, KORVO_E_CHASSIS_e type) {
+    return {.name = name,
+            .chassis = make<enclab::Vsc055Chassis>,
+            .board = Board::vsc055,
+            .type = type,
+            .selected = KORVO_E_CHASSIS_KORVO_VSC055,
+            .fanSpeedDivisor = 4,
+            .supplies = 2,
+            .fullRpm = 9000,
+            .clock = 1200000,
+            .loadAtStart = 50,
+            .devices = {{"vsc055", 0x41, 0x001, 3, 0},
+                        {"lm75-0", 0x4C, 0x002, 4, 0},
+                        {"lm75-1", 0x4B, 0x004, 4, 1},
+                        {"lm75-2", 0x4A, 0x008, 4, 2},
+                        {"lm75-3", 0x4D, 0x010, 4, 3}}};
 }
 
-constexpr StoryRow plainRow(const char* name, const char* story) {
-    return {name,    story, make<RegisterChassis>,           KORVO_E_CHASSIS_NONE, 0, false,
-            nullptr, 0,     "log bus messages result fields"};
+StoryRow chenbro(const char* name, std::unique_ptr<enclab::Chassis> (*chassis)(),
+                 const ChenbroWiring& wiring) {
+    return {.name = name,
+            .chassis = chassis,
+            .board = Board::chenbro,
+            .type = KORVO_E_CHASSIS_CHENBRO_3U16ATX,
+            .fanSpeedDivisor = 2,
+            .fullRpm = 12000,
+            .clock = 1350000,
+            .loadAtStart = 50,
+            .devices = {{"w83782d-0", 0x28, 0x001, 0, 0},
+                        {"w83782d-1", 0x29, 0x001, 0, 0},
+                        {"w83782d-2", 0x2C, 0x001, 0, 0},
+                        {"w83782d-3", 0x30, 0x001, 0, 0},
+                        {"w83782d-1/2", 0x2A, 0x001, 0, 0}},
+            .wiring = wiring};
 }
 
-constexpr StoryRow ROWS[] = {
-    {"Xyratex", "xyratex", make<enclab::XyratexChassis>, KORVO_E_CHASSIS_XYRATEX_2U12ATX, 1, false,
-     nullptr, 0},
-    {"TolVex", "vsc055", make<enclab::Vsc055Chassis>, KORVO_E_CHASSIS_PELTO_TOLVEX, 4, false,
-     nullptr, 0},
-    {"Vsc055", "vsc055", make<enclab::Vsc055Chassis>, KORVO_E_CHASSIS_KORVO_VSC055, 4, false,
-     nullptr, 0},
-    {"W83782d", "w83782d", make<enclab::W83782dChassis>, KORVO_E_CHASSIS_KORVO_W83782D, 2, true,
-     w83782dAddress, 0},
-    {"W83792ad", "w83792ad", make<enclab::W83792adChassis>, KORVO_E_CHASSIS_KORVO_W83792AD, 2, true,
-     nullptr, ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE},
-    chenbroRow("Chenbro", "chenbro", make<enclab::ChenbroChassis>),
-    chenbroRow("ChenbroByShift", "chenbro_by_shift",
-               make<enclab::ChenbroChassis, Wiring::kByShift>),
-    chenbroRow("ChenbroInSequence", "chenbro_in_sequence",
-               make<enclab::ChenbroChassis, Wiring::kInSequence>),
-    plainRow("BringUp", "bring_up"),
-    plainRow("Vsc055Operations", "vsc055_operations"),
-    plainRow("XyratexOperations", "xyratex_operations"),
-    plainRow("WinbondOperations", "winbond_operations"),
-    plainRow("Transfers", "transfers"),
-    plainRow("Policies", "policies"),
-    plainRow("StatusPage", "status_page"),
-    plainRow("ControlPage", "control_page"),
+const StoryRow ROWS[] = {
+    {.name = "Xyratex",
+     .chassis = make<enclab::XyratexChassis>,
+     .board = Board::xyratex,
+     .type = KORVO_E_CHASSIS_XYRATEX_2U12ATX,
+     .selected = KORVO_E_CHASSIS_XYRATEX_2U12ATX,
+     .fanSpeedDivisor = 1,
+     .slots = 12,
+     .supplies = 2,
+     .fullRpm = 20000,
+     .clock = 1200000,
+     .loadAtStart = 25,
+     .devices = {{"vsc055", 0x63, 0x001, 3, 0},
+                 {"lm75-0", 0x4C, 0x002, 4, 0},
+                 {"lm75-1", 0x4D, 0x004, 4, 1}}},
+    vsc055("TolVex", KORVO_E_CHASSIS_PELTO_TOLVEX),
+    vsc055("Vsc055", KORVO_E_CHASSIS_KORVO_VSC055),
+    {.name = "W83782d",
+     .chassis = make<enclab::W83782dChassis>,
+     .board = Board::w83782d,
+     .type = KORVO_E_CHASSIS_KORVO_W83782D,
+     .fanSpeedDivisor = 2,
+     .afterInit = w83782dAddress,
+     .supplies = 2,
+     .fullRpm = 12000,
+     .clock = 1350000,
+     .loadAtStart = 100,
+     .devices = {{"w83782d", 0x2D, 0x001, 0, 0}}},
+    {.name = "W83792ad",
+     .chassis = make<enclab::W83792adChassis>,
+     .board = Board::w83792ad,
+     .type = KORVO_E_CHASSIS_KORVO_W83792AD,
+     .selected = KORVO_E_CHASSIS_KORVO_W83792AD,
+     .fanSpeedDivisor = 2,
+     .supplies = 2,
+     .fullRpm = 9000,
+     .clock = 1350000,
+     .loadAtStart = 50,
+     .loadAtPowerOn = 93.75,
+     .lastingFaults = 0x1,
+     .devices = {{"w83792ad", 0x2C, 0x100, 6, 0}, {"pca9539", 0x74, 0x200, 7, 0}}},
+    chenbro("Chenbro", make<enclab::ChenbroChassis>, {{0, 1, 2, 3}, {0, 1, 2, 3}, true}),
+    chenbro("ChenbroByShift", make<enclab::ChenbroChassis, Wiring::kByShift>,
+            {{0, -1, 1, -1}, {0, 1, 2, 3}, false}),
+    chenbro("ChenbroInSequence", make<enclab::ChenbroChassis, Wiring::kInSequence>,
+            {{0, 1, 2, 3}, {0, 2, -1, -1}, false}),
 };
 constexpr std::size_t SOUND = 6;
 
-constexpr StoryRow REGISTERS = plainRow("Registers", "");
+const StoryRow REGISTERS = {.name = "Registers", .chassis = make<RegisterChassis>};
 
 }  // namespace
 

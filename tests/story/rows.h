@@ -1,24 +1,53 @@
 // SPDX-License-Identifier: Apache-2.0
-// The enclosures that live a story: one row each.
+// The enclosures of these tests: one row of facts each, taken from the pages in docs/chassis.
 #pragma once
 
 #include <memory>
 #include <ostream>
 #include <span>
+#include <vector>
 
 #include "lab/chassis/chassis.h"
 #include "state/esa_control.h"
 
+enum class Board { none, vsc055, xyratex, w83782d, w83792ad, chenbro };
+
+// What peers and the fault word are told of a device on the bus.
+struct StoryDevice {
+    const char* name;  // in the lab
+    U8_t address;
+    U32_t bit;
+    U32_t information;
+    U32_t sensor;
+};
+
+// On a Chenbro chassis, which monitor answers at the n-th address of either rule; -1: none.
+struct ChenbroWiring {
+    int ofFans[4];    // 0x28, 0x29, 0x2A, 0x2B
+    int ofOthers[4];  // 0x28, 0x2A, 0x2C, 0x30
+    bool isBoth;      // 0x2A stands in front of two monitors
+};
+
 struct StoryRow {
-    const char* name;   // of the tests
-    const char* story;  // file
+    const char* name;  // of the tests
     std::unique_ptr<enclab::Chassis> (*chassis)();
-    KORVO_E_CHASSIS_e type;
-    int fanSpeedDivisor;  // in the personality file
-    bool isWinbond;       // its monitors are Winbond's
-    void (*afterInit)();  // sets what no personality file does; null: nothing
-    U32_t lastingFaults;  // composite faults of the enclosure in perfect health
-    const char* shown = "messages page state";
+    Board board = Board::none;
+    KORVO_E_CHASSIS_e type = KORVO_E_CHASSIS_NONE;
+    KORVO_E_CHASSIS_e selected = KORVO_E_CHASSIS_NONE;  // by the personality file
+    int fanSpeedDivisor = 0;                            // in the personality file
+    void (*afterInit)() = nullptr;                      // sets what no personality file does
+    int slots = 16;
+    int supplies = 3;
+    double fullRpm = 0;   // of a fan at 100 percent
+    int clock = 0;        // RPM at tachometer count 1 and divisor 1
+    int loadAtStart = 0;  // percent
+    double loadAtPowerOn = 100;
+    U32_t lastingFaults = 0;  // composite faults of the enclosure in perfect health
+    std::vector<StoryDevice> devices = {};
+    ChenbroWiring wiring = {};
+
+    // Its monitors are Winbond's.
+    bool isWinbond() const { return board >= Board::w83782d; }
 };
 
 // One of each chassis, in perfect health.
@@ -26,7 +55,7 @@ std::span<const StoryRow> soundRows();
 // These, and chassis whose wiring lacks something.
 std::span<const StoryRow> storyRows();
 
-// An enclosure of plain registers; no story of its own.
+// An enclosure of plain registers.
 const StoryRow& registersRow();
 
 // Shows in the test's name.

@@ -36,6 +36,7 @@ class StoryService {
 
     const StoryRow& row() const { return row_; }
     enclab::Chassis& chassis() { return *chassis_; }
+    const std::map<std::string, int>& tuning() const { return tuning_; }
 
     // Does what a command says, and throws when it cannot. Registers, addresses and records are
     // hexadecimal.
@@ -65,6 +66,11 @@ class StoryService {
         cut_ = length;
         return wholeLength_;
     }
+
+    // By name: loads (of each fan in percent, as its chip drives it), leds (lit drive fault LEDs),
+    // status (lit LEDs of the chassis), alarm (state kept by the service, and what the chassis' own
+    // alarm does), faults, devices (composite and device faults).
+    std::vector<std::pair<std::string, std::string>> states() const;
 
     // Messages sent since the last call. Throws when the stream is no whole messages.
     std::vector<enclab::Message> take();

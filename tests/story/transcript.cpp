@@ -5,7 +5,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <cmath>
 #include <sstream>
 #include <utility>
 
@@ -18,34 +17,6 @@ namespace {
 constexpr std::size_t PAGE = 65;            // message byte of a page: header, status
 constexpr std::size_t SECTIONS = PAGE + 8;  // message byte of the first section
 constexpr std::size_t HEX_ROW = 32;
-
-std::string fanLoads(const enclab::Chassis& chassis) {
-    std::vector<long> loads;
-    for (int fan = 0; fan < chassis.fans(); ++fan) {
-        loads.push_back(std::lround(chassis.fanLoadPercent(fan)));
-    }
-    return fmt::format("{}", fmt::join(loads, " "));
-}
-
-std::string driveLeds(const enclab::Chassis& chassis) {
-    std::vector<int> lit;
-    for (int slot = 0; chassis.parts().driveLeds && slot < chassis.slots(); ++slot) {
-        if (chassis.driveFaultLed(slot)) {
-            lit.push_back(slot);
-        }
-    }
-    return fmt::format("{}", fmt::join(lit, " "));
-}
-
-std::string statusLeds(const enclab::Chassis& chassis) {
-    std::vector<std::string> lit;
-    for (const enclab::ChassisLed& led : chassis.statusLeds()) {
-        if (led.lit) {
-            lit.push_back(led.name);
-        }
-    }
-    return fmt::format("{}", fmt::join(lit, " "));
-}
 
 // "01000001 01000001"; the first `skipped` bytes are dots.
 std::string words(std::span<const std::uint8_t> bytes, std::size_t skipped = 0) {
@@ -65,8 +36,8 @@ std::string transferText(const enclab::BusTransfer& transfer) {
 
 }  // namespace
 
-Transcript::Transcript(const StoryRow& row) : service_(row) {
-    choose(std::string("show ") + row.shown);
+Transcript::Transcript() : service_(registersRow()) {
+    choose("show log bus messages result fields");
     service_.chassis().bus().observe([this](const enclab::BusTransfer& transfer) {
         logTake();
         transfers_.push_back(transferText(transfer));
@@ -125,14 +96,9 @@ void Transcript::show(const std::string& tag, const std::string& text) {
 }
 
 void Transcript::statesShow() {
-    const enclab::Chassis& chassis = service_.chassis();
-    const std::string alarm = chassis.alarm();
-    show("loads", fanLoads(chassis));
-    show("leds", driveLeds(chassis));
-    show("status", statusLeds(chassis));
-    show("alarm", fmt::format("{}{}{}", esaControl.alarmState, alarm.empty() ? "" : ", ", alarm));
-    show("faults", fmt::format("0x{:08x}", esaControl.compositeFaultStatus));
-    show("devices", fmt::format("0x{:08x}", esaControl.i2cDeviceFaultStatus));
+    for (const auto& [tag, text] : service_.states()) {
+        show(tag, text);
+    }
 }
 
 // Overall word and records of each section. The last byte of the last one is not sent: it is taken

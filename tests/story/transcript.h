@@ -28,7 +28,7 @@
 
 class Transcript {
   public:
-    explicit Transcript(const StoryRow& row);
+    Transcript();
 
     // Runs a line of commands, ';' between them; the lines that follow it.
     std::string run(const std::string& line);
