@@ -16,9 +16,11 @@
 #include "link/esa_mmsg.h"
 #include "link/esa_receive.h"
 #include "link/esa_startup.h"
+#include "notify.h"
 #include "osdep.h"
 #include "ses/esa_dispatch.h"
 #include "start/esa_init.h"
+#include "start/esa_manager.h"
 #include "start/esa_number.h"
 #include "state/chassis.h"
 #include "state/esa_fault.h"
@@ -153,6 +155,7 @@ void esaRcpCompleteWait(const MPU_PARAMS_t* params) {
             ESA_TRACE("RCP Complete flag is marked now.");
             break;
         }
+        esaManagerTell();
         sleep(RCP_WAIT_SEC);
     }
     ESA_TRACE("rcpWaitRetryCount = [%d]", rcpWaitRetryCount);
@@ -199,6 +202,8 @@ int esaMain(int argc, char** argv) {
     ESA_TRACE("Finish initializing the Enclosure Services Adapter internal data structures.");
     esaInitCompleteSend();
     ESA_TRACE("ESA finishes initialization and sends the message to the Startup process.");
+    notifyOpen();
+    notifyReady();
     esaRcpCompleteWait(params);
     esaBackendInit();
     esaControl.selectTimeout = {ESA_K_SELECT_TIMEOUT_SEC, 0};
@@ -218,6 +223,7 @@ void esaLoopPass() {
     if (esaLinkPass()) {
         undeliveredSend();
     }
+    esaManagerTell();
 }
 
 // ---- the timers ----

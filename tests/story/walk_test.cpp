@@ -68,7 +68,7 @@ class Walk {
                                model_.state()};
         const Outcome got = outcome();
         if (expected != got) {
-            expectSame(shown(expected), shown(got), history_);
+            EXPECT_EQ(shown(expected), shown(got)) << history_;
         }
         return expected == got;
     }
