@@ -28,7 +28,7 @@
 namespace {
 
 constexpr int TRACE_LINES_MAX = 60, LIVES_MAX = 3, PASSES_TO_SETTLE = 40;
-constexpr unsigned TRACED_OF = 16;   // tracing costs ten times the rest: one input of so many does
+constexpr unsigned TRACED_OF = 64;   // tracing costs ten times the rest: one input of so many does
 constexpr int PASS_MAX = 2'100'000;  // microseconds
 
 constexpr int ERRORS[16] = {0,     EINTR, EAGAIN, ENOBUFS,   ENOMEM, EPIPE,  ECONNRESET, ENOTCONN,
