@@ -260,8 +260,15 @@ class TraceFiles : public Trace {
             toFile = false;
         }
     }
+    // Anew, or after the end.
     void redirect() {
-        const std::string directories[] = {".", "100%s%n%02d", std::string(128, 'd'), "missing",
+        if (traceData.numModLevels != 0 && below(3) == 0) {
+            const std::ptrdiff_t open = descriptors();
+            TRACE__done();
+            EXPECT_EQ(descriptors(), open - (toFile ? 1 : 0));
+            EXPECT_EQ(traceData.fd, stderr);
+        }
+        const std::string directories[] = {".", "./100%s%n%02d", std::string(128, 'd'), "missing",
                                            ""};
         directory = directories[below(5)];
         area.params = {};
@@ -382,10 +389,6 @@ TEST_F(TraceFiles, FollowEachOtherBySizeAndWhatIsInTheirWayLeavesStandardError) 
         inspect();
         ASSERT_FALSE(HasFailure());
     }
-    TRACE__done();
-    toFile = false;
-    inspect();
-    EXPECT_EQ(traceData.fd, stderr);
     EXPECT_EQ(fs::file_size("victim"), 4U);
     timeIs = 0;
 }
