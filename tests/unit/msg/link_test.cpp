@@ -8,7 +8,6 @@
 
 #include <csignal>
 #include <cstring>
-#include <random>
 #include <set>
 
 #include "esa_evl.h"
@@ -18,7 +17,7 @@
 #include "state/esa_control.h"
 #include "tests/support/fake_alt_event_log.h"
 #include "tests/support/fake_system_calls.h"
-#include "tests/support/script.h"
+#include "tests/support/laws.h"
 #include "tests/support/switch_listener.h"
 #include "tests/support/trace_capture.h"
 
@@ -60,49 +59,48 @@ class Link : public testing::Test {
         }
         return lines;
     }
-    std::size_t below(std::size_t limit) { return random() % limit; }
 
     MPU_PARAMS_t params = {};
     SwitchListener listener;
     TraceCapture trace{0x4010};
-    std::mt19937 random{24};
+    Random random{24};
 };
 
 // ---- what a pass takes off the stream ----
 
 // A pass has five short waits; before the first and in each of them something may come.
 struct Stream {
-    Bytes come;                // and not yet taken
-    std::deque<Bytes> coming;  // next
-    int untilEnd = 0;          // the stream ends with so many of these; 0: it does not
+    std::string come;                // and not yet taken
+    std::deque<std::string> coming;  // next
+    std::size_t untilEnd = 0;        // the stream ends with so many of these; 0: it does not
     bool ended = false;
     std::deque<int> errors;  // of the next receives, 0: none
 
-    Bytes header;  // of the message being read; empty: it has not been seen whole
+    std::string header;  // of the message being read; empty: it has not been seen whole
     std::size_t taken = 0;
-    Bytes buffer = Bytes(4064);
+    std::string buffer = std::string(4064, '\0');
     int steps = 0, waits = 0, receives = 0;  // of a pass: waits left, waits and receives made
-    bool isDown = false;
-    Lines faults, lines;
+    bool isDown = true;
+    Lines faults, traced;
 
     // True when a message stands in the buffer.
     bool pass() {
         steps = 5;
         waits = receives = 0;
-        faults.clear();
-        lines.clear();
         arrive();
         return (!header.empty() || peek()) && read();
     }
 
   private:
-    std::size_t length() const { return std::max<std::size_t>(be16At(header, 10), 64); }
+    std::size_t length() const {
+        return std::max<std::size_t>(be16At({header.begin(), header.end()}, 10), 64);
+    }
     void arrive() {
         if (!coming.empty()) {
-            come.insert(come.end(), coming.front().begin(), coming.front().end());
+            come += coming.front();
             coming.pop_front();
         }
-        ended = --untilEnd == 0 || ended;
+        ended = untilEnd-- == 1 || ended;
     }
     bool wait() {
         if (steps-- == 0) {
@@ -114,8 +112,8 @@ struct Stream {
     }
     int receiveError() {
         ++receives;
-        const int next = errors.empty() ? 0 : errors.front();
-        errors.resize(std::max<std::size_t>(errors.size(), 1));
+        errors.push_back(0);
+        const int next = errors.front();
         errors.pop_front();
         return next != 0 ? next : come.empty() && !ended ? EAGAIN : 0;
     }
@@ -125,25 +123,23 @@ struct Stream {
         const std::string size = error != 0 ? "-1" : std::to_string(got);
         faults.push_back("main(): Linux recv function fails, " + what + " readSize = [" + size +
                          "] is wrong");
-        lines.push_back(dump);
-        if (!passes(error)) {
-            lines.push_back(linkIsDown(esaControl.socketFdMSM));
-        }
+        traced.push_back(dump);
         isDown = !passes(error);
+        if (isDown) {
+            traced.push_back(linkIsDown(esaControl.socketFdMSM));
+        }
         return error == EINTR;
     }
     bool peek() {
         for (bool endSeen = false;;) {
             const int error = receiveError();
             if (error == 0 && come.size() >= 64) {
-                header = {come.begin(), come.begin() + 64};
+                header = come.substr(0, 64);
                 return true;
             }
             const bool part = error == 0 && !come.empty() && !endSeen;
-            if (!part && !failed("MSG_PEEK", "tmpMMCH  =..", error, come.size())) {
-                return false;
-            }
-            if (part ? !wait() : steps-- == 0) {
+            if ((!part && !failed("MSG_PEEK", "tmpMMCH  =..", error, come.size())) ||
+                (part ? !wait() : steps-- == 0)) {
                 return false;
             }
             endSeen = part && ended;
@@ -154,14 +150,14 @@ struct Stream {
     void take() {
         const std::size_t end = taken < 4064 ? std::min<std::size_t>(length(), 4064) : length();
         const std::size_t size = std::min({come.size(), end - taken, std::size_t{4064}});
-        if (taken < 4064) {
-            std::copy_n(come.begin(), size, buffer.begin());
-        }
         if (taken == 0 && size < end) {
-            std::fill_n(buffer.begin() + static_cast<std::ptrdiff_t>(size), 4064 - size, U8_t{0});
+            buffer.assign(4064, '\0');
+        }
+        if (taken < 4064) {
+            buffer.replace(0, size, come, 0, size);
         }
         taken += size;
-        come.erase(come.begin(), come.begin() + static_cast<std::ptrdiff_t>(size));
+        come.erase(0, size);
     }
     bool read() {
         for (;;) {
@@ -181,9 +177,7 @@ struct Stream {
             } while (come.empty() && !ended);
         }
         // The dispatcher rejects what is too long, by its header.
-        if (length() > 4064) {
-            std::ranges::copy(header, buffer.begin());
-        }
+        buffer.replace(0, length() > 4064 ? 64 : 0, header, 0, length() > 4064 ? 64 : 0);
         header.clear();
         taken = 0;
         return true;
@@ -192,78 +186,77 @@ struct Stream {
 
 }  // namespace
 
+// Messages back to back, cut anywhere; failures and ends anywhere.
 TEST_F(Link, APassTakesWhatTheRulesSayOffAnyStream) {
     std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
-    Stream stream;
-    stream.isDown = true;
     systemCalls.nextSocket = -1;
     EXPECT_FALSE(esaLinkOpen());
-    Bytes unsent;
+    Stream stream;
+    std::string unsent;
     for (int round = 0; round < 6000; ++round) {
+        SCOPED_TRACE(round);
         if (stream.isDown) {
             for (int pass = 0; pass < 10; ++pass) {
                 esaLinkPass();
             }
-            ASSERT_TRUE(listener.accept()) << round;
-            said();
-            const Bytes buffer = stream.buffer;
+            ASSERT_TRUE(listener.accept());
+            const std::string buffer = stream.buffer;
             stream = {};
+            stream.isDown = false;
             stream.buffer = buffer;
             unsent.clear();
+            said();
         }
-        // Messages back to back, cut anywhere.
         const auto cut = [&] {
             while (unsent.size() < 300) {
-                const std::size_t lengths[] = {0,    1,    63,   64,   65,   72,
-                                               4063, 4064, 4065, 4100, 8200, 65535};
-                const std::size_t length = below(3) == 0 ? lengths[below(12)] : 64 + below(200);
-                Bytes message(std::max<std::size_t>(length, 64));
-                std::ranges::generate(message, [this] { return static_cast<U8_t>(random()); });
+                const std::size_t usual = 64 + random.below(200),
+                                  length = random.of<std::size_t>(
+                                      {usual, usual, 0, 1, 63, 64, 65, 4063, 4064, 4065, 8200,
+                                       random.onceIn(5) ? 65535 : usual});
+                Bytes message = random.bytes(std::max<std::size_t>(length, 64));
                 message[10] = static_cast<U8_t>(length >> 8);
                 message[11] = static_cast<U8_t>(length);
-                unsent.insert(unsent.end(), message.begin(), message.end());
+                unsent.append(message.begin(), message.end());
             }
-            const std::size_t sizes[] = {0, 1, 63, 64, 65, 100, 5000, 20000};
-            const std::size_t size =
-                std::min(below(2) == 0 ? below(150) : sizes[below(8)], unsent.size());
-            const Bytes piece(unsent.begin(), unsent.begin() + static_cast<std::ptrdiff_t>(size));
-            unsent.erase(unsent.begin(), unsent.begin() + static_cast<std::ptrdiff_t>(size));
+            const std::size_t size = random.of<std::size_t>(
+                {random.below(150), random.below(150), 0, 1, 63, 64, 65, 5000, 20000});
+            const std::string piece = unsent.substr(0, size);
+            unsent.erase(0, size);
             return piece;
         };
-        stream.untilEnd = stream.ended || below(20) != 0 ? 0 : 1 + static_cast<int>(below(3));
+        stream.untilEnd = stream.ended || !random.onceIn(20) ? 0 : 1 + random.below(3);
         stream.coming.resize(stream.ended || stream.come.size() > 50000 ? 0
-                             : stream.untilEnd != 0 ? static_cast<std::size_t>(stream.untilEnd)
-                                                    : below(7));
-        for (Bytes& piece : stream.coming) {
-            piece = below(2) == 0 ? Bytes() : cut();
-        }
-        const int errors[] = {EINTR, EINTR, EAGAIN, ENOBUFS, ENOMEM, ECONNRESET, EBADF};
-        stream.errors.clear();
-        for (std::size_t n = below(6) == 0 ? below(4) : 0; n > 0; --n) {
-            stream.errors.push_back(below(2) == 0 ? 0 : errors[below(std::size(errors))]);
-        }
+                             : stream.untilEnd != 0                     ? stream.untilEnd
+                                                                        : random.below(7));
+        std::ranges::generate(stream.coming, [&] { return random.onceIn(2) ? "" : cut(); });
+        stream.errors.resize(random.onceIn(6) ? random.below(4) : 0);
+        std::ranges::generate(stream.errors, [&] {
+            return random.of(
+                {0, 0, 0, 0, EINTR, EINTR, EAGAIN, ENOBUFS, ENOMEM, ECONNRESET, EBADF});
+        });
         systemCalls = {};
         systemCalls.receiveErrors = stream.errors;
         systemCalls.onPoll = [&, coming = stream.coming, untilEnd = stream.untilEnd]() mutable {
             if (!coming.empty()) {
-                listener.send(coming.front());
+                listener.send({coming.front().begin(), coming.front().end()});
                 coming.pop_front();
             }
-            if (--untilEnd == 0) {
+            if (untilEnd-- == 1) {
                 listener.drop();
             }
         };
         systemCalls.onPoll();
 
         const bool expected = stream.pass();
-        ASSERT_EQ(esaMmsgReceive(50), expected) << "round " << round;
-        stream.faults.insert(stream.faults.end(), stream.lines.begin(), stream.lines.end());
-        ASSERT_EQ(said(), stream.faults) << "round " << round;
-        ASSERT_EQ(Bytes(esaControl.esaInMsg, esaControl.esaInMsg + 4064), stream.buffer)
-            << "round " << round;
-        ASSERT_EQ(systemCalls.polls, stream.waits) << "round " << round;
-        ASSERT_EQ(systemCalls.receives, stream.receives) << "round " << round;
-        ASSERT_EQ(esaLinkIsUp(), !stream.isDown) << "round " << round;
+        ASSERT_EQ(esaMmsgReceive(50), expected);
+        Lines lines = std::exchange(stream.faults, {});
+        std::ranges::copy(std::exchange(stream.traced, {}), std::back_inserter(lines));
+        ASSERT_EQ(said(), lines);
+        ASSERT_TRUE(std::equal(stream.buffer.begin(), stream.buffer.end(),
+                               reinterpret_cast<const char*>(esaControl.esaInMsg)));
+        ASSERT_EQ(systemCalls.polls, stream.waits);
+        ASSERT_EQ(systemCalls.receives, stream.receives);
+        ASSERT_EQ(esaLinkIsUp(), !stream.isDown);
     }
     EXPECT_EQ(std::ranges::count(esaControl.esaWorkSpace, 0xEE), 4064);
 }
@@ -323,11 +316,11 @@ class LinkHistory : public Link {
     }
     // Events are told apart by their id, other messages by their type; what has no bit is one kind.
     void send() {
-        const int protocols[] = {8, 12, 12, 13, 18}, numbers[] = {1, 7, 8, 14, 16, 30, 31, 40};
-        const int protocol = protocols[below(5)], number = numbers[below(8)],
+        const int protocol = random.of({8, 12, 12, 13, 18}),
+                  number = random.of({1, 7, 8, 14, 16, 30, 31, 40}),
                   type = protocol == 8 ? 1 : number;
         const std::pair kind(protocol, std::min(number, 31));
-        const int size = below(2) == 0 ? 64 : 360;
+        const int size = random.of({64, 360});
         esaMmsgHeaderInit(message, static_cast<MMSG_PROTOCOL>(protocol), static_cast<U32_t>(type),
                           static_cast<U32_t>(size));
         wireView<EsaEvent_t>(message + 1)->header.evId = static_cast<U16_t>(number);
@@ -342,8 +335,8 @@ class LinkHistory : public Link {
         const bool wasUp = state == UP;
         if (wasUp) {
             const int error =
-                script(&systemCalls.sendErrors,
-                       {0, 0, 0, EAGAIN, ENOBUFS, ENOMEM, EPIPE, ECONNRESET, ENOTCONN, EBADF, -10});
+                script(&systemCalls.sendErrors, {0, 0, 0, 0, EAGAIN, ENOBUFS, ENOMEM, EPIPE,
+                                                 ECONNRESET, ENOTCONN, EBADF, -10, -10});
             result = error == 0 ? size : error < 0 ? -error : -1;
             waitedInVain = waitedInVain || error == EAGAIN;
             expected = error == 0 ? Lines() : Lines{fault};
@@ -399,17 +392,16 @@ class LinkHistory : public Link {
         return 1000000 * wait[0] + wait[1];
     }
     // How the next calls fail: interrupted or not, then as one of `ends`.
-    int script(std::deque<int>* errors, const std::vector<int>& ends) {
-        errors->assign(below(4) == 0 ? 1 + below(2) : 0, EINTR);
-        errors->push_back(ends[below(ends.size())]);
+    int script(std::deque<int>* errors, std::initializer_list<int> ends) {
+        errors->assign(random.onceIn(4) ? 1 + random.below(2) : 0, EINTR);
+        errors->push_back(random.of(ends));
         return errors->back();
     }
     void attempt() {
-        const int sockets[] = {0, 0, 0, -1, 1024, 5000};
         passesDown = 0;
         connectWait = -1;
         systemCalls.onConnect = [this](int fd) { connectWait = waitOf(fd); };
-        systemCalls.nextSocket = state == CONNECTING ? 0 : sockets[below(6)];
+        systemCalls.nextSocket = state == CONNECTING ? 0 : random.of({0, 0, 0, -1, 1024, 5000});
         if (systemCalls.nextSocket == 0) {
             const int error = script(&systemCalls.connectErrors,
                                      {0, 0, EAGAIN, ENOBUFS, ENOMEM, ECONNREFUSED, ENOENT});
@@ -421,16 +413,16 @@ class LinkHistory : public Link {
 }  // namespace
 
 TEST_F(LinkHistory, OfTheLinkAndOfWhatIsLostIsKnownWhatTheRulesSay) {
-    for (int round = 0; round < 6000; ++round) {
+    for (int round = 0; round < 16000; ++round) {
         SCOPED_TRACE(round);
-        const std::size_t what = round % 40 == 0 ? 0 : 1 + below(20);
+        const std::size_t what = round % 100 == 0 ? 0 : 1 + random.below(20);
         if (what == 0) {
             open();
         } else if (what == 1) {
             down();
             esaLinkDown();
         } else {
-            what < 8 ? send() : pass();
+            (state == UP ? !random.onceIn(5) : what < 8) ? send() : pass();
         }
         ASSERT_NO_FATAL_FAILURE(check());
         ASSERT_FALSE(HasFailure());

@@ -5,7 +5,6 @@
 #include <csignal>
 #include <cstdarg>
 #include <cstring>
-#include <random>
 #include <set>
 
 #include "link/esa_event.h"
@@ -16,7 +15,7 @@
 #include "ses/esa_status.h"
 #include "ses/esa_test_msg.h"
 #include "tests/support/fake_alt_event_log.h"
-#include "tests/support/script.h"
+#include "tests/support/laws.h"
 #include "tests/support/switch_listener.h"
 #include "tests/support/trace_capture.h"
 
@@ -130,54 +129,51 @@ class Messages : public testing::Test {
     }
     ~Messages() override { close(esaControl.socketFdMSM); }
 
-    template <typename... Values>
-    U8_t oneOf(Values... values) {
-        const U8_t all[] = {static_cast<U8_t>(values)...};
-        return all[random() % sizeof...(values)];
-    }
+    U8_t oneOf(std::initializer_list<int> values) { return static_cast<U8_t>(random.of(values)); }
     template <typename Field>
     void fillRandomly(Field& field) {
-        std::generate_n(reinterpret_cast<U8_t*>(&field), sizeof field,
-                        [this] { return static_cast<U8_t>(random()); });
+        const Bytes bytes = random.bytes(sizeof field);
+        std::memcpy(static_cast<void*>(&field), bytes.data(), sizeof field);
     }
     // Mostly a good one. Now and then nothing but random bytes.
     Bytes randomMessage() {
-        Bytes message(4064);
-        std::ranges::generate(message, [this] { return static_cast<U8_t>(random()); });
-        if (random() % 20 == 0) {
+        Bytes message = random.bytes(4064);
+        if (random.onceIn(20)) {
             return message;
         }
-        const U16_t lengths[] = {0, 1, 63, 64, 65, 66, 68, 69, 70, 72, 73, 168, 4064, 4065, 65535};
-        const U16_t length =
-            random() % 2 == 0 ? U16_t{100} : lengths[random() % std::size(lengths)];
-        const std::map<std::size_t, U8_t> fields = {{8, oneOf(14, 14, 14, 13)},
-                                                    {10, static_cast<U8_t>(length >> 8)},
-                                                    {11, static_cast<U8_t>(length)},
-                                                    {12, oneOf(18, 18, 18, 12, 12, 19, 13, 8)},
-                                                    {13, oneOf(0, 0, 0, 0, 0, 0, 0, 1)},
-                                                    {14, 0},
-                                                    {15, oneOf(28, 29, 29, 29, 30, 27)},
-                                                    {16, oneOf(26, 33, 18, 20, 20, 17, 19, 32, 34)},
-                                                    {17, oneOf(0, 0, 0xBF, 0x40, 0xFF)},
-                                                    {27, oneOf(2, 2, 2, 0, 0xFD)},
-                                                    {35, oneOf(0, 2, 0xFD)},
-                                                    {36, 0},
-                                                    {37, oneOf(0, 0, 1)},
-                                                    {38, 0},
-                                                    {39, oneOf(1, 1, 0, 2)},
-                                                    {64, oneOf(28, 28, 28, 29, 0)},
-                                                    {68, oneOf(0, 0, 0, 1)},
-                                                    {69, oneOf(0, 96)},
-                                                    {72, oneOf(2, 2, 2, 1, 0, 255)}};
-        for (const auto& [at, value] : fields) {
-            message[at] = value;
+        const int length =
+            random.onceIn(2)
+                ? 100
+                : random.of({0, 1, 63, 64, 65, 66, 68, 69, 70, 72, 73, 168, 4064, 4065, 65535});
+        const std::pair<std::size_t, std::vector<int>> fields[] = {
+            {8, {14, 14, 14, 13}},
+            {10, {length >> 8}},
+            {11, {length}},
+            {12, {18, 18, 18, 12, 12, 19, 13, 8}},
+            {13, {0, 0, 0, 0, 0, 0, 0, 1}},
+            {14, {0}},
+            {15, {28, 29, 29, 29, 30, 27}},
+            {16, {26, 33, 18, 20, 20, 17, 19, 32, 34}},
+            {17, {0, 0, 0xBF, 0x40, 0xFF}},
+            {27, {2, 2, 2, 0, 0xFD}},
+            {35, {0, 2, 0xFD}},
+            {36, {0}},
+            {37, {0, 0, 1}},
+            {38, {0}},
+            {39, {1, 1, 0, 2}},
+            {64, {28, 28, 28, 29, 0}},
+            {68, {0, 0, 0, 1}},
+            {69, {0, 96}},
+            {72, {2, 2, 2, 1, 0, 255}}};
+        for (const auto& [at, values] : fields) {
+            message[at] = static_cast<U8_t>(values[random.below(values.size())]);
         }
         return message;
     }
 
     SwitchListener peer;
     TraceCapture trace{0x4010};
-    std::mt19937 random{22};
+    Random random{22};
 };
 
 }  // namespace
@@ -188,7 +184,7 @@ TEST_F(Messages, WhatComesOfAReceivedOneFollowsFromItAndThePageRemembered) {
     U8_t remembered = 0;
     for (int round = 0; round < 4000; ++round) {
         Bytes message = randomMessage();
-        const bool traced = random() % 8 != 0;
+        const bool traced = !random.onceIn(8);
         TRACE__setTraceLevel(0, traced ? 0x4010 : 0x4000);
         EsaControl_t before;
         std::memcpy(&before, &esaControl, sizeof before);
@@ -299,12 +295,13 @@ TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlaces) {
         fillRandomly(esaControl.esaWorkSpace);
         fillRandomly(esaControl.fanRpmSpeed);
         fillRandomly(esaControl.temperatureSensor);
-        std::generate_n(&esaControl.deviceMaxNumber, 5,
-                        [this] { return oneOf(0, 1, 2, 3, 4, 7, 8, 9, 13, 16, 17, 255); });
-        esaControl.enclosureType = oneOf(0, 5, 255);
+        std::generate_n(&esaControl.deviceMaxNumber, 5, [this] {
+            return oneOf({0, 1, 2, 3, 4, 7, 8, 9, 13, 16, 17, 255});
+        });
+        esaControl.enclosureType = oneOf({0, 5, 255});
         esaControl.powerSupplyVoltage5V = 5.25;
         esaControl.powerSupplyVoltage12V = -11.75;
-        const U8_t first = oneOf(28, 29, 29, 30, 0, 1), second = oneOf(2, 2, 3, 255);
+        const U8_t first = oneOf({28, 29, 29, 30, 0, 1}), second = oneOf({2, 2, 3, 255});
         const bool lit = first != 0;
         Be32 data[36];
         fillRandomly(data);
@@ -334,7 +331,7 @@ TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlaces) {
             {esaReportTimeoutProcess, statistics()},
             {[&] { return esaTestMsg(first, second); }, testMessage(first, second)},
         };
-        const auto& [send, expected] = senders[random() % std::size(senders)];
+        const auto& [send, expected] = senders[random.below(std::size(senders))];
         ASSERT_EQ(send(), static_cast<S32_t>(expected.message.size()));
         ASSERT_EQ(said(&trace), expected.lines) << "round " << round;
         const std::vector<Bytes> sent = peer.take();
@@ -350,7 +347,7 @@ TEST_F(Messages, AHeaderIsClearedAndNamesItsRecipients) {
         esaMmsgHeaderInit(header, MMSG_E_PROTOCOL_SES, 0x010203, length);
         Outgoing expected({}, std::max(length, 64U), {{8, {0x0E010000 | length, 0x12010203}}});
         std::set<U32_t> recipients = {0, 31, 32, 63};
-        recipients.insert({static_cast<U32_t>(random() % 64), static_cast<U32_t>(random() % 64)});
+        recipients.insert(random() % 64);
         for (const U32_t endpoint : recipients) {
             esaMmsgRecipientAdd(header, endpoint);
             expected.message[20 + endpoint / 32 * 4 + 3 - endpoint % 32 / 8] |=

@@ -5,11 +5,11 @@
 
 #include <bit>
 #include <map>
-#include <random>
+#include <sstream>
 
 #include "ses/esa_print.h"
 #include "state/esa_control.h"
-#include "tests/support/script.h"
+#include "tests/support/laws.h"
 #include "tests/support/trace_capture.h"
 
 namespace {
@@ -17,14 +17,6 @@ namespace {
 // Lines "LABEL NAME = [VALUE]" with the equals sign in a column. A field is "NAME BYTE:MASK"; the
 // mask has two digits for each of the field's bytes; "x" behind it: the value is hexadecimal.
 struct Field {
-    explicit Field(const std::string& text) {
-        const std::size_t blank = text.rfind(' '), colon = text.rfind(':');
-        name = text.substr(text.find_first_not_of(' '), blank - text.find_first_not_of(' '));
-        at = std::stoul(text.substr(blank));
-        mask = static_cast<U32_t>(std::stoul(text.substr(colon + 1), nullptr, 16));
-        size = (text.size() - colon - 1) / 2;
-        hex = text.back() == 'x';
-    }
     std::string name;
     std::size_t at, size;
     U32_t mask;
@@ -35,8 +27,12 @@ struct Group {
     Group(const char* itsLabel, std::size_t itsColumn, const std::string& texts)
         : label(itsLabel), column(itsColumn) {
         std::istringstream stream(texts);
-        for (std::string text; std::getline(stream, text, ',');) {
-            fields.emplace_back(text);
+        for (std::string text; std::getline(stream >> std::ws, text, ',');) {
+            const std::size_t blank = text.rfind(' '), colon = text.rfind(':');
+            const std::string mask = text.substr(colon + 1);
+            fields.push_back({text.substr(0, blank), std::stoul(text.substr(blank)),
+                              mask.size() / 2, static_cast<U32_t>(std::stoul(mask, nullptr, 16)),
+                              mask.back() == 'x'});
         }
     }
     std::string label;
@@ -81,14 +77,14 @@ const Group DESCRIPTOR = {"", 52,
 // temperature sensors.
 struct Page {
     Group header;
-    Field overall;
+    Group overall;
     Group elements[5];
 };
 const Page STATUS = {
     {"ENC STAT Page", 33,
      "code 0:FF, unrecov 1:80, crit 1:40, non crit 1:20, info 1:10, invop 1:08, reserved 1:07,"
      "page length 2:FFFF, generation code 4:FFFFFFFF"},
-    Field("overallStatus 0:FFFFFFFFx"),
+    {"", 32, "overallStatus 0:FFFFFFFFx"},
     {{"Device", 32,
       "commonStatus 0:FF, slotAddress 1:FF, report 2:80, ident 2:40, rmv 2:20, readyToInsert 2:10,"
       "enclosureBypB 2:08, enclosureBypA 2:04, doNotRemove 2:02, appClientBypA 2:01,"
@@ -109,7 +105,7 @@ const Page CONTROL = {
     {"ENC CONT Page", 33,
      "code 0:FF, unrecov 1:80, crit 1:40, non crit 1:20, info 1:10, reserved 1:0F,"
      "page length 2:FFFF, generation code 4:FFFFFFFF"},
-    Field("overallControl 0:FFFFFFFF"),
+    {"", 32, "overallControl 0:FFFFFFFF"},
     {{"Device", 32,
       "commonControl 0:FF, reserved1 1:FF, reserved2 2:80, rqstIdent 2:40, rqstRemove 2:20,"
       "rqstInsert 2:10, reserved3 2:0C, doNotRemove 2:02, rqstActive 2:01, reserved4 3:C0,"
@@ -152,89 +148,85 @@ const std::map<int, const char*> SENT_PAGES = {{4, "STRING_OUT"},
 // What is to be printed of a message of these bytes: nothing of a field that is not there whole.
 class Model {
   public:
-    Model(const std::vector<U8_t>& bytes, const U8_t (&counts)[5])
-        : bytes_(bytes), counts_(counts) {
+    Model(const Bytes& bytes, const U8_t (&counts)[5]) : bytes_(bytes), counts_(counts) {
         group(HEADER, 0);
-        const bool response = (bytes_[17] & 0x40) != 0;
-        lines.push_back(response ? "This is a Response Message." : "This is a Request Message.");
-        const U32_t type = bytes_[13] << 16 | bytes_[14] << 8 | bytes_[15];
-        response ? responseSay(type) : requestSay(type);
+        const int type = at(13) << 16 | at(14) << 8 | at(15);
+        if ((at(17) & 0x40) == 0) {
+            lines.push_back("This is a Request Message.");
+            requestSay(type);
+        } else {
+            lines.push_back("This is a Response Message.");
+            responseSay(type);
+        }
     }
     Lines lines;
 
   private:
-    std::string padded(std::string label, std::size_t column) {
+    // -1: it is not there.
+    int at(std::size_t n) const { return n < bytes_.size() ? bytes_[n] : -1; }
+    void line(std::string label, std::size_t column, const std::string& value) {
         label.resize(std::max(column, label.size()), ' ');
-        return label + "= [";
+        lines.push_back(label + "= [" + value + "]");
     }
     void name(const std::string& label, const std::string& text) {
-        lines.push_back(padded(label, 33) + "SES_K_" + text + "]");
+        line(label, 33, "SES_K_" + text);
     }
-    void line(const std::string& label, std::size_t column, const Field& field, std::size_t at) {
-        at += field.at;
-        if (at + field.size > bytes_.size()) {
-            return;
-        }
-        U32_t value = 0;
-        for (std::size_t n = 0; n < field.size; ++n) {
-            value = value << 8 | bytes_[at + n];
-        }
-        value = (value & field.mask) >> std::countr_zero(field.mask);
-        char text[20];
-        std::snprintf(text, sizeof text, "0x%x", value);
-        const std::string decimal = std::to_string(static_cast<S32_t>(value));
-        lines.push_back(padded(label + field.name, column) + (field.hex ? text : decimal) + "]");
-    }
-    void group(const Group& group, std::size_t at, const std::string& behindLabel = " ") {
+    void group(const Group& group, std::size_t from, const std::string& behindLabel = " ") {
         for (const Field& field : group.fields) {
-            line(group.label + behindLabel, group.column, field, at);
+            U32_t value = 0;
+            for (std::size_t n = 0; n < field.size; ++n) {
+                value = value << 8 | static_cast<U8_t>(at(from + field.at + n));
+            }
+            value = (value & field.mask) >> std::countr_zero(field.mask);
+            char hex[20];
+            std::snprintf(hex, sizeof hex, "0x%x", value);
+            if (from + field.at + field.size <= bytes_.size()) {
+                line(group.label + behindLabel + field.name, group.column,
+                     field.hex ? hex : std::to_string(static_cast<S32_t>(value)));
+            }
         }
     }
     // Elements go by the service's own counts, as far as the message goes.
-    void page(const Page& page, std::size_t at) {
-        group(page.header, at);
-        at += 8;
+    void page(const Page& page, std::size_t from) {
+        group(page.header, from);
+        from += 8;
         for (int type = 0; type < 5; ++type) {
             const Group& element = page.elements[type];
             if (type != 3) {
-                line(element.label + (type == 0 ? "      " : " "), 32, page.overall, at);
+                group(page.overall, from, element.label + (type == 0 ? "      " : " "));
             }
-            at += 4;
-            for (int n = 0; n < counts_[type] && at < bytes_.size(); ++n, at += 4) {
-                group(element, at, " [" + std::to_string(n) + "] ");
+            from += 4;
+            for (int n = 0; n < counts_[type] && at(from) >= 0; ++n, from += 4) {
+                group(element, from, " [" + std::to_string(n) + "] ");
             }
         }
     }
     void pageNameSay(int code, bool sent) {
         if (code > 15) {
             lines.push_back("Un-supported SES Page [" + std::to_string(code) + "].");
-            return;
+        } else if (code >= 0) {
+            const bool own = sent && SENT_PAGES.contains(code);
+            name("Page", std::string(own ? SENT_PAGES.at(code) : PAGES[code]) + "_DIAGNOSTIC_PAGE");
         }
-        const bool own = sent && SENT_PAGES.contains(code);
-        name("Page", std::string(own ? SENT_PAGES.at(code) : PAGES[code]) + "_DIAGNOSTIC_PAGE");
     }
     void receivedPageSay() {
-        if (bytes_.size() < 66) {
-            return;
-        }
-        pageNameSay(bytes_[65], false);
-        if (bytes_[65] == 1) {
+        pageNameSay(at(65), false);
+        if (at(65) == 1) {
             group(CONFIGURATION, 65);
             group(ENCLOSURE, 73);
             group(DESCRIPTOR, 113, "ENC Device Descriptor ");
             group(DESCRIPTOR, 117, "ENC Power Supply Descriptor ");
             group(DESCRIPTOR, 121, "ENC Cooling Descriptor ");
             group(DESCRIPTOR, 129, "ENC Audible Alarm Descriptor ");
-        } else if (bytes_[65] == 2) {
+        } else if (at(65) == 2) {
             page(STATUS, 65);
         }
     }
-    void responseSay(U32_t type) {
-        if (bytes_[16] == 18) {
-            const bool ok =
-                std::vector<U8_t>(&bytes_[36], &bytes_[40]) == std::vector<U8_t>{0, 0, 0, 1};
-            lines.push_back(std::string("Startup Response MMSG with returned code [") +
-                            (ok ? "OK" : "REJECTED") + "].");
+    void responseSay(int type) {
+        if (at(16) == 18) {
+            const bool ok = at(36) == 0 && at(37) == 0 && at(38) == 0 && at(39) == 1;
+            lines.push_back("Startup Response MMSG with returned code [" +
+                            std::string(ok ? "OK" : "REJECTED") + "].");
             return;
         }
         if (type == 28 || type == 29) {
@@ -243,57 +235,30 @@ class Model {
         } else {
             lines.push_back("Un-supported SES Command [" + std::to_string(type) + "].");
         }
-        if (bytes_.size() > 64 && bytes_[64] == 0) {
+        if (at(64) == 2) {
+            name("Status", "SCSI_STATUS_CODE_CHECK_CONDITION");
+            group(SENSE, 65);
+        } else if (at(64) == 0) {
             name("Status", "SCSI_STATUS_CODE_GOOD");
             if (type == 28) {
                 receivedPageSay();
             }
-        } else if (bytes_.size() > 64 && bytes_[64] == 2) {
-            name("Status", "SCSI_STATUS_CODE_CHECK_CONDITION");
-            group(SENSE, 65);
         }
     }
-    void requestSay(U32_t type) {
+    void requestSay(int type) {
         if (type == 28) {
             group(RECEIVE, 64);
         } else if (type == 29) {
             group(SEND, 64);
-            if (bytes_.size() > 72) {
-                pageNameSay(bytes_[72], true);
-            }
-            if (bytes_.size() > 72 && bytes_[72] == 2) {
+            pageNameSay(at(72), true);
+            if (at(72) == 2) {
                 page(CONTROL, 72);
             }
         }
     }
 
-    std::vector<U8_t> bytes_;
+    Bytes bytes_;
     const U8_t (&counts_)[5];
-};
-
-// Random bytes, but for what decides what is printed.
-class Messages {
-  public:
-    void make(U8_t* bytes, std::size_t length) {
-        std::generate_n(bytes, 4064, [this] { return static_cast<U8_t>(random()); });
-        bytes[10] = static_cast<U8_t>(length >> 8);
-        bytes[11] = static_cast<U8_t>(length);
-        bytes[13] = bytes[14] = oneOf(0, 0, 0, 0, 0, 0, 0, 1);
-        bytes[15] = oneOf(28, 28, 29, 30);
-        bytes[16] = oneOf(26, 33, 18, 19);
-        bytes[36] = bytes[37] = bytes[38] = oneOf(0, 0, 0, 255);
-        bytes[39] = oneOf(0, 1, 1, 2);
-        bytes[64] = oneOf(0, 0, 0, 2, 1);
-        const auto pages = random() % 18;
-        bytes[65] = oneOf(1, 2, 2, pages, 255);
-        bytes[72] = oneOf(2, 2, pages, 255);
-    }
-    template <typename... Values>
-    U8_t oneOf(Values... values) {
-        const U8_t all[] = {static_cast<U8_t>(values)...};
-        return all[random() % sizeof...(values)];
-    }
-    std::mt19937 random{20};
 };
 
 }  // namespace
@@ -301,42 +266,57 @@ class Messages {
 // Whatever the bytes, the length, the counts and what an older message left behind this one. Each
 // field's statement is where its description stands, so that no two have the same place.
 TEST(Print, SaysWhatTheRecordsHoldAsFarAsTheMessageGoes) {
-    Messages messages;
+    Random random(20);
     TraceCapture trace(0x4010);
     std::map<std::string, std::string> places;
     esaControl = {};
     U8_t elsewhere[4064];
     for (std::size_t round = 0; round < 2400; ++round) {
+        SCOPED_TRACE(round);
         U8_t counts[5];
         for (U8_t& count : counts) {
-            count = messages.oneOf(0, 1, 1, 2, 3, round % 300 == 0 ? 255 : 11);
+            count = random.of<U8_t>({0, 1, 1, 2, 3, round % 300 == 0 ? U8_t{255} : U8_t{11}});
         }
-        std::copy_n(counts, 5, &esaControl.deviceMaxNumber);
-        const std::size_t lengths[] = {0, 1, 63, 4063, 4064, 4065, 65535};
-        const std::size_t length = round % 60 == 0 ? lengths[round / 60 % 7] : 64 + round % 173;
-        U8_t* const message = round % 2 == 0 ? elsewhere : esaControl.esaWorkSpace;
-        messages.make(message, length);
-        esaMmsgPrint(wireView<MMSG_t>(message));
+        std::ranges::copy(counts, &esaControl.deviceMaxNumber);
+        const std::size_t length = round % 60 == 0
+                                       ? random.of<std::size_t>({0, 1, 63, 4063, 4064, 4065, 65535})
+                                       : 64 + round % 173;
+        // Random bytes, but for what decides what is printed.
+        Bytes message = random.bytes(4064);
+        message[10] = static_cast<U8_t>(length >> 8);
+        message[11] = static_cast<U8_t>(length);
+        message[13] = message[14] = random.onceIn(8) ? 1 : 0;
+        message[15] = random.of<U8_t>({28, 28, 29, 30});
+        message[16] = random.of<U8_t>({26, 33, 18, 19});
+        message[36] = message[37] = message[38] = random.onceIn(4) ? 255 : 0;
+        message[39] = random.of<U8_t>({0, 1, 1, 2});
+        message[64] = random.of<U8_t>({0, 0, 0, 2, 1});
+        const auto page = static_cast<U8_t>(round / 2 % 17);
+        message[65] = random.of<U8_t>({1, 2, 2, page, page});
+        message[72] = random.of<U8_t>({2, 2, page, page});
+        U8_t* const place = round % 2 == 0 ? elsewhere : esaControl.esaWorkSpace;
+        std::ranges::copy(message, place);
+        esaMmsgPrint(wireView<MMSG_t>(place));
 
-        // Of a reply in the work space the byte that its length does not count is printed, too.
-        const bool reply = message != elsewhere && (message[17] & 0x40) != 0;
-        const std::size_t size = std::clamp<std::size_t>(length, 64, 4064) + (reply ? 1 : 0);
         Lines lines = trace.take();
         for (std::string& line : lines) {
             const std::size_t colon = line.find(":  ");
-            const std::string place = line.substr(0, colon);
+            const std::string where = line.substr(0, colon);
             line = line.substr(colon + 3);
-            if (line.starts_with("MMCH ") || line.starts_with("Sense Data ")) {
-                const std::string field = line.substr(0, line.find('='));
-                ASSERT_EQ(places.emplace(place, field).first->second, field) << place;
-            }
-            ASSERT_TRUE(place.starts_with("esaMmsgPrint:")) << place;
+            const bool field = line.starts_with("MMCH ") || line.starts_with("Sense Data ");
+            const std::string label = field ? line.substr(0, line.find('=')) : "";
+            ASSERT_TRUE(!field || places.emplace(where, label).first->second == label) << where;
+            ASSERT_TRUE(where.starts_with("esaMmsgPrint:")) << where;
         }
-        const Model model({message, message + std::min<std::size_t>(size, 4064)}, counts);
-        for (std::size_t n = 0; n < std::max(lines.size(), model.lines.size()); ++n) {
-            ASSERT_EQ(n < lines.size() ? lines[n] : "(no line)",
-                      n < model.lines.size() ? model.lines[n] : "(no line)")
-                << "round " << round << ", length " << length;
+        // Of a reply in the work space the byte that its length does not count is printed, too.
+        const bool reply = place != elsewhere && (message[17] & 0x40) != 0;
+        message.resize(std::min<std::size_t>(
+            std::clamp<std::size_t>(length, 64, 4064) + (reply ? 1 : 0), 4064));
+        Lines expected = Model(message, counts).lines;
+        expected.resize(std::max(expected.size(), lines.size()), "(no line)");
+        lines.resize(expected.size(), "(no line)");
+        for (std::size_t n = 0; n < lines.size(); ++n) {
+            ASSERT_EQ(lines[n], expected[n]);
         }
     }
     TRACE__setTraceLevel(0, 0xFFEF);

@@ -17,11 +17,11 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <set>
 
+#include "tests/support/laws.h"
+
 namespace fs = std::filesystem;
-using Bytes = std::vector<U8_t>;
 
 // What the log asks of the system, and how that fails.
 static int reads, syncs, directorySyncs, syncError;
@@ -87,6 +87,7 @@ const Damage DAMAGES[] = {
     {[](U8_t* slot) { slot[4095] ^= 1; }, ALT_EVENT_E_SLOT_TORN},
     {[](U8_t* slot) { std::memset(slot, 0, 32); }, ALT_EVENT_E_SLOT_TORN},  // no header yet
     {[](U8_t* slot) { std::memset(slot + 32, 0, 4064); }, ALT_EVENT_E_SLOT_TORN},
+    {[](U8_t* slot) { std::memset(slot, 0, 16); }, ALT_EVENT_E_SLOT_FOREIGN},
     {[](U8_t* slot) { std::memset(slot, 0, 4096); }, ALT_EVENT_E_SLOT_EMPTY},
     {[](U8_t* slot) { std::memset(slot, 'x', 4096); }, ALT_EVENT_E_SLOT_FOREIGN},
     {[](U8_t* slot) { slot[3] ^= 1; }, ALT_EVENT_E_SLOT_FOREIGN},      // magic
@@ -109,7 +110,6 @@ class AltEventLog : public testing::Test {
         fs::current_path("/");
         fs::remove_all(root);
     }
-    std::size_t below(std::size_t limit) { return random() % limit; }
     U8_t* slotAt(U64_t number) { return &image[(number - 1) % 256 * 4096]; }
     // As if `newest` records had been stored, but for damage.
     void begin(U64_t newest) {
@@ -125,7 +125,7 @@ class AltEventLog : public testing::Test {
         good.insert(number);
     }
     void damage(U64_t number) {
-        const Damage& damage = DAMAGES[below(std::size(DAMAGES))];
+        const Damage& damage = DAMAGES[random.below(std::size(DAMAGES))];
         restore(number);
         damage.act(slotAt(number));
         good.erase(number);
@@ -145,23 +145,28 @@ class AltEventLog : public testing::Test {
                   static_cast<std::streamsize>(bytes.size()));
         return bytes;
     }
-    // Stores a record, and gives what came on standard error.
+    // Stores a record, and gives what came on standard error. Leaves errno alone and nothing open.
     std::string store(int expected, const Bytes& record, const int* argument = nullptr,
-                      bool area = true) {
+                      const MPU_PARAMS_t* area = nullptr) {
+        const auto descriptors = [] {
+            return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+        };
+        const auto before = descriptors();
         testing::internal::CaptureStderr();
         errno = E2BIG;
-        const int result = argument == nullptr
-                               ? altEventLogM(record.data(), area ? &params : nullptr)
-                               : altEventLog(record.data(), &params, *argument);
-        EXPECT_EQ(errno, E2BIG) << "left alone";
+        const int result = argument == nullptr ? altEventLogM(record.data(), area)
+                                               : altEventLog(record.data(), area, *argument);
+        EXPECT_EQ(errno, E2BIG);
         EXPECT_EQ(result, expected);
-        return testing::internal::GetCapturedStderr();
+        const std::string said = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(descriptors(), before);
+        return said;
     }
 
     MPU_PARAMS_t params = {};
     Bytes image;
     std::set<U64_t> good;  // numbers of the records that are still whole
-    std::mt19937 random{28};
+    Random random{28};
 
   private:
     char root[30] = "/tmp/altevent-test-XXXXXX";
@@ -173,31 +178,34 @@ class AltEventLog : public testing::Test {
 // its reason.
 TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
     for (int round = 0; round < 150; ++round) {
-        const U64_t newest = below(20) == 0 ? 0 : 1 + below(700) + (below(4) == 0 ? 1ULL << 32 : 0);
+        const U64_t newest =
+            random.onceIn(20) ? 0 : 1 + random.below(700) + (random.onceIn(4) ? 1ULL << 32 : 0);
         begin(newest);
-        // Mostly the newest ones, now and then nearly all. The last bytes of the file may never
-        // have come.
+        // Mostly the newest ones, now and then nearly all. The file's end may never have come, or
+        // be somebody else's.
         const std::size_t slots = image.size() / 4096;
-        bool sound = below(4) == 0;
-        for (std::size_t count = sound || slots == 0 ? 0 : below(round % 20 == 0 ? 400 : 5);
+        bool sound = random.onceIn(4);
+        for (std::size_t count = sound || slots == 0 ? 0 : random.below(round % 20 == 0 ? 400 : 5);
              count > 0; --count) {
-            damage(newest - below(below(2) == 0 ? 4 : 256) % slots);
+            damage(newest - random.below(random.of({4, 256})) % slots);
         }
-        if (!sound && slots > 0 && below(4) == 0) {
-            good.erase(newest - (newest > 256 ? newest % 256 : 0));
-            image.resize(image.size() - 1 - below(4096));
+        if (!sound && slots > 0 && random.onceIn(4)) {
+            image.resize(random.below(image.size()));
+            std::erase_if(good, [this](U64_t number) {
+                return ((number - 1) % 256 + 1) * 4096 > image.size();
+            });
+        } else if (slots == 256 && random.onceIn(4)) {
+            image.resize(257 * 4096 + random.below(9000), 'x');
         }
         imageWrite();
         for (int n = 0; n < 3; ++n) {
             const U64_t number = good.empty() ? 1 : *good.rbegin() + 1;
             const std::size_t at = (number - 1) % 256 * 4096;
-            Bytes record(4064);
-            std::ranges::generate(record, [this] { return static_cast<U8_t>(random()); });
-            const int results[] = {0, 0, 0, 0, EIO, ENOSPC, EFBIG, -20, -32, -2000, -4095},
-                      argument = static_cast<int>(random());
-            const bool last = below(2) == 0;
-            writeResult = results[below(std::size(results))];
-            syncError = below(4) == 0 ? EIO : 0;
+            const Bytes record = random.bytes(4064);
+            const int argument = static_cast<int>(random());
+            const bool last = random.onceIn(2);
+            writeResult = random.of({0, 0, 0, 0, EIO, ENOSPC, EFBIG, -20, -32, -2000, -4095});
+            syncError = random.of({0, 0, 0, EIO});
             reads = syncs = directorySyncs = 0;
 
             const bool whole = writeResult == 0;
@@ -207,7 +215,7 @@ TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
                                                 : 0;
             const bool wasEmpty = image.empty();
             const auto begun = static_cast<U64_t>(std::time(nullptr));
-            ASSERT_EQ(store(error == 0 ? 0 : -1, record, last ? &argument : nullptr),
+            ASSERT_EQ(store(error == 0 ? 0 : -1, record, last ? &argument : nullptr, &params),
                       error == 0 ? ""
                                  : "event record not stored in ./altevent.log: " +
                                        std::string(strerrordesc_np(error)) + "\n");
@@ -240,6 +248,17 @@ TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
     }
 }
 
+// The largest number leaves no room for one more.
+TEST_F(AltEventLog, ANumberFollowsWhateverCanBeOne) {
+    for (const auto& [number, state] :
+         {std::pair{~U64_t{0}, ALT_EVENT_E_SLOT_FOREIGN}, {~U64_t{0} - 1, ALT_EVENT_E_SLOT_GOOD}}) {
+        const Bytes slot = slotOf(number, 2, 0, Bytes(4064));
+        EXPECT_EQ(
+            altEventSlotCheck(*wireView<AltEventSlot_t>(slot.data()), altEventSlotIndex(number)),
+            state);
+    }
+}
+
 // ... costs one line, is not waited for, and what stands there is left alone.
 TEST_F(AltEventLog, APlaceThatCannotBeUsedIsReported) {
     const std::tuple<const char*, const char*, int> places[] = {
@@ -259,7 +278,7 @@ TEST_F(AltEventLog, APlaceThatCannotBeUsedIsReported) {
         const std::string name = directory == nullptr ? "" : directory;
         params = {};
         name.copy(params.nonVolatileDirectory, MPU_K_DIRECTORY_SIZE);
-        EXPECT_EQ(store(-1, record, nullptr, directory != nullptr),
+        EXPECT_EQ(store(-1, record, nullptr, directory != nullptr ? &params : nullptr),
                   "event record not stored in " + name +
                       "/altevent.log: " + strerrordesc_np(error) + "\n");
     }
@@ -275,14 +294,14 @@ TEST_F(AltEventLog, ThePlaceIsReadNoFurtherThanItsField) {
     longest.copy(params.nonVolatileDirectory, longest.size());
     params.logDirectory[0] = 'x';
     directorySyncs = syncs = 0;
-    EXPECT_EQ(store(0, Bytes(4064)), "");
+    EXPECT_EQ(store(0, Bytes(4064), nullptr, &params), "");
     EXPECT_EQ(directorySyncs, 1);
     EXPECT_EQ(fs::file_size(longest + "/altevent.log"), 4096U);
     EXPECT_EQ(fs::status(longest + "/altevent.log").permissions(), fs::perms(0640));
     altEventFlush(&params);
     EXPECT_EQ(syncs, 1);
     writeResult = EIO;
-    EXPECT_EQ(store(-1, Bytes(4064)),
+    EXPECT_EQ(store(-1, Bytes(4064), nullptr, &params),
               "event record not stored in " + longest + "/altevent.log: Input/output error\n");
 }
 
