@@ -5,11 +5,28 @@
 #include <cstdint>
 #include <initializer_list>
 #include <random>
+#include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using Lines = std::vector<std::string>;
 using Bytes = std::vector<std::uint8_t>;
+
+// Texts and numbers in a row; a byte is a number.
+template <typename... Parts>
+std::string text(const Parts&... parts) {
+    std::ostringstream stream;
+    const auto put = [&](const auto& part) {
+        if constexpr (std::is_same_v<decltype(part), const std::uint8_t&>) {
+            stream << static_cast<int>(part);
+        } else {
+            stream << part;
+        }
+    };
+    (put(parts), ...);
+    return stream.str();
+}
 
 // The same numbers in each run.
 class Random : public std::mt19937 {

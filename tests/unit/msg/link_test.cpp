@@ -175,8 +175,8 @@ class LinkHistory : public Link {
         EXPECT_TRUE(!due || (connectWait != 0 && connectWait < 100000)) << connectWait;
         if (due && state == UP) {
             EXPECT_TRUE(listener.accept());
-            expected = {"The link to MSM is up again with socket [" +
-                        std::to_string(esaControl.socketFdMSM) + "]."};
+            expected = {
+                text("The link to MSM is up again with socket [", esaControl.socketFdMSM, "].")};
         }
     }
     void down() {
@@ -197,12 +197,10 @@ class LinkHistory : public Link {
         esaMmsgHeaderInit(message, static_cast<MMSG_PROTOCOL>(protocol), static_cast<U32_t>(type),
                           static_cast<U32_t>(size));
         wireView<EsaEvent_t>(message + 1)->header.evId = static_cast<U16_t>(number);
-        char text[100];
-        std::snprintf(text, sizeof text,
-                      "MMSG with opcode [0x%x] is not sent, the link to MSM is down.",
-                      static_cast<unsigned>(protocol << 24 | type));
-        const std::string fault = "sender(): Linux send function fails, sendSize = [" +
-                                  std::to_string(size) + "] is wrong";
+        const std::string fault =
+            text("sender(): Linux send function fails, sendSize = [", size, "] is wrong");
+        const std::string again = text("MMSG with opcode [0x", std::hex, protocol << 24 | type,
+                                       "] is not sent, the link to MSM is down.");
         int result = -1;
         const int flags = waitedInVain ? MSG_DONTWAIT : 0;
         const bool wasUp = state == UP;
@@ -218,7 +216,7 @@ class LinkHistory : public Link {
                 lost = {kind};  // it has been reported
             }
         } else {
-            expected = {lost.insert(kind).second ? fault : text};
+            expected = {lost.insert(kind).second ? fault : again};
         }
         if (protocol == 12) {
             result == size ? undelivered.erase(kind.second)

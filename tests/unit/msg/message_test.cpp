@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdarg>
 #include <cstring>
 #include <set>
 
@@ -47,17 +46,8 @@ Lines said(TraceCapture* trace) {
     return lines;
 }
 
-__attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) {
-    char buffer[200];
-    va_list values;
-    va_start(values, format);
-    std::vsnprintf(buffer, sizeof buffer, format, values);
-    va_end(values);
-    return buffer;
-}
-
 std::string goodStatus(int page) {
-    return text("<status 0 page %d sense 0/0/0>", page);
+    return text("<status 0 page ", page, " sense 0/0/0>");
 }
 
 // What a usable command makes the service do. Bytes behind the message's length read as 0.
@@ -72,7 +62,7 @@ Lines answerTo(const Bytes& message, U8_t* remembered) {
         return {"ESA receives RCV DIAG Cmd.", at(64) == 28 && !emptyBlock ? answer : ""};
     }
     if (type != 29) {
-        return {text("Un-supported SES Command [%d].", type)};
+        return {text("Un-supported SES Command [", type, "].")};
     }
     *remembered = at(72);  // before anything is tested
     Lines lines = {"ESA receives SND DIAG Cmd."};
@@ -84,7 +74,7 @@ Lines answerTo(const Bytes& message, U8_t* remembered) {
                             ? "Rx Drive Fault LED SES msg from VM. No returning Status msg."
                             : goodStatus(0));
     } else {
-        lines.push_back(text("Un-supported SES Page [%d].", at(72)));
+        lines.push_back(text("Un-supported SES Page [", at(72), "]."));
     }
     return lines;
 }
@@ -95,22 +85,22 @@ Lines outcomeOf(const Bytes& message, U8_t* remembered) {
     const bool response = (message[17] & 0x40) != 0;
     const std::string printed = response ? RESPONSE : REQUEST;
     if (length < 64 || length > 4064) {
-        return {text("MMSG mmsh_length [%d] is out of range", length),
-                text("MMSG requestor [%d] sends wrong mmsg_length!!!", requestor), printed};
+        return {text("MMSG mmsh_length [", length, "] is out of range"),
+                text("MMSG requestor [", requestor, "] sends wrong mmsg_length!!!"), printed};
     }
     if (message[8] == 14 && ((message[27] | message[35]) & 2) == 0) {
         return {"Received a MMSG but it isn't for us?", printed};
     }
     if (message[12] != 18 && message[12] != 12) {
-        return {text("Invalid MMSG protocol [%d]", message[12]), printed};
+        return {text("Invalid MMSG protocol [", message[12], "]"), printed};
     }
     Lines lines = {"Receive a MMSG to the Enclosure Services Adapter", printed};
     if (response && requestor == 33) {
         lines.push_back("Receive a Response MMSG for a Test Message.");
     } else if (response && requestor == 18) {
         const bool ok = be16At(message, 36) == 0 && be16At(message, 38) == 1;
-        lines.push_back(text("Receive a Response MMSG from Startup with returned code [%s].",
-                             ok ? "OK" : "REJECTED"));
+        lines.push_back(text("Receive a Response MMSG from Startup with returned code [",
+                             (ok ? "OK" : "REJECTED"), "]."));
     } else {
         for (const std::string& line : answerTo(message, remembered)) {
             lines.push_back(line);
@@ -249,11 +239,11 @@ Outgoing testMessage(U8_t command, U8_t page) {
     std::string word;
     if (command == 29 && page == 2) {
         block = testPage();
-        word = text("mmsg_length = [%zu], sizeof(MMCH_t) = [64]", 64 + 4 * block.size());
+        word = text("mmsg_length = [", 64 + 4 * block.size(), "], sizeof(MMCH_t) = [64]");
     } else if (command != 28) {
         block.clear();
-        word = command == 29 ? text("Un-supported SES Page [%d].", page)
-                             : text("Un-supported SES Command [%d].", command);
+        word = command == 29 ? text("Un-supported SES Page [", page, "].")
+                             : text("Un-supported SES Command [", command, "].");
     }
     const auto length = block.empty() ? 0U : static_cast<U32_t>(64 + 4 * block.size());
     Outgoing message({"This test SES Command Message is from Local Blade.", word,
@@ -315,7 +305,7 @@ TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlaces) {
               64,
               {{12, {0x0D000001}}, {20, {0x40000}}, {48, {1}}}}},
             {[&] { return esaCompositeFaultMmsgToStartupSend(static_cast<ESA_CODE_e>(first)); },
-             {{text("[%s] Composite Fault LED in Startup.", lit ? "Set" : "Clear")},
+             {{text("[", (lit ? "Set" : "Clear"), "] Composite Fault LED in Startup.")},
               64,
               {{12, {0x0C00000E}}, {20, {0x40000}}, {44, {2, lit ? 2U : 1U}}}}},
             {[&] {
@@ -378,7 +368,7 @@ TEST_F(Messages, WhatIsLostIsReportedWhereItsSenderStands) {
         EXPECT_EQ(send(), -1);
         const Bytes record = takeAltRecords().at(0).bytes;
         const std::string fault(reinterpret_cast<const char*>(&record.at(284)));
-        EXPECT_EQ(fault, text("Linux send function fails, sendSize = [%d] is wrong", size));
+        EXPECT_EQ(fault, text("Linux send function fails, sendSize = [", size, "] is wrong"));
         EXPECT_EQ(reinterpret_cast<const char*>(&record.at(216)), name + "()");
         trace.take();
         EXPECT_EQ(send(), -1);

@@ -27,10 +27,10 @@ struct Group {
     Group(const char* itsLabel, std::size_t itsColumn, const std::string& texts)
         : label(itsLabel), column(itsColumn) {
         std::istringstream stream(texts);
-        for (std::string text; std::getline(stream >> std::ws, text, ',');) {
-            const std::size_t blank = text.rfind(' '), colon = text.rfind(':');
-            const std::string mask = text.substr(colon + 1);
-            fields.push_back({text.substr(0, blank), std::stoul(text.substr(blank)),
+        for (std::string field; std::getline(stream >> std::ws, field, ',');) {
+            const std::size_t blank = field.rfind(' '), colon = field.rfind(':');
+            const std::string mask = field.substr(colon + 1);
+            fields.push_back({field.substr(0, blank), std::stoul(field.substr(blank)),
                               mask.size() / 2, static_cast<U32_t>(std::stoul(mask, nullptr, 16)),
                               mask.back() == 'x'});
         }
@@ -168,8 +168,8 @@ class Model {
         label.resize(std::max(column, label.size()), ' ');
         lines.push_back(label + "= [" + value + "]");
     }
-    void name(const std::string& label, const std::string& text) {
-        line(label, 33, "SES_K_" + text);
+    void name(const std::string& label, const std::string& what) {
+        line(label, 33, "SES_K_" + what);
     }
     void group(const Group& group, std::size_t from, const std::string& behindLabel = " ") {
         for (const Field& field : group.fields) {
@@ -197,13 +197,13 @@ class Model {
             }
             from += 4;
             for (int n = 0; n < counts_[type] && at(from) >= 0; ++n, from += 4) {
-                group(element, from, " [" + std::to_string(n) + "] ");
+                group(element, from, text(" [", n, "] "));
             }
         }
     }
     void pageNameSay(int code, bool sent) {
         if (code > 15) {
-            lines.push_back("Un-supported SES Page [" + std::to_string(code) + "].");
+            lines.push_back(text("Un-supported SES Page [", code, "]."));
         } else if (code >= 0) {
             const bool own = sent && SENT_PAGES.contains(code);
             name("Page", std::string(own ? SENT_PAGES.at(code) : PAGES[code]) + "_DIAGNOSTIC_PAGE");
@@ -225,15 +225,15 @@ class Model {
     void responseSay(int type) {
         if (at(16) == 18) {
             const bool ok = at(36) == 0 && at(37) == 0 && at(38) == 0 && at(39) == 1;
-            lines.push_back("Startup Response MMSG with returned code [" +
-                            std::string(ok ? "OK" : "REJECTED") + "].");
+            lines.push_back(
+                text("Startup Response MMSG with returned code [", (ok ? "OK" : "REJECTED"), "]."));
             return;
         }
         if (type == 28 || type == 29) {
             name("Command",
                  type == 28 ? "RECEIVE_DIAGNOSTIC_RESULTS_COMMAND" : "SEND_DIAGNOSTIC_COMMAND");
         } else {
-            lines.push_back("Un-supported SES Command [" + std::to_string(type) + "].");
+            lines.push_back(text("Un-supported SES Command [", type, "]."));
         }
         if (at(64) == 2) {
             name("Status", "SCSI_STATUS_CODE_CHECK_CONDITION");

@@ -17,7 +17,7 @@ inline bool passes(int error) {
 }
 
 inline std::string linkIsDown(int socket) {
-    return "The link to MSM on socket [" + std::to_string(socket) + "] is down.";
+    return text("The link to MSM on socket [", socket, "] is down.");
 }
 
 // A pass has five short waits; before the first and in each of them something may come.
@@ -72,9 +72,8 @@ struct Stream {
     // Of a receive that failed, or gave `got` bytes of a stream that has ended. True when only a
     // signal came in between.
     bool failed(const std::string& what, const std::string& dump, int error, std::size_t got) {
-        const std::string size = error != 0 ? "-1" : std::to_string(got);
-        faults.push_back("main(): Linux recv function fails, " + what + " readSize = [" + size +
-                         "] is wrong");
+        faults.push_back(text("main(): Linux recv function fails, ", what, " readSize = [",
+                              (error != 0 ? "-1" : text(got)), "] is wrong"));
         traced.push_back(dump);
         isDown = !passes(error);
         if (isDown) {
