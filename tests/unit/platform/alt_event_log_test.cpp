@@ -51,32 +51,34 @@ extern "C" int fsync(int fd) {
 
 namespace {
 
-void put(Bytes& slot, std::size_t at, U64_t value, std::size_t size) {
-    for (std::size_t n = 0; n < size; ++n) {
-        slot[at + n] = static_cast<U8_t>(value >> 8 * (size - 1 - n));
-    }
-}
-
 // CRC-32 of IEEE 802.3, bit by bit.
-U32_t crcOf(const U8_t* bytes, std::size_t size) {
+U32_t crcOf(const std::string& bytes) {
     U32_t crc = ~0U;
-    for (std::size_t n = 0; n < 8 * size; ++n) {
-        const U32_t bit = (crc ^ static_cast<U32_t>(bytes[n / 8] >> n % 8)) & 1;
+    for (std::size_t n = 0; n < 8 * bytes.size(); ++n) {
+        const U32_t bit = (crc ^ static_cast<U32_t>(static_cast<U8_t>(bytes[n / 8]) >> n % 8)) & 1;
         crc = crc >> 1 ^ bit * 0xEDB88320;
     }
     return ~crc;
 }
 
+std::string bigEndian(U64_t value, std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t n = size; n-- > 0; value >>= 8) {
+        bytes[n] = static_cast<char>(value);
+    }
+    return bytes;
+}
+
 // A slot as it stands in the file, but for the time.
-Bytes slotOf(U64_t number, int call, int argument, const Bytes& record) {
-    Bytes slot = {'A', 'E', 'L', '1', 0, 1, 0, static_cast<U8_t>(call)};
-    slot.resize(32);
-    put(slot, 8, static_cast<U32_t>(argument), 4);
-    static const Bytes fives(4064, 0x5A);
-    put(slot, 12, record == fives ? 0x9B586B8F : crcOf(record.data(), 4064), 4);
-    put(slot, 16, number, 8);
-    slot.insert(slot.end(), record.begin(), record.end());
-    return slot;
+std::string slotOf(U64_t number, U64_t call, int argument, const std::string& record) {
+    static const std::string zeds(4064, 'Z');
+    return "AEL1" + bigEndian(1 << 16 | call, 4) + bigEndian(static_cast<U64_t>(argument), 4) +
+           bigEndian(record == zeds ? 0x9B586B8F : crcOf(record), 4) + bigEndian(number, 8) +
+           bigEndian(0, 8) + record;
+}
+
+ALT_EVENT_SLOT_e checked(const void* slot, U64_t number) {
+    return altEventSlotCheck(*wireView<AltEventSlot_t>(slot), narrowTo<U32_t>((number - 1) % 256));
 }
 
 struct Damage {
@@ -110,43 +112,41 @@ class AltEventLog : public testing::Test {
         fs::current_path("/");
         fs::remove_all(root);
     }
-    U8_t* slotAt(U64_t number) { return &image[(number - 1) % 256 * 4096]; }
+    static std::size_t placeOf(U64_t number) {
+        return narrowTo<std::size_t>((number - 1) % 256 * 4096);
+    }
     // As if `newest` records had been stored, but for damage.
     void begin(U64_t newest) {
-        const std::size_t slots = std::min<U64_t>(newest, 256);
-        image.assign(4096 * slots, 0);
+        const auto slots = narrowTo<std::size_t>(std::min<U64_t>(newest, 256));
+        image.assign(4096 * slots, '\0');
         good.clear();
         for (U64_t number = newest - slots + 1; number <= newest; ++number) {
             restore(number);
         }
     }
     void restore(U64_t number) {
-        std::ranges::copy(slotOf(number, 2, 0, Bytes(4064, 0x5A)), slotAt(number));
+        image.replace(placeOf(number), 4096, slotOf(number, 2, 0, std::string(4064, 'Z')));
         good.insert(number);
     }
     void damage(U64_t number) {
         const Damage& damage = DAMAGES[random.below(std::size(DAMAGES))];
         restore(number);
-        damage.act(slotAt(number));
+        auto* const slot = reinterpret_cast<U8_t*>(&image[placeOf(number)]);
+        damage.act(slot);
         good.erase(number);
-        EXPECT_EQ(altEventSlotCheck(*wireView<AltEventSlot_t>(slotAt(number)),
-                                    static_cast<U32_t>((number - 1) % 256)),
-                  damage.result);
+        EXPECT_EQ(checked(slot, number), damage.result);
     }
-    void imageWrite() {
-        std::ofstream file("altevent.log", std::ios::binary);
-        file.write(reinterpret_cast<const char*>(image.data()),
-                   static_cast<std::streamsize>(image.size()));
+    static std::string fileRead() {
+        std::ostringstream bytes;
+        bytes << std::ifstream("altevent.log", std::ios::binary).rdbuf();
+        return bytes.str();
     }
-    Bytes fileRead() {
-        Bytes bytes(fs::file_size("altevent.log"));
-        std::ifstream file("altevent.log", std::ios::binary);
-        file.read(reinterpret_cast<char*>(bytes.data()),
-                  static_cast<std::streamsize>(bytes.size()));
-        return bytes;
+    static std::string lost(const std::string& directory, int error) {
+        return "event record not stored in " + directory +
+               "/altevent.log: " + strerrordesc_np(error) + "\n";
     }
     // Stores a record, and gives what came on standard error. Leaves errno alone and nothing open.
-    std::string store(int expected, const Bytes& record, const int* argument = nullptr,
+    std::string store(int expected, const std::string& record, const int* argument = nullptr,
                       const MPU_PARAMS_t* area = nullptr) {
         const auto descriptors = [] {
             return std::distance(fs::directory_iterator("/proc/self/fd"), {});
@@ -164,7 +164,8 @@ class AltEventLog : public testing::Test {
     }
 
     MPU_PARAMS_t params = {};
-    Bytes image;
+    const std::string zeros = std::string(4064, '\0');
+    std::string image;
     std::set<U64_t> good;  // numbers of the records that are still whole
     Random random{28};
 
@@ -187,21 +188,21 @@ TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
         bool sound = random.onceIn(4);
         for (std::size_t count = sound || slots == 0 ? 0 : random.below(round % 20 == 0 ? 400 : 5);
              count > 0; --count) {
-            damage(newest - random.below(random.of({4, 256})) % slots);
+            damage(newest - random.below(random.of<std::size_t>({4, 256})) % slots);
         }
         if (!sound && slots > 0 && random.onceIn(4)) {
             image.resize(random.below(image.size()));
-            std::erase_if(good, [this](U64_t number) {
-                return ((number - 1) % 256 + 1) * 4096 > image.size();
-            });
+            std::erase_if(good,
+                          [this](U64_t number) { return placeOf(number) + 4096 > image.size(); });
         } else if (slots == 256 && random.onceIn(4)) {
             image.resize(257 * 4096 + random.below(9000), 'x');
         }
-        imageWrite();
+        std::ofstream("altevent.log", std::ios::binary) << image;
         for (int n = 0; n < 3; ++n) {
             const U64_t number = good.empty() ? 1 : *good.rbegin() + 1;
-            const std::size_t at = (number - 1) % 256 * 4096;
-            const Bytes record = random.bytes(4064);
+            const std::size_t at = placeOf(number);
+            std::string record(4064, '\0');
+            random.fill(record);
             const int argument = static_cast<int>(random());
             const bool last = random.onceIn(2);
             writeResult = random.of({0, 0, 0, 0, EIO, ENOSPC, EFBIG, -20, -32, -2000, -4095});
@@ -215,10 +216,9 @@ TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
                                                 : 0;
             const bool wasEmpty = image.empty();
             const auto begun = static_cast<U64_t>(std::time(nullptr));
-            ASSERT_EQ(store(error == 0 ? 0 : -1, record, last ? &argument : nullptr, &params),
-                      error == 0 ? ""
-                                 : "event record not stored in ./altevent.log: " +
-                                       std::string(strerrordesc_np(error)) + "\n");
+            const std::string said =
+                store(error == 0 ? 0 : -1, record, last ? &argument : nullptr, &params);
+            ASSERT_EQ(said, error == 0 ? "" : lost(".", error));
             ASSERT_EQ(syncs, last && whole ? 1 : 0);
             ASSERT_EQ(directorySyncs, wasEmpty ? 1 : 0);
             ASSERT_TRUE(!sound || reads <= 11) << reads;  // bisected
@@ -226,15 +226,14 @@ TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
             const std::size_t went = whole             ? 4096
                                      : writeResult < 0 ? static_cast<std::size_t>(-writeResult)
                                                        : 0;
-            const Bytes slot = slotOf(number, last ? 1 : 2, last ? argument : 0, record);
             image.resize(std::max(image.size(), at + went));
-            std::copy_n(slot.begin(), went, image.begin() + static_cast<std::ptrdiff_t>(at));
-            const Bytes file = fileRead();
+            image.replace(at, went, slotOf(number, last ? 1 : 2, last ? argument : 0, record), 0,
+                          went);
+            const std::string file = fileRead();
             if (went >= 32) {
-                std::copy_n(&file[at + 24], 8, &image[at + 24]);
+                image.replace(at + 24, 8, file, at + 24, 8);
                 const U64_t time = wireView<AltEventSlotHdr_t>(&file[at])->time;
-                ASSERT_TRUE(begun <= time && time <= static_cast<U64_t>(std::time(nullptr)))
-                    << time;
+                ASSERT_TRUE(begun <= time && time <= static_cast<U64_t>(std::time(nullptr)));
             }
             ASSERT_TRUE(file == image) << "round " << round << ", number " << number;
             sound = sound && whole;
@@ -252,10 +251,7 @@ TEST_F(AltEventLog, ARecordFollowsTheNewestGoodOneWhateverIsDamaged) {
 TEST_F(AltEventLog, ANumberFollowsWhateverCanBeOne) {
     for (const auto& [number, state] :
          {std::pair{~U64_t{0}, ALT_EVENT_E_SLOT_FOREIGN}, {~U64_t{0} - 1, ALT_EVENT_E_SLOT_GOOD}}) {
-        const Bytes slot = slotOf(number, 2, 0, Bytes(4064));
-        EXPECT_EQ(
-            altEventSlotCheck(*wireView<AltEventSlot_t>(slot.data()), altEventSlotIndex(number)),
-            state);
+        EXPECT_EQ(checked(slotOf(number, 2, 0, std::string(4064, 'Z')).data(), number), state);
     }
 }
 
@@ -272,15 +268,13 @@ TEST_F(AltEventLog, APlaceThatCannotBeUsedIsReported) {
         {"mkdir 4; echo kept >victim; ln victim 4/altevent.log", "4", EINVAL},
         {":", "", ENOENT},
         {":", nullptr, ENOENT}};
-    const Bytes record(4064);
     for (const auto& [make, directory, error] : places) {
         ASSERT_EQ(std::system(make), 0);
         const std::string name = directory == nullptr ? "" : directory;
         params = {};
         name.copy(params.nonVolatileDirectory, MPU_K_DIRECTORY_SIZE);
-        EXPECT_EQ(store(-1, record, nullptr, directory != nullptr ? &params : nullptr),
-                  "event record not stored in " + name +
-                      "/altevent.log: " + strerrordesc_np(error) + "\n");
+        EXPECT_EQ(store(-1, zeros, nullptr, directory == nullptr ? nullptr : &params),
+                  lost(name, error));
     }
     EXPECT_EQ(fs::file_size("victim"), 5U);
 }
@@ -294,15 +288,14 @@ TEST_F(AltEventLog, ThePlaceIsReadNoFurtherThanItsField) {
     longest.copy(params.nonVolatileDirectory, longest.size());
     params.logDirectory[0] = 'x';
     directorySyncs = syncs = 0;
-    EXPECT_EQ(store(0, Bytes(4064), nullptr, &params), "");
+    EXPECT_EQ(store(0, zeros, nullptr, &params), "");
     EXPECT_EQ(directorySyncs, 1);
     EXPECT_EQ(fs::file_size(longest + "/altevent.log"), 4096U);
     EXPECT_EQ(fs::status(longest + "/altevent.log").permissions(), fs::perms(0640));
     altEventFlush(&params);
     EXPECT_EQ(syncs, 1);
     writeResult = EIO;
-    EXPECT_EQ(store(-1, Bytes(4064), nullptr, &params),
-              "event record not stored in " + longest + "/altevent.log: Input/output error\n");
+    EXPECT_EQ(store(-1, zeros, nullptr, &params), lost(longest, EIO));
 }
 
 TEST_F(AltEventLog, FullStandardErrorIsNotWaitedFor) {
@@ -313,7 +306,7 @@ TEST_F(AltEventLog, FullStandardErrorIsNotWaitedFor) {
     fcntl(ends[1], F_SETFL, 0);  // from here a write waits
     const int keep = dup(STDERR_FILENO);
     dup2(ends[1], STDERR_FILENO);
-    const int result = altEventLogM(Bytes(4064).data(), nullptr);
+    const int result = altEventLogM(zeros.data(), nullptr);
     dup2(keep, STDERR_FILENO);
     EXPECT_EQ(result, -1);
     for (const int fd : {ends[0], ends[1], keep}) {
@@ -344,14 +337,12 @@ TEST_F(AltEventLog, AHandlerMayInterruptAnAppend) {
             ++armed;
             setitimer(ITIMER_REAL, &once, nullptr);
         }
-        ASSERT_EQ(altEventLogM(Bytes(4064, 9).data(), &params), 0);
+        ASSERT_EQ(altEventLogM(zeros.data(), &params), 0);
     }
     EXPECT_EQ(handlerStores, 20);
     image = fileRead();
     EXPECT_GT(image.size(), 10U * 4096);
-    for (U32_t index = 0; index < image.size() / 4096; ++index) {
-        EXPECT_EQ(altEventSlotCheck(*wireView<AltEventSlot_t>(&image[index * 4096]), index),
-                  ALT_EVENT_E_SLOT_GOOD)
-            << "slot " << index;
+    for (U64_t number = 1; number <= image.size() / 4096; ++number) {
+        EXPECT_EQ(checked(&image[placeOf(number)], number), ALT_EVENT_E_SLOT_GOOD) << number;
     }
 }
