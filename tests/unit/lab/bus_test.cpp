@@ -116,7 +116,7 @@ std::string someRule() {
     return oneOf({"any", "vsc055", "lm75-0", "lm75-*"}) + " " +
            oneOf({"", "read", ofReadings ? "" : "write"}) + " " + oneOf({"", "", "reg=4"}) + " " +
            oneOf({"", "nth=1", "nth=3"}) + " " + oneOf({"", "every=1", "every=3"}) + " " +
-           oneOf({"", "from=10.5"}) + " " + oneOf({"", "until=80"}) + " act=" + action + " " +
+           oneOf({"", "from=10"}) + " " + oneOf({"", "until=20"}) + " act=" + action + " " +
            oneOf({"", "prob=0.5", "prob=0.25 seed=7"}) + " " + oneOf({"", "count=2"}) + " " +
            oneOf({"", "", "heal=15"});
 }

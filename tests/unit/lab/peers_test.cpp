@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// The peers, as scripts/describe.txt and scripts/peers.txt type them: what messages are described
-// by, and the switch, the start-up process and the link to the daemon on real sockets and a
-// schedule that moves by hand.
+// The peers on real sockets and a schedule that moves by hand: what messages are described by
+// (scripts/describe.txt), the framing of streams, the switch, the link to the daemon, the start-up
+// process and the event manager.
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <gtest/gtest.h>
 
 #include <asio/buffer.hpp>
@@ -12,47 +11,62 @@
 #include <asio/read.hpp>
 #include <asio/write.hpp>
 #include <filesystem>
-#include <map>
 
 #include "lab/peers/daemon_link.h"
 #include "lab/peers/event_manager.h"
 #include "lab/peers/startup_process.h"
 #include "tests/support/hex.h"
 #include "tests/support/script.h"
+#include "tests/unit/lab/random.h"
 
 namespace enclab {
 namespace {
 
 using Socket = asio::local::stream_protocol::socket;
+using Seconds = Schedule::Seconds;
 
-// A message as describe.txt types it.
-Message typed(std::span<const std::string> words) {
+constexpr std::uint8_t kDaemon = 33, kEnvironment = 26, kVolumes = 20;
+constexpr std::uint64_t kToDaemon = std::uint64_t{1} << kDaemon;
+
+// Length and "OFFSET:BYTES" put into a header from the adapter; "event ID TYPE" is an event record,
+// offsets counted in its data.
+Bytes typed(const Words& words) {
     const bool isEvent = words[0] == "event";
-    const std::size_t length = isEvent ? 360 : std::stoul(words[0]);
-    Bytes bytes(length);
+    Bytes bytes(isEvent ? 360 : words.u32(0));
     const auto put = [&bytes](std::size_t at, const Bytes& piece) {
-        std::copy(piece.begin(), piece.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        std::ranges::copy(piece, bytes.begin() + static_cast<std::ptrdiff_t>(at));
     };
     put(8, hexBytes("0E01 0000 00000000 21"));
-    put(10, {static_cast<std::uint8_t>(length >> 8), static_cast<std::uint8_t>(length)});
+    put(10, {byteOf(bytes.size() >> 8), byteOf(bytes.size())});
     if (isEvent) {
         put(12, hexBytes("08000001 21000000 08000000"));
-        put(211, {static_cast<std::uint8_t>(std::stoi(words[2])), 3, 1, 0,
-                  static_cast<std::uint8_t>(std::stoi(words[1]))});
+        put(211, {words.u8(2), 3, 1, 0, words.u8(1)});
     }
-    for (std::size_t n = isEvent ? 3 : 1; n < words.size(); ++n) {
+    for (std::size_t n = isEvent ? 3 : 1; n < words.all.size(); ++n) {
         put(std::stoul(words[n]) + (isEvent ? 216 : 0),
             hexBytes(words[n].substr(words[n].find(':') + 1)));
     }
-    return Message(bytes);
+    return bytes;
+}
+
+struct DescribePlayer : Player {
+    DescribePlayer() {
+        commands["describe"] = [this](const Words& w) {
+            say(describe(Message(typed(Words(w.from(1))))));
+        };
+    }
+};
+
+TEST(Describe, SaysWhatAMessageHolds) {
+    scriptPlay<DescribePlayer>(SCRIPTS "/describe.txt");
 }
 
 // A record may claim anything; a line comes out for every command, page and length.
 TEST(Describe, SurvivesEveryLengthAndByteValue) {
     for (const std::uint8_t protocol : Bytes{8, 12, 13, 18}) {
         for (std::size_t length = 64; length < 100; ++length) {
-            for (int value = 0; value < 256; value += 5) {
-                Bytes bytes(length, static_cast<std::uint8_t>(value));
+            for (unsigned value = 0; value < 256; value += 5) {
+                Bytes bytes(length, byteOf(value));
                 bytes[12] = protocol;
                 EXPECT_FALSE(describe(Message(bytes)).empty());
             }
@@ -60,243 +74,331 @@ TEST(Describe, SurvivesEveryLengthAndByteValue) {
     }
 }
 
-TEST(Framer, CutsMessagesWhereverTheStreamIsSplit) {
-    const Bytes second = typed(Words("72 71:AB").all).bytes();
-    Bytes stream = typed(Words("64 40:01020304").all).bytes();
-    stream.insert(stream.end(), second.begin(), second.end());
-    for (std::size_t split = 0; split <= stream.size(); ++split) {
-        Framer framer;
-        std::vector<Bytes> messages;
-        for (const auto& part :
-             {std::span(stream).first(split), std::span(stream).subspan(split)}) {
-            framer.append(part);
-            while (auto message = framer.next()) {
-                messages.push_back(message->bytes());
-            }
-        }
-        ASSERT_EQ(messages.size(), 2u) << "split at " << split;
-        EXPECT_EQ(messages[0].size(), 64u);
-        EXPECT_EQ(messages[1], second);
+// A message to the endpoints of the map, filled at random.
+Bytes someMessage(std::uint64_t recipients, std::size_t length = 64 + numbers() % 200) {
+    Bytes bytes = typed(Words(std::to_string(length)));
+    std::ranges::generate(bytes.begin() + 28, bytes.end(), [] { return byteOf(numbers()); });
+    for (std::size_t n = 0; n < 8; ++n) {  // two words, endpoint 0 last in the first
+        bytes[20 + n] = byteOf(recipients >> (n < 4 ? 24 - 8 * n : 88 - 8 * n));
     }
+    return bytes;
 }
 
-TEST(Framer, StopsAtALengthNoMessageHas) {
-    for (const char* const bad : {"64 10:0000", "64 10:003F", "64 10:0FE1", "64 10:FFFF"}) {
+TEST(Framer, CutsMessagesWhereverTheStreamIsSplitUpToALengthNoneHas) {
+    for (int world = 0; world < 200; ++world) {
+        const auto bad = std::vector<unsigned>{0, 63, 4065, 65535}[numbers() % 4];
         Framer framer;
-        framer.append(typed(Words("64").all).bytes());
-        framer.append(typed(Words(bad).all).bytes());
-        framer.append(typed(Words("64").all).bytes());
-        EXPECT_TRUE(framer.next().has_value());
-        EXPECT_FALSE(framer.next().has_value());
-        EXPECT_TRUE(framer.broken()) << bad;
+        Bytes stream;
+        std::vector<Bytes> sent, cut;
+        for (int n = below(6); n > 0; --n) {
+            sent.push_back(someMessage(0, below(9) == 0 ? 4064 : 64 + numbers() % 99));
+            stream.insert(stream.end(), sent.back().begin(), sent.back().end());
+        }
+        Bytes last = someMessage(0);
+        last[10] = byteOf(bad >> 8);
+        last[11] = byteOf(bad);
+        stream.insert(stream.end(), last.begin(), last.end());
+        for (std::size_t at = 0, piece = 0; at < stream.size(); at += piece) {
+            piece = std::min(stream.size() - at, 1 + numbers() % 300);
+            framer.append(std::span(stream).subspan(at, piece));
+            while (auto message = framer.next()) {
+                cut.push_back(message->bytes());
+            }
+        }
+        ASSERT_EQ(cut, sent) << "world " << world;
+        ASSERT_TRUE(framer.broken()) << bad;
     }
 }
 
 class HandSchedule : public Schedule {
   public:
-    double now() const override { return static_cast<double>(now_) / 1000; }
+    double now() const override { return static_cast<double>(ms) / 1000; }
     void after(Seconds wait, std::function<void()> action) override {
-        due_.emplace(now_ + std::llround(wait.count() * 1000), std::move(action));
-    }
-    void passMillisecond() {
-        ++now_;
-        doDue();
+        due_.emplace(ms + std::llround(wait.count() * 1000), std::move(action));
     }
     void doDue() {
-        while (!due_.empty() && due_.begin()->first <= now_) {
+        while (!due_.empty() && due_.begin()->first <= ms) {
             due_.extract(due_.begin()).mapped()();
         }
     }
+    long long ms = 0;
 
   private:
-    long long now_ = 0;
     std::multimap<long long, std::function<void()>> due_;
 };
 
-class PeersPlayer : public Player {
-  public:
-    PeersPlayer() {
-        std::filesystem::create_directories(directory_);
-        switch_.listen(33, "daemon");
-        switch_.listen(26, "environ");
-        switch_.listen(20, "volmgr");
-        startup_.onPowerOff([this] { say("power off"); });
-        connect("daemon", "daemon");
-        switchCommands();
-        linkCommands();
-        peerCommands();
+class PeersTest : public testing::Test {
+  protected:
+    PeersTest() {
+        std::filesystem::create_directories(directory);
+        for (const std::uint8_t endpoint : {kDaemon, kEnvironment, kVolumes}) {
+            theSwitch.listen(endpoint, std::to_string(endpoint));
+        }
     }
-    ~PeersPlayer() override { std::filesystem::remove_all(directory_); }
+    ~PeersTest() override { std::filesystem::remove_all(directory); }
 
-  private:
-    void switchCommands() {
-        commands["describe"] = [this](const Words& w) { say(describe(typedFrom(w, 1))); };
-        commands["connect"] = [this](const Words& w) { connect(w[1], w[2]); };
-        commands["write"] = [this](const Words& w) { write(w[1], typedFrom(w, 2).bytes()); };
-        commands["part"] = [this](const Words& w) {
-            Bytes bytes = typedFrom(w, 3).bytes();
-            bytes.resize(w.u32(2));
-            write(w[1], bytes);
-        };
-        commands["raw"] = [this](const Words& w) { write(w[1], hexBytes(w[2])); };
-        commands["many"] = [this](const Words& w) { many(w.number(1), typedFrom(w, 2).bytes()); };
-        commands["read"] = [this](const Words& w) { say(readOf(w[1])); };
-        commands["leave"] = [this](const Words& w) { sockets_.erase(w[1]); };
-        commands["switch"] = [this](const Words&) {
-            say(switch_.undelivered(), " undelivered, ", switch_.brokenStreams(), " broken, ",
-                switch_.connections(26), " of environ");
-        };
-        commands["stop"] = [this](const Words&) { switch_.stopReading(33); };
-        commands["resume"] = [this](const Words&) { switch_.resumeReading(33); };
-        commands["close"] = [this](const Words&) { switch_.close(33); };
-        commands["open"] = [this](const Words&) { switch_.open(33); };
-        commands["fill"] = [this](const Words&) { say(filled()); };
-    }
-    void linkCommands() {
-        commands["delay"] = [this](const Words& w) { link_.delay(milliseconds(w.number(1))); };
-        commands["split"] = [this](const Words& w) {
-            link_.split(static_cast<std::size_t>(w.number(1)), milliseconds(w.number(2)));
-        };
-        commands["glue"] = [this](const Words& w) { link_.glue(w.u32(1)); };
-        commands["plain"] = [this](const Words&) { link_.plain(); };
-        commands["die"] = [this](const Words& w) { link_.dieAfter(w.u32(1)); };
-        commands["flood"] = [this](const Words& w) {
-            w.number(2) == 0 ? link_.flood(w.u32(1))
-                             : link_.flood(w.number(1), milliseconds(w.number(2)));
-        };
-        commands["link"] = [this](const Words&) { say(link_.describe()); };
-        commands["send"] = [this](const Words& w) {
-            switch_.route(26, Message(message(18, 28, 33, w.u32(1))));
-        };
-        commands["arrivals"] = [this](const Words&) { say(arrivals()); };
-        commands["bytes"] = [this](const Words& w) {
-            say(fmt::format("{:02x}", fmt::join(take("daemon"), "")).substr(w.u32(1)));
-            ;
-        };
-    }
-    void peerCommands() {
-        commands["startup"] = [this](const Words& w) {
-            startup_.setAnswer(static_cast<StartupAnswer>(w.number(1)));
-        };
-        commands["shutdown"] = [this](const Words& w) {
-            startup_.setShutdown(static_cast<ShutdownWay>(w.number(1)));
-        };
-        commands["ask"] = [this](const Words& w) { ask(w); };
-        commands["noted"] = [this](const Words&) {
-            say("LED ", startup_.compositeLedLit() ? "lit" : "off", ", ", startup_.ledRequests(),
-                " requests, ", startup_.shutdownRequests(), " shutdowns");
-            say(startup_.mailbox());
-        };
-        commands["event"] = [this](const Words& w) {
-            Bytes event = message(8, 1, 27, 360);
-            event[211] = 2;
-            event[215] = w.u8(1);
-            write("daemon", event);
-        };
-        commands["events"] = [this](const Words& w) {
-            say(events_.list());
-            say(events_.count(w.u16(1)), " of id ", w.u16(1));
-        };
-    }
-
-    static DaemonLink::Seconds milliseconds(int count) { return DaemonLink::Seconds(count) / 1000; }
-    static Message typedFrom(const Words& w, std::size_t n) {
-        return typed(std::span(w.all).subspan(n));
-    }
-    // From the daemon to a peer, or from a client to the daemon.
-    static Bytes message(std::uint8_t protocol, std::uint8_t type, std::uint8_t to,
-                         std::size_t length = 64) {
-        Message made = Message::make(protocol, type, to == 33 ? 26 : 33, length);
-        made.addRecipient(to);
-        return made.bytes();
-    }
-    void connect(const std::string& who, const std::string& port) {
-        Socket& socket = sockets_.insert_or_assign(who, Socket(io_)).first->second;
-        socket.connect((directory_ / port).string());
-        settle();
-    }
     void settle() {
         do {
-            io_.restart();
-        } while (io_.poll() > 0);
+            io.restart();
+        } while (io.poll() > 0);
     }
-    void write(const std::string& who, const Bytes& bytes) {
-        asio::write(sockets_.at(who), asio::buffer(bytes));
+    Socket connect(int endpoint) {
+        Socket socket(io);
+        socket.connect((directory / std::to_string(endpoint)).string());
+        settle();
+        return socket;
+    }
+    void write(Socket& socket, const Bytes& bytes) {
+        asio::write(socket, asio::buffer(bytes));
         settle();
     }
-    Bytes take(const std::string& who) {
+    Bytes take(Socket& socket) {
         settle();
-        Bytes bytes(sockets_.at(who).available());
-        asio::read(sockets_.at(who), asio::buffer(bytes));
+        Bytes bytes(socket.available());
+        asio::read(socket, asio::buffer(bytes));
         return bytes;
     }
-    Lines readOf(const std::string& who) {
-        const Bytes bytes = take(who);
+    bool closed(Socket& socket) {
         std::array<char, 1> byte;
         asio::error_code error;
-        sockets_.at(who).non_blocking(true);
-        sockets_.at(who).read_some(asio::buffer(byte), error);
-        Lines lines = hexRows(bytes);
-        lines.push_back(error == asio::error::eof ? "closed"
-                                                  : fmt::format("{} bytes", bytes.size()));
-        return lines;
+        socket.non_blocking(true);
+        socket.read_some(asio::buffer(byte), error);
+        return error == asio::error::eof;
     }
-    // The same from the daemon many times: what each gets that is not deaf.
-    void many(int times, const Bytes& bytes) {
-        std::map<std::string, std::size_t> counts;
-        while (times-- > 0) {
-            write("daemon", bytes);
-            for (const auto& [who, socket] : sockets_) {
-                counts[who] += who == "deaf" ? 0 : take(who).size();
-            }
-        }
-        say(fmt::format("{}", counts));
-    }
-    // How it ends when the daemon writes on and on.
-    std::string filled() {
-        asio::error_code error;
-        sockets_.at("daemon").non_blocking(true);
-        for (int n = 0; n < 100 && !error; ++n) {
-            asio::write(sockets_.at("daemon"), asio::buffer(Bytes(1 << 16)), error);
-            settle();
-        }
-        return error.message();
-    }
-    // "at:bytes" for each of 300 ms with any.
-    std::string arrivals() {
-        std::string text;
-        for (int ms = 0; ms < 300; ++ms) {
-            schedule_.doDue();
-            const std::size_t size = take("daemon").size();
-            text += size > 0 ? fmt::format("{}{}:{}", text.empty() ? "" : " ", ms, size) : "";
-            schedule_.passMillisecond();
-        }
-        return switch_.connections(33) == 0 ? text + " closed" : text.empty() ? "nothing" : text;
-    }
-    void ask(const Words& words) {
-        Bytes request = message(words.u8(2), words.u8(3), words.u8(1));
-        request[47] = words.u8(4);
-        request[51] = words.u8(5);
-        write("daemon", request);
-        schedule_.doDue();
-        const Bytes answer = take("daemon");
-        say(answer.empty() ? "no answer" : fmt::format("answer {}", answer.at(39)));
+    // A request of the daemon; the return code of the answer, 0 when there is none.
+    int ask(const std::string& request) {
+        write(daemon, typed(Words(request)));
+        schedule.doDue();
+        const Bytes answer = take(daemon);
+        return answer.empty() ? 0 : answer.at(39);
     }
 
-    asio::io_context io_;
-    HandSchedule schedule_;
-    std::filesystem::path directory_ =
+    asio::io_context io;
+    HandSchedule schedule;
+    std::filesystem::path directory =
         std::filesystem::temp_directory_path() / fmt::format("peers-{}", getpid());
-    MessageSwitch switch_{io_, directory_};
-    DaemonLink link_{switch_, schedule_};
-    StartupProcess startup_{switch_, schedule_};
-    EventManager events_{switch_, schedule_};
-    std::map<std::string, Socket> sockets_;
+    MessageSwitch theSwitch{io, directory};
+    DaemonLink link{theSwitch, schedule};
+    StartupProcess startup{theSwitch, schedule};
+    EventManager events{theSwitch, schedule};
+    Socket daemon{io};
 };
 
-TEST(Peers, SayAndDoWhatTheyAreTold) {
-    scriptPlay<PeersPlayer>(SCRIPTS "/describe.txt");
-    scriptPlay<PeersPlayer>(SCRIPTS "/peers.txt");
+TEST_F(PeersTest, TheSwitchRoutesByTheMapToEveryConnectionOfAnEndpoint) {
+    std::vector<std::pair<int, Socket>> peers;
+    for (const int endpoint : {kDaemon, kEnvironment, kEnvironment, kVolumes}) {
+        peers.emplace_back(endpoint, connect(endpoint));
+    }
+    std::uint64_t lost = 0;
+    std::vector<Bytes> expected(peers.size());
+    for (int step = 0; step < 300; ++step) {
+        std::uint64_t to = below(3) == 0 ? 1 << 5 : 0;  // nobody's endpoint
+        lost += to != 0;
+        for (const int endpoint : {kDaemon, kEnvironment, kVolumes}) {
+            to |= std::uint64_t{numbers() % 2} << endpoint;
+        }
+        const Bytes message = someMessage(to);
+        const auto middle = message.begin() + below(int(message.size()));
+        Socket& from = peers[numbers() % peers.size()].second;
+        write(from, Bytes(message.begin(), middle));
+        write(from, Bytes(middle, message.end()));
+        for (std::size_t n = 0; n < peers.size(); ++n) {
+            const bool isFor = (to >> peers[n].first & 1) != 0;
+            expected[n].insert(expected[n].end(), message.begin(),
+                               isFor ? message.end() : message.begin());
+            ASSERT_TRUE(step % 3 > 0 || take(peers[n].second) == std::exchange(expected[n], {}))
+                << "connection " << n << " in step " << step;
+        }
+        ASSERT_EQ(theSwitch.undelivered(), lost);
+    }
+}
+
+TEST_F(PeersTest, GarbageHalfAMessageOrDeafnessCostsOnlyTheClient) {
+    daemon = connect(kDaemon);
+    Socket garbage = connect(kEnvironment), half = connect(kEnvironment);
+    Socket good = connect(kEnvironment), deaf = connect(kEnvironment);
+    write(garbage, Bytes(64, 0xFF));
+    EXPECT_TRUE(closed(garbage));
+    write(half, someMessage(0));
+    write(half, Bytes(70, 1));
+    half.close();
+    for (int n = 0; n < 600; ++n) {
+        write(daemon, someMessage(1 << kEnvironment, 4064));
+        ASSERT_EQ(take(good).size(), 4064U);
+    }
+    EXPECT_EQ(theSwitch.brokenStreams(), 1U);
+    EXPECT_EQ(theSwitch.connections(kEnvironment), 2U);
+}
+
+TEST_F(PeersTest, ASwitchThatStopsLosesNothingAndOneThatClosesRefuses) {
+    theSwitch.stopReading(kDaemon);
+    daemon = connect(kDaemon);
+    Socket client = connect(kEnvironment);
+    const Bytes message = someMessage(1 << kEnvironment);
+    write(daemon, message);
+    EXPECT_EQ(take(client), Bytes());
+    asio::error_code error;
+    daemon.non_blocking(true);
+    for (int n = 0; n < 100 && !error; ++n) {
+        asio::write(daemon, asio::buffer(Bytes(1 << 16)), error);
+        settle();
+    }
+    EXPECT_EQ(error, asio::error::would_block) << "it fills";
+    theSwitch.resumeReading(kDaemon);
+    EXPECT_EQ(take(client), message);
+    daemon = connect(kDaemon);
+    theSwitch.close(kDaemon);
+    EXPECT_TRUE(closed(daemon));
+    EXPECT_THROW(connect(kDaemon), std::system_error);
+    theSwitch.open(kDaemon);
+    daemon = connect(kDaemon);
+    write(client, someMessage(kToDaemon, 64));
+    EXPECT_EQ(take(daemon).size(), 64U);
+}
+
+// Random manners over random messages: what comes when, to the byte.
+TEST_F(PeersTest, TheLinkDelaysSplitsAndGluesAndNothingOvertakes) {
+    daemon = connect(kDaemon);
+    Bytes held;
+    std::size_t messages = 0, split = 0, glue = 1;
+    int delay = 0, pause = 0;
+    long long last = 0;  // when the newest piece is due
+    std::map<long long, Bytes> due;
+    const auto put = [&](const Bytes& bytes) {
+        due[last].insert(due[last].end(), bytes.begin(), bytes.end());
+    };
+    const auto pass = [&] {
+        messages = 0;
+        const Bytes all = std::exchange(held, {});
+        last = std::max(last, schedule.ms + delay);
+        const bool whole = split == 0 || split >= all.size();
+        const auto middle = whole ? all.end() : all.begin() + std::ptrdiff_t(split);
+        put(Bytes(all.begin(), middle));
+        last += whole ? 0 : pause;
+        put(Bytes(middle, all.end()));
+    };
+    for (int step = 0; step < 3000; ++step) {
+        const int act = below(40);
+        if (act < 2) {
+            link.delay(Seconds((delay = below(30)) / 1000.0));
+        } else if (act < 4) {
+            link.split(split = numbers() % 300, Seconds((pause = below(30)) / 1000.0));
+        } else if (act < 6) {
+            link.glue(glue = 1 + numbers() % 3);
+            messages >= glue ? pass() : void();
+        } else if (act == 6) {
+            link.plain();
+            delay = 0, split = 0, glue = 1;
+            messages > 0 ? pass() : void();
+        } else if (act < 20) {
+            const Bytes message = someMessage(kToDaemon);
+            held.insert(held.end(), message.begin(), message.end());
+            theSwitch.route(kEnvironment, Message(message));
+            ++messages >= glue ? pass() : void();
+        }
+        schedule.doDue();
+        ASSERT_EQ(take(daemon), due[schedule.ms]) << "step " << step;
+        ++schedule.ms;
+    }
+}
+
+TEST_F(PeersTest, TheLinkDiesInAMessageAndARestartedDaemonGetsNoRest) {
+    const Message message(someMessage(kToDaemon, 64));
+    for (const std::size_t last : {0, 10, 99}) {
+        theSwitch.open(kDaemon);
+        daemon = connect(kDaemon);
+        link.dieAfter(last);
+        EXPECT_EQ(link.describe(), fmt::format("dies after {} bytes", last));
+        theSwitch.route(kEnvironment, message);
+        theSwitch.route(kEnvironment, message);
+        EXPECT_EQ(take(daemon).size(), std::min<std::size_t>(last, 64));
+        EXPECT_TRUE(closed(daemon) && theSwitch.connections(kDaemon) == 0);
+    }
+    theSwitch.open(kDaemon);
+    daemon = connect(kDaemon);
+    link.split(17, Seconds(0.1));
+    theSwitch.route(kEnvironment, message);
+    EXPECT_EQ(take(daemon).size(), 17U);
+    daemon = connect(kDaemon);
+    schedule.ms += 200;
+    schedule.doDue();
+    EXPECT_EQ(take(daemon).size(), 0U);
+    link.delay(Seconds(0.04));
+    link.glue(2);
+    EXPECT_EQ(link.describe(), "delay 40 ms, split at 17, glue 2");
+}
+
+TEST_F(PeersTest, AFloodAsksForTheStatusPageAndCountsItsAnswers) {
+    daemon = connect(kDaemon);
+    link.flood(2);
+    Bytes twice = typed(Words("72 12:1200001C 16:3F 24:00000002 40:000F4240 64:1C8002000FA0"));
+    const Bytes second =
+        typed(Words("72 12:1200001C 16:3F 24:00000002 40:000F4241 64:1C8002000FA0"));
+    twice.insert(twice.end(), second.begin(), second.end());
+    EXPECT_EQ(hexText(take(daemon)), hexText(twice)) << "each has its own handle";
+    EXPECT_EQ(ask("64 12:1200001C 17:40 24:80000000"), 0);
+    link.flood(100, Seconds(0.03));
+    std::string arrivals;
+    for (; schedule.ms < 60; ++schedule.ms) {
+        schedule.doDue();
+        const std::size_t size = take(daemon).size();
+        arrivals += size > 0 ? fmt::format("{}:{} ", schedule.ms, size) : "";
+    }
+    EXPECT_EQ(arrivals, "0:72 10:72 20:72 ");
+    EXPECT_EQ(link.describe(), "plain, flood 5 sent, 1 answered");
+}
+
+// Everything is noted, whatever is answered; a shutdown that is refused is rejected, too.
+TEST_F(PeersTest, TheStartUpProcessNotesAllAndAnswersAsItIsTold) {
+    daemon = connect(kDaemon);
+    int off = 0;
+    std::string mails;
+    startup.onPowerOff([&] { ++off; });
+    for (int n = 1; n <= 9; ++n, schedule.ms += 300) {
+        const int code = n % 3, way = n / 4;  // no answer, OK, rejected; ignore, perform, refuse
+        startup.setAnswer(static_cast<StartupAnswer>((code + 2) % 3));
+        startup.setShutdown(static_cast<ShutdownWay>(way));
+        const int lit = n & 1, before = off;
+        EXPECT_EQ(ask("64 12:0C000001 20:00040000"), code);
+        EXPECT_EQ(ask("64 12:0C000010 20:00040000"), code);
+        EXPECT_EQ(ask(fmt::format("64 12:0C00000E 20:00040000 44:000000020000000{}", 1 + lit)),
+                  code);
+        EXPECT_EQ(ask("64 12:0C00000E 20:00040000 44:0000000100000003"), code) << "another LED";
+        EXPECT_EQ(ask("64 12:0D000001 20:00040000"), way == 2 && code == 1 ? 2 : code);
+        EXPECT_EQ(ask("64 12:0D000001 17:40 20:00040000"), 0) << "an answer is not answered";
+        mails += fmt::format("\n{:9.1f}{}", schedule.now(), n == 1 ? "" : "  0.3 s later");
+        EXPECT_EQ(startup.mailbox(), fmt::format("{} mail{}", n, n == 1 ? "" : "s") + mails);
+        EXPECT_EQ(startup.compositeLedLit(), lit);
+        EXPECT_EQ(off - before, way == 1);
+        EXPECT_EQ(startup.initCompletes() + startup.mails() + startup.shutdownRequests(), 3 * n);
+        EXPECT_EQ(startup.ledRequests(), 2 * n);
+    }
+    startup.setAnswer(StartupAnswer::kOk);
+    write(daemon, typed(Words("64 12:0C000001 20:00040000 40:01020304")));
+    EXPECT_EQ(
+        hexText(take(daemon)),
+        hexText(typed(Words("64 12:0C000001 16:1240 18:21 24:00000002 36:00000001 40:01020304"))));
+}
+
+// Of too many groups, the one not seen longest is forgotten.
+TEST_F(PeersTest, TheEventManagerGroupsWhatSaysTheSame) {
+    daemon = connect(kDaemon);
+    EXPECT_EQ(events.list(), "no events");
+    for (const char* const event :
+         {"event 7 2 12:00000004", "event 10 2", "event 7 2 12:00000004"}) {
+        write(daemon, typed(Words(event)));
+        schedule.ms += 300;
+    }
+    EXPECT_EQ(events.list(),
+              "   2 x       0.0 to 0.6  fan fault status: warning, fans 4, failed 0x00 (none)\n"
+              "   1 x       0.3 to 0.3  information 0: warning, enclosure 0, argument 0x0");
+    for (unsigned n = 1; n < EventManager::kGroupsMax; ++n) {
+        write(daemon, typed(Words(fmt::format("event 7 2 12:{:08X}", n + 4))));
+    }
+    EXPECT_EQ(events.groups().size(), EventManager::kGroupsMax);
+    EXPECT_EQ(events.groups()[1].text.substr(0, 33), "fan fault status: warning, fans 5");
+    EXPECT_EQ(events.count(7), int(EventManager::kGroupsMax) + 1);
+    EXPECT_EQ(events.count(10) * 10 + events.count(8), 10);
 }
 
 }  // namespace
