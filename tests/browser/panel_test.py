@@ -58,13 +58,8 @@ class Lab:
         self.base, self.token = re.match(r"(.*)/\?token=(\w+)", self.url).groups()
 
     def get(self, path, **headers):
-        return (
-            urllib.request.urlopen(
-                urllib.request.Request(self.base + path, headers=headers), timeout=PATIENCE
-            )
-            .read()
-            .decode()
-        )
+        request = urllib.request.Request(self.base + path, headers=headers)
+        return urllib.request.urlopen(request, timeout=PATIENCE).read().decode()
 
     def post(self, path, body, token):
         request = urllib.request.Request(self.base + path, body.encode(), {"X-Panel-Token": token})
@@ -97,26 +92,17 @@ class PanelTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         options = Options()
-        for argument in (
-            "--headless=new",
-            "--no-sandbox",
-            "--disable-dev-shm-usage",
-            "--remote-debugging-pipe",
-            "--window-size=1400,2400",
-        ):
-            options.add_argument(argument)
+        words = "headless=new no-sandbox disable-dev-shm-usage remote-debugging-pipe"
+        for argument in [*words.split(), "window-size=1400,2400"]:
+            options.add_argument("--" + argument)
         # By number and by pipe: not every machine has the name localhost, which the usual ways want.
         driver = subprocess.Popen(
             ["/usr/bin/chromedriver", "--port=0"], stdout=subprocess.PIPE, text=True
         )
-        cls.addClassCleanup(driver.stdout.close)
-        cls.addClassCleanup(driver.wait)
-        cls.addClassCleanup(driver.terminate)
-        port = next(
-            found[1]
-            for line in driver.stdout
-            if (found := re.search(r"successfully on port (\d+)", line))
-        )
+        for step in driver.stdout.close, driver.wait, driver.terminate:
+            cls.addClassCleanup(step)
+        started = next(line for line in driver.stdout if "successfully" in line)
+        port = re.search(r"on port (\d+)", started)[1]
         cls.browser = webdriver.Remote(f"http://127.0.0.1:{port}", options=options)
         cls.addClassCleanup(cls.browser.quit)
         cls.browser.set_script_timeout(PATIENCE)
@@ -166,55 +152,40 @@ class PanelTest(unittest.TestCase):
         self.press("button[aria-label='Put back fan 1']")
         self.led("off")
 
-    # Each switch: the button, what the picture shows, what the daemon answers, the way back.
+    # Each switch: the button, what the picture shows, what breaks in the daemon's answer, the way back.
     def test_2_every_fault_switch_changes_picture_and_answer(self):
         until(lambda: self.has("#chip-lm75-1"), "chips")
         self.browser.execute_script(
             "document.querySelectorAll('details').forEach((d) => { d.open = true; })"
         )
-        rows = [
+        label = "button[aria-label^='{}']".format
+        sensors = "temperatureSensors"
+        for break_it, shown, part, number, mend in [
             (
-                "button[aria-label='Lock the rotor of fan 2']",
+                label("Lock the rotor of fan 2"),
                 "#fan-2.fault",
-                lambda s: s["fans"][2]["rpm"] is None,
-                "button[aria-label='Free the rotor of fan 2']",
+                "fans",
+                2,
+                label("Free the rotor of"),
             ),
-            (
-                "#supplies button[title='psu lost']",
-                "#supplies.fault",
-                lambda s: s["powerSupplies"][0]["status"] != "OK"
-                or s["powerSupplies"][1]["status"] != "OK",
-                "#supplies button[title='psu good']",
-            ),
-            (
-                "button[aria-label='Cut lm75-1']",
-                "#sensor-1.fault",
-                lambda s: s["temperatureSensors"][1]["celsius"] is None,
-                "button[aria-label='Mend lm75-1']",
-            ),
-            (
-                "button[aria-label='Hold sensor 3']",
-                "#sensor-3",
-                lambda s: s["temperatureSensors"][3]["celsius"] == 50,
-                "button[aria-label='Release sensor 3']",
-            ),
-            (
-                "#add-fault",
-                "#sensor-0.fault",
-                lambda s: s["temperatureSensors"][0]["celsius"] is None,
-                "button[aria-label^='Remove fault']",
-            ),
-        ]
-        for break_it, shown, told, mend in rows:
+            ("[title='psu lost']", "#supplies.fault", "powerSupplies", 1, "[title='psu good']"),
+            (label("Cut lm75-1"), "#sensor-1.fault", sensors, 1, label("Mend lm75-1")),
+            (label("Hold sensor 3"), "#sensor-3", sensors, 3, label("Release sensor 3")),
+            ("#add-fault", "#sensor-0.fault", sensors, 0, label("Remove fault")),
+        ]:
             with self.subTest(break_it):
-                before = self.lab.ses()
-                self.assertFalse(told(before))
+
+                def broken():
+                    told = self.lab.ses()[part][number]
+                    return told["status"] != "OK" or told.get("celsius", 0) in (None, 50)
+
+                self.assertFalse(broken())
                 self.press(break_it)
                 until(lambda: self.has(shown), shown)
-                until(lambda: told(self.lab.ses()), "the daemon's answer")
+                until(broken, "the daemon's answer")
                 until(lambda: self.has(mend), mend)
                 self.press(mend)
-                until(lambda: not told(self.lab.ses()), "the daemon's answer, healed")
+                until(lambda: not broken(), "the daemon's answer, healed")
         for switch, running in (("close", "not connected"), ("open", "running")):
             self.press(f"button[title='switch {switch}']")
             until(lambda: self.text("#fact-daemon strong") == running, running)
@@ -228,75 +199,46 @@ class PanelTest(unittest.TestCase):
             with self.subTest(switch):
                 self.press(f"#slot-tools button[title='ses drive 3 fault {switch}']")
                 until(lambda: self.lab.state()["chassis"]["slots"][3]["faultLed"] is lit, "JSON")
-                chip = self.lab.state()["chips"][0]
-                pins = bytes.fromhex(chip["registers"])[6]
+                pins = bytes.fromhex(self.lab.state()["chips"][0]["registers"])[6]
                 self.assertEqual(pins, 0xF7 if lit else 0xFF)
-                until(
-                    lambda: self.text("#chip-vsc055 td[title='register 0x06']") == f"{pins:02x}",
-                    "register file",
-                )
+                shown, row = "#chip-vsc055 td[title='register 0x06']", "#page tbody tr:nth-child(6)"
+                until(lambda: self.text(shown) == f"{pins:02x}", "register file")
                 until(lambda: self.has(".bay[data-slot='3'] .led.fault") is lit, "picture")
-                until(
-                    lambda: ("fault LED on" in self.text("#page tbody tr:nth-child(6)")) is lit,
-                    "status page",
-                )
-                self.assertEqual(
-                    self.text("#page tbody tr:nth-child(6) td:nth-child(2)").split()[3],
-                    "04" if lit else "00",
-                )
-                self.assertEqual(
-                    [d["faultRequested"] for d in self.lab.ses()["devices"]],
-                    [n == 3 and lit for n in range(16)],
-                )
+                until(lambda: ("fault LED on" in self.text(row)) is lit, "status page")
+                byte = self.text(row + " td:nth-child(2)").split()[3]
+                self.assertEqual(byte, "04" if lit else "00")
+                requested = [d["faultRequested"] for d in self.lab.ses()["devices"]]
+                self.assertEqual(requested, [n == 3 and lit for n in range(16)])
 
     def test_4_metrics_are_what_a_scraper_expects(self):
         def scrape():
-            families = {f.name: f for f in text_string_to_metric_families(self.lab.get("/metrics"))}
-            samples = {}
-            for family in families.values():
-                self.assertTrue(family.documentation, family.name)
-                for sample in family.samples:
-                    samples[sample.name, tuple(sorted(sample.labels.items()))] = sample.value
-            return {name: f.type for name, f in families.items()}, samples
+            families = list(text_string_to_metric_families(self.lab.get("/metrics")))
+            self.assertTrue(all(family.documentation for family in families))
+            samples = [sample for family in families for sample in family.samples]
+            return {family.name: family.type for family in families}, {
+                " ".join([s.name, *map("=".join, sorted(s.labels.items()))]): s.value
+                for s in samples
+            }
 
         types, before = scrape()
-        for name, kind in (
-            ("esa_temperature_celsius", "gauge"),
-            ("esa_fan_speed_rpm", "gauge"),
-            ("esa_fan_duty_ratio", "gauge"),
-            ("esa_psu_ok", "gauge"),
-            ("esa_i2c_transfers", "counter"),
-            ("esa_events", "counter"),
-            ("esa_polls", "counter"),
-            ("esa_mails", "counter"),
-            ("esa_reply_seconds", "histogram"),
-        ):
-            self.assertEqual(types.get(name), kind, name)
+        gauges = "temperature_celsius fan_speed_rpm fan_duty_ratio psu_ok"
+        counters = "i2c_transfers events polls mails"
+        for kind, names in ("gauge", gauges), ("counter", counters), ("histogram", "reply_seconds"):
+            for name in names.split():
+                self.assertEqual(types.get("esa_" + name), kind, name)
         self.lab.do("cut lm75-0")
         self.lab.do("temp 2 41.5")
-        replies = ("esa_reply_seconds_count", ())
-        until(
-            lambda: self.lab.ses() and scrape()[1][replies] >= before[replies] + 2,
-            "replies counted",
-        )
-        nak = ("esa_i2c_transfers_total", (("chip", "lm75-0"), ("result", "nak")))
+        replies = "esa_reply_seconds_count"
+        until(lambda: self.lab.ses() and scrape()[1][replies] >= before[replies] + 2, "replies")
+        nak = "esa_i2c_transfers_total chip=lm75-0 result=nak"
         until(lambda: scrape()[1].get(nak, 0) > before.get(nak, 0), "transfers not acknowledged")
         _, after = scrape()
-        self.assertEqual(
-            after["esa_temperature_celsius", (("chassis", "vsc055"), ("sensor", "2"))], 41.5
-        )
-        self.assertEqual(
-            after["esa_fan_speed_rpm", (("chassis", "vsc055"), ("fan", "0"))] > 1000, True
-        )
-        self.assertEqual(after["esa_reply_seconds_bucket", (("le", "+Inf"),)], after[replies])
-        until(
-            lambda: scrape()[1]["esa_polls_total", ()] > after["esa_polls_total", ()],
-            "polls counted",
-        )
-        until(
-            lambda: scrape()[1]["esa_mails_total", ()] == self.lab.state()["peers"]["mails"],
-            "mails counted",
-        )
+        self.assertEqual(after["esa_temperature_celsius chassis=vsc055 sensor=2"], 41.5)
+        self.assertGreater(after["esa_fan_speed_rpm chassis=vsc055 fan=0"], 1000)
+        self.assertEqual(after["esa_reply_seconds_bucket le=+Inf"], after[replies])
+        polls, mails = "esa_polls_total", "esa_mails_total"
+        until(lambda: scrape()[1][polls] > after[polls], "polls counted")
+        until(lambda: scrape()[1][mails] == self.lab.state()["peers"]["mails"], "mails counted")
         self.lab.do("mend lm75-0")
         self.lab.do("temp 2 auto")
 
@@ -324,37 +266,26 @@ class PanelTest(unittest.TestCase):
         self.assertTrue(self.lab.state()["daemon"]["running"])
 
     def test_7_another_chassis_is_chosen_in_the_panel(self):
-        Select(self.browser.find_element(By.ID, "chassis")).select_by_visible_text(
-            "Xyratex 2U12ATX"
-        )
-        until(
-            lambda: len(self.all(".bay")) == 12 and len(self.all("#fans .tile")) == 8,
-            "the other enclosure",
-        )
+        chassis = Select(self.browser.find_element(By.ID, "chassis"))
+        chassis.select_by_visible_text("Xyratex 2U12ATX")
+        until(lambda: [len(self.all(c)) for c in (".bay", "#fans .tile")] == [12, 8], "the other")
         until(lambda: "Xyratex 2U12ATX, answers" in self.text("#events"), "bring-up")
         self.press(".bay[data-slot='5']")
         self.press("#slot-tools button[title='drive 5 absent']")
         until(lambda: self.has(".bay.absent[data-slot='5']"), "the empty slot")
-        until(
-            lambda: self.lab.ses()["devices"][5]["status"] == "not installed", "the daemon's answer"
-        )
+        told = lambda: self.lab.ses()["devices"][5]["status"]
+        until(lambda: told() == "not installed", "the daemon's answer")
         self.press("#supplies button[title='psu lost']")
         until(lambda: "S1 fault" in self.text("#alarm.fault"), "the alarm")
         until(lambda: self.has("[data-led=redundancy-fail]"), "the redundancy LED")
 
     def test_8_the_panel_says_when_the_daemon_or_the_lab_is_gone(self):
         os.kill(self.lab.state()["daemon"]["pid"], signal.SIGKILL)
-        until(
-            lambda: "The daemon has ended with status 137" in self.text("#gone"), "the daemon's end"
-        )
-        until(
-            lambda: self.text("#fact-daemon strong") == "ended", "the daemon's end in the summary"
-        )
+        gone, fact = (lambda: self.text("#gone")), (lambda: self.text("#fact-daemon strong"))
+        until(lambda: "The daemon has ended with status 137" in gone(), "the daemon's end")
+        until(lambda: fact() == "ended", "the daemon's end in the summary")
         self.press("button[title='daemon start']")
-        until(
-            lambda: self.text("#fact-daemon strong") == "running" and not self.has("#gone"),
-            "the daemon again",
-        )
+        until(lambda: fact() == "running" and not self.has("#gone"), "the daemon again")
         self.lab.end()
         until(lambda: "The lab is gone" in self.text("#gone"), "the lab's end")
 

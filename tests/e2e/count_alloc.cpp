@@ -6,7 +6,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -61,19 +60,8 @@ void* realloc(void* block, std::size_t size) {
     return __libc_realloc(block, size);
 }
 
-void* memalign(std::size_t alignment, std::size_t size) {
-    count();
-    return __libc_memalign(alignment, size);
-}
-
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
     count();
     return __libc_memalign(alignment, size);
-}
-
-int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
-    count();
-    *block = __libc_memalign(alignment, size);
-    return *block == nullptr ? ENOMEM : 0;
 }
 }

@@ -187,20 +187,6 @@ TEST_F(EnclabTest, KilledItTakesTheDaemonAlongAndTheNextLabClearsTheRest) {
     EXPECT_FALSE(fs::exists(directory_ / "mmsg"));
 }
 
-TEST_F(EnclabTest, TwoLabsRunSideBySide) {
-    start();
-    Running other;
-    run(other, enclab({"--name", name_ + "b", "--speed", "50", "--no-panel"}));
-    ASSERT_TRUE(runUntil([&] { return other.has("answers"); }));
-    EXPECT_TRUE(controlLab(LabDirectory::defaultPath(name_ + "b") / "ctl", "fan 1 pull").ok);
-    EXPECT_TRUE(runUntil([&] { return other.has("mail    e-mail notification"); }));
-    EXPECT_FALSE(lab_.has("mail    e-mail notification"));
-    kill(other.child->pid(), SIGINT);
-    EXPECT_TRUE(untilExit(other));
-    EXPECT_TRUE(controlLab(directory_ / "ctl", "quit").ok);
-    expectEnd(0);
-}
-
 TEST_F(EnclabTest, WrongUseAndMissingThingsHaveTheirExitStatus) {
     const struct {
         Words words;

@@ -201,21 +201,7 @@ TEST(FaultRule, DoesToTheTrafficWhatItSays) {
     }
 }
 
-TEST(FaultRule, HasOneOrderOfItsWords) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"any act=nak", "any act=nak"},
-        {"vsc055 act=nak nth=3 read reg=50", "vsc055 read reg=0x32 nth=3 act=nak"},
-        {"lm75-0 act=value:255 count=5", "lm75-0 read act=value:0xFF count=5"},
-        {"lm75-* heal=60 seed=7 prob=0.1 act=timeout",
-         "lm75-* prob=0.1 seed=7 act=timeout heal=60"},
-        {"any write from=1.5 until=2 every=4 act=delay:250",
-         "any write from=1.5 until=2 every=4 act=delay:250"}};
-    for (const auto& [typed, text] : rows) {
-        EXPECT_EQ(describe(ruleOf(typed)), text);
-    }
-}
-
-TEST(FaultRule, NamesAWordThatIsWrong) {
+TEST(FaultRule, HasOneOrderOfItsWordsAndNamesAWrongOne) {
     const std::pair<const char*, const char*> rows[] = {
         {"", "a rule begins with a device, or 'any'"},
         {"fan act=nak", "no device 'fan'"},
@@ -250,7 +236,11 @@ TEST(FaultRule, NamesAWordThatIsWrong) {
         }
         EXPECT_THAT(said, testing::StartsWith(error)) << text;
     }
-    EXPECT_EQ(ruleOf("any act=delay:60000 prob=1").delay.count(), 60000);
+    EXPECT_EQ(describe(ruleOf("lm75-* heal=60 until=2 seed=7 act=delay:60000 from=1.5 prob=0.1")),
+              "lm75-* from=1.5 until=2 prob=0.1 seed=7 act=delay:60000 heal=60");
+    EXPECT_EQ(describe(ruleOf("vsc055 count=5 every=4 write nth=3 act=xor:255 prob=1 reg=50")),
+              "vsc055 write reg=0x32 nth=3 every=4 act=xor:0xFF count=5");
+    EXPECT_EQ(describe(ruleOf("any act=frozen")), "any read act=frozen");
 }
 
 // Messages "w41.04" and "r41.00", what comes of them, and the line observers see.

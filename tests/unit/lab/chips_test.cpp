@@ -173,24 +173,6 @@ TEST(Chips, AnLm75HasTwoByteRegistersBehindATwoBitPointer) {
     }
 }
 
-TEST(Chips, WhatTheyDoNotHaveIsOutOfRange) {
-    Pca9539 pca;
-    Vsc055 vsc;
-    W83782d w782(0x2D);
-    W83792ad w792(0x2C);
-    const std::pair<int, std::function<void(int)>> counted[] = {
-        {2, [&](int n) { pca.pins(n); }},           {8, [&](int n) { vsc.drivenPin(n, 0); }},
-        {7, [&](int n) { w782.setVoltage(n, 1); }}, {4, [&](int n) { w782.dutyPercent(n); }},
-        {3, [&](int n) { w782.setRpm(n, 1); }},     {3, [&](int n) { w792.setTemperature(n, 1); }},
-        {7, [&](int n) { w792.setVoltage(n, 1); }}, {6, [&](int n) { w792.setRpm(n, 1); }},
-        {2, [&](int n) { w792.drivenPin(n, 0); }}};
-    for (const auto& [count, use] : counted) {
-        EXPECT_NO_THROW(use(count - 1));
-        EXPECT_THROW(use(count), std::out_of_range);
-        EXPECT_THROW(use(-1), std::out_of_range);
-    }
-}
-
 // States: 0 idle, 1 fault, 2 remind, 3 mute, above: whatever the strobe brings. A fault sounds from
 // idle, remind and mute; idle is not to be had while it lasts; a mute ends after a minute.
 TEST(Chips, TheXyratexAlarmFollowsItsStrobeItsFaultAndItsClock) {

@@ -216,44 +216,19 @@ TEST_F(PeersTest, TheSwitchRoutesByTheMapToEveryConnectionOfAnEndpoint) {
 TEST_F(PeersTest, GarbageHalfAMessageOrDeafnessCostsOnlyTheClient) {
     daemon = connect(kDaemon);
     Socket garbage = connect(kEnvironment), half = connect(kEnvironment);
-    Socket good = connect(kEnvironment), deaf = connect(kEnvironment);
+    Socket good = connect(kEnvironment), deaf = connect(kEnvironment), alone = connect(kVolumes);
     write(garbage, Bytes(64, 0xFF));
     EXPECT_TRUE(closed(garbage));
     write(half, someMessage(0));
     write(half, Bytes(70, 1));
     half.close();
     for (int n = 0; n < 600; ++n) {
-        write(daemon, someMessage(1 << kEnvironment, 4064));
+        write(daemon, someMessage(1 << kEnvironment | 1 << kVolumes, 4064));
         ASSERT_EQ(take(good).size(), 4064U);
     }
+    EXPECT_GT(theSwitch.undelivered(), 0U) << "what a deaf one alone was to get";
     EXPECT_EQ(theSwitch.brokenStreams(), 1U);
     EXPECT_EQ(theSwitch.connections(kEnvironment), 2U);
-}
-
-TEST_F(PeersTest, ASwitchThatStopsLosesNothingAndOneThatClosesRefuses) {
-    theSwitch.stopReading(kDaemon);
-    daemon = connect(kDaemon);
-    Socket client = connect(kEnvironment);
-    const Bytes message = someMessage(1 << kEnvironment);
-    write(daemon, message);
-    EXPECT_EQ(take(client), Bytes());
-    asio::error_code error;
-    daemon.non_blocking(true);
-    for (int n = 0; n < 100 && !error; ++n) {
-        asio::write(daemon, asio::buffer(Bytes(1 << 16)), error);
-        settle();
-    }
-    EXPECT_EQ(error, asio::error::would_block) << "it fills";
-    theSwitch.resumeReading(kDaemon);
-    EXPECT_EQ(take(client), message);
-    daemon = connect(kDaemon);
-    theSwitch.close(kDaemon);
-    EXPECT_TRUE(closed(daemon));
-    EXPECT_THROW(connect(kDaemon), std::system_error);
-    theSwitch.open(kDaemon);
-    daemon = connect(kDaemon);
-    write(client, someMessage(kToDaemon, 64));
-    EXPECT_EQ(take(daemon).size(), 64U);
 }
 
 // Random manners over random messages: what comes when, to the byte.
@@ -308,44 +283,37 @@ TEST_F(PeersTest, TheLinkDiesInAMessageAndARestartedDaemonGetsNoRest) {
         theSwitch.open(kDaemon);
         daemon = connect(kDaemon);
         link.dieAfter(last);
-        EXPECT_EQ(link.describe(), fmt::format("dies after {} bytes", last));
         theSwitch.route(kEnvironment, message);
         theSwitch.route(kEnvironment, message);
         EXPECT_EQ(take(daemon).size(), std::min<std::size_t>(last, 64));
         EXPECT_TRUE(closed(daemon) && theSwitch.connections(kDaemon) == 0);
+        EXPECT_THROW(connect(kDaemon), std::system_error);
     }
     theSwitch.open(kDaemon);
     daemon = connect(kDaemon);
+    link.delay(Seconds(0.04));
     link.split(17, Seconds(0.1));
     theSwitch.route(kEnvironment, message);
-    EXPECT_EQ(take(daemon).size(), 17U);
     daemon = connect(kDaemon);
     schedule.ms += 200;
     schedule.doDue();
     EXPECT_EQ(take(daemon).size(), 0U);
-    link.delay(Seconds(0.04));
     link.glue(2);
     EXPECT_EQ(link.describe(), "delay 40 ms, split at 17, glue 2");
 }
 
 TEST_F(PeersTest, AFloodAsksForTheStatusPageAndCountsItsAnswers) {
     daemon = connect(kDaemon);
-    link.flood(2);
-    Bytes twice = typed(Words("72 12:1200001C 16:3F 24:00000002 40:000F4240 64:1C8002000FA0"));
-    const Bytes second =
-        typed(Words("72 12:1200001C 16:3F 24:00000002 40:000F4241 64:1C8002000FA0"));
-    twice.insert(twice.end(), second.begin(), second.end());
-    EXPECT_EQ(hexText(take(daemon)), hexText(twice)) << "each has its own handle";
-    EXPECT_EQ(ask("64 12:1200001C 17:40 24:80000000"), 0);
     link.flood(100, Seconds(0.03));
-    std::string arrivals;
-    for (; schedule.ms < 60; ++schedule.ms) {
+    for (const char* const handle : {"40", "41", "42"}) {
+        const std::string typedRequest = "72 12:1200001C 16:3F 24:00000002 40:000F42";
+        EXPECT_EQ(hexText(take(daemon)),
+                  hexText(typed(Words(typedRequest + handle + " 64:1C8002000FA0"))));
+        schedule.ms += 10;
         schedule.doDue();
-        const std::size_t size = take(daemon).size();
-        arrivals += size > 0 ? fmt::format("{}:{} ", schedule.ms, size) : "";
     }
-    EXPECT_EQ(arrivals, "0:72 10:72 20:72 ");
-    EXPECT_EQ(link.describe(), "plain, flood 5 sent, 1 answered");
+    EXPECT_EQ(ask("64 12:1200001C 17:40 24:80000000"), 0) << "answered";
+    EXPECT_EQ(link.describe(), "plain, flood 3 sent, 1 answered");
 }
 
 // Everything is noted, whatever is answered; a shutdown that is refused is rejected, too.
@@ -384,21 +352,17 @@ TEST_F(PeersTest, TheStartUpProcessNotesAllAndAnswersAsItIsTold) {
 TEST_F(PeersTest, TheEventManagerGroupsWhatSaysTheSame) {
     daemon = connect(kDaemon);
     EXPECT_EQ(events.list(), "no events");
-    for (const char* const event :
-         {"event 7 2 12:00000004", "event 10 2", "event 7 2 12:00000004"}) {
-        write(daemon, typed(Words(event)));
-        schedule.ms += 300;
+    for (unsigned n = 0; n <= EventManager::kGroupsMax + 1; ++n) {
+        const unsigned fans = n == 2 ? 0 : n;  // the first comes again
+        write(daemon, typed(Words(fmt::format("event 7 2 12:{:08X}", fans))));
+        schedule.ms += 100;
     }
-    EXPECT_EQ(events.list(),
-              "   2 x       0.0 to 0.6  fan fault status: warning, fans 4, failed 0x00 (none)\n"
-              "   1 x       0.3 to 0.3  information 0: warning, enclosure 0, argument 0x0");
-    for (unsigned n = 1; n < EventManager::kGroupsMax; ++n) {
-        write(daemon, typed(Words(fmt::format("event 7 2 12:{:08X}", n + 4))));
-    }
+    EXPECT_EQ(events.list().substr(0, 157),
+              "   2 x       0.0 to 0.2  fan fault status: warning, fans 0, failed 0x00 (none)\n"
+              "   1 x       0.3 to 0.3  fan fault status: warning, fans 3, failed 0x00 (none)");
     EXPECT_EQ(events.groups().size(), EventManager::kGroupsMax);
-    EXPECT_EQ(events.groups()[1].text.substr(0, 33), "fan fault status: warning, fans 5");
-    EXPECT_EQ(events.count(7), int(EventManager::kGroupsMax) + 1);
-    EXPECT_EQ(events.count(10) * 10 + events.count(8), 10);
+    EXPECT_EQ(events.count(7), int(EventManager::kGroupsMax) + 2);
+    EXPECT_EQ(events.count(8), 0);
 }
 
 }  // namespace

@@ -21,11 +21,12 @@ TEST(RegisterDumpText, IsThatOfTheToolAndReadsBack) {
     dump[0xF0] = 0x00;
     dump[0xF1] = 0xFF;
     dump[0xF2] = 0x41;
+    dump[0xF3] = 0x20;
     dump[0xFF] = 0x7F;
     EXPECT_THAT(dumpText(dump), testing::StartsWith(kColumnNumbers + "00: XX XX"));
     EXPECT_THAT(dumpText(dump),
                 testing::EndsWith(
-                    "f0: 00 ff 41 XX XX XX XX XX XX XX XX XX XX XX XX 7f    ..AXXXXXXXXXXXX?\n"));
+                    "f0: 00 ff 41 20 XX XX XX XX XX XX XX XX XX XX XX 7f    ..A XXXXXXXXXXX?\n"));
     for (int world = 0; world < 100; ++world) {
         for (auto& value : dump) {
             value = below(3) == 0 ? std::nullopt : std::optional(byteOf(numbers()));

@@ -225,16 +225,12 @@ TEST_F(CommandsTest, TheJsonSaysWhatTheChipsHold) {
             }
         }
         const auto& front = json["chassis"];
-        for (std::size_t fan = 0; fan < front["fans"].size(); ++fan) {
-            EXPECT_EQ(front["fans"][fan]["rpm"] == 0, chassis.fanRpm(int(fan)) == 0);
-            EXPECT_EQ(front["fans"][fan]["present"], chassis.fanPresent(int(fan)));
-            EXPECT_EQ(front["fans"][fan]["load"], chassis.fanLoadPercent(int(fan)));
-        }
-        for (std::size_t sensor = 0; sensor < front["sensors"].size(); ++sensor) {
-            EXPECT_EQ(front["sensors"][sensor]["celsius"], chassis.temperature(int(sensor)));
-        }
-        for (std::size_t slot = 0; slot < front["slots"].size(); ++slot) {
-            EXPECT_EQ(front["slots"][slot]["faultLed"], chassis.driveFaultLed(int(slot)));
+        for (int n = 0; n < chassis.slots(); ++n) {
+            EXPECT_EQ(front["slots"][std::size_t(n)]["faultLed"], chassis.driveFaultLed(n));
+            const bool fan = n < chassis.fans(), sensor = n < chassis.sensors();
+            EXPECT_TRUE(!fan || front["fans"][std::size_t(n)]["rpm"] == chassis.fanRpm(n)) << n;
+            EXPECT_TRUE(!sensor ||
+                        front["sensors"][std::size_t(n)]["celsius"] == chassis.temperature(n));
         }
     }
 }
