@@ -142,20 +142,23 @@ std::vector<std::string> passes(const std::filesystem::path& log) {
     std::vector<std::string> found;
     std::string adapter = "none";
     std::ifstream file(log);
-    static const std::regex call(R"(^(?:\d+ )?(\w*(select|recv|send|connect|)\w*)\((\w*))");
+    static const std::regex call(R"(^(?:\d+ )?(\w+)\((\w*))");
     std::smatch match;
     for (std::string line; std::getline(file, line);) {
         if (!std::regex_search(line, match, call)) {
             continue;
         }
-        const std::string name = match[2];
-        adapter = name == "connect" ? match[3].str() : adapter;
+        std::string name = match[1];
+        for (const char* const known : {"select", "recv", "send", "connect"}) {
+            name = name.find(known) != name.npos ? known : name;
+        }
+        adapter = name == "connect" ? match[2].str() : adapter;
         if (name == "select") {
             found.emplace_back();
         }
-        const bool onAdapter = match[3] == adapter && (name == "send" || name == "recv");
+        const bool onAdapter = match[2] == adapter && (name == "send" || name == "recv");
         if (!found.empty() && !onAdapter) {
-            found.back() += (name.empty() ? match[1].str() : name) + " ";
+            found.back() += name + " ";
         }
     }
     return found;
