@@ -5,13 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <functional>
+#include <set>
 
 #include "lab/chassis/catalog.h"
 #include "lab/chassis/chenbro_chassis.h"
 #include "tests/support/hex.h"
 #include "tests/support/script.h"
 #include "tests/unit/lab/random.h"
+#include "tools/chassis/service_chassis.h"
 
 namespace enclab {
 namespace {
@@ -324,6 +327,8 @@ TEST(Chassis, GoesByNamesAndAddressesAndNamesWhatItHas) {
     EXPECT_EQ(vsc055->nameOf(0x4B) + vsc055->nameOf(0x20), "lm75-10x20");
     EXPECT_EQ(w83792ad->addressOf("pca9539"), 0x74);
     const std::pair<std::function<void()>, const char*> wrong[] = {
+        {[&] { makeChassis("vsc"); },
+         "no chassis \"vsc\": there are vsc055, xyratex, w83792ad, w83782d, chenbro"},
         {[&] { vsc055->pullFan(4); }, "no fan 4: the chassis has 4, from 0"},
         {[&] { vsc055->setTemperature(-1, 1); }, "no sensor -1: the chassis has 4, from 0"},
         {[&] { vsc055->driveFaultLed(16); }, "no slot 16: the chassis has 16, from 0"},
@@ -341,6 +346,37 @@ TEST(Chassis, GoesByNamesAndAddressesAndNamesWhatItHas) {
         EXPECT_THROW(vsc055->addressOf(name), std::out_of_range) << name;
         EXPECT_THROW(chenbro->setRail(std::string("5@") + name, 1), std::out_of_range) << name;
     }
+}
+
+using Names = std::set<std::string>;
+
+Names namesIn(const std::string& folder) {
+    Names names;
+    for (const auto& entry : std::filesystem::directory_iterator(REPOSITORY "/" + folder)) {
+        names.insert(entry.path().stem());
+    }
+    names.erase("README");
+    return names;
+}
+
+// A chassis stands in many places; none may be forgotten.
+TEST(Chassis, EveryPlaceIsFilled) {
+    Names built;
+    KORVO_E_CHASSIS_t type = KORVO_E_CHASSIS_NONE;
+    for (; const EsaChassis_t* const row = service::chassisRow(type); ++type) {
+        const std::string name(chassisOfType(type));
+        EXPECT_NE(name.empty(), static_cast<bool>(row->init))
+            << "the lab builds what gives services, and nothing else: " << row->facts.title;
+        built.insert(name);
+        for (const EsaPersonalityName_t& selector : row->names) {
+            EXPECT_EQ(service::chassisSelected(std::string("name=") + selector.quoted), type);
+        }
+    }
+    built.erase("");
+    const auto names = chassisNames();
+    EXPECT_EQ(built, Names(names.begin(), names.end())) << "the lab's, by enclosure type";
+    EXPECT_EQ(namesIn("docs/chassis"), built) << "pages";
+    EXPECT_EQ(namesIn("tests/golden"), built) << "register traffic";
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ void disturb(Plant& plant, Model& model, const std::string& duty, int fan) {
     const std::function<void()> acts[] = {
         [&] {
             chassis.bus().writeRegister(hexBytes(duty.substr(0, 2))[0], hexBytes(duty.substr(3))[0],
-                                        byteOf(0x20 + numbers() % 0x20));
+                                        byteOf(0x23 + numbers() % 8 * 4));
         },
         [&] {
             plant.setHeat(model.heat[0] = below(101));
@@ -90,16 +90,15 @@ void disturb(Plant& plant, Model& model, const std::string& duty, int fan) {
         [&] { plant.setHeat(slot, model.heat[std::size_t(slot)] = below(101)); },
         [&] { plant.setInlet(model.inlet = between(-40, 85)); },
         [&] { plant.setFanWear(fan, machine.wear = below(101)); },
-        [&] { plant.setFanStall(fan, machine.stall = below(33) * 3.125); },
+        [&] { plant.setFanStall(fan, machine.stall = below(6) * 12.5); },
         [&] {
-            plant.setFanLocked(fan, machine.locked = below(2) != 0);
+            plant.setFanLocked(fan, machine.locked = below(3) == 0);
             machine.rpm = machine.locked ? 0 : machine.rpm;
             machine.turns = machine.turns && !machine.locked;
         },
-        [&] { chassis.pullFan(fan); },
-        [&] { chassis.returnFan(fan); },
+        [&] { below(3) == 0 ? chassis.pullFan(fan) : chassis.returnFan(fan); },
         [&] { chassis.setDrivePresent(slot, below(2) != 0); }};
-    acts[below(chassis.parts().drivePresence ? 10 : 9)]();
+    acts[below(chassis.parts().drivePresence ? 9 : 8)]();
 }
 
 TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
@@ -111,7 +110,7 @@ TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
         Model model(*chassis);
         const int pinned = below(chassis->sensors());
         plant.pinSensor(pinned, 51.5);
-        for (int step = 0; step < 400; ++step) {
+        for (int step = 0; step < 600; ++step) {
             const int moved = below(chassis->fans());
             disturb(plant, model, Words(row)[1 + std::size_t(moved)], moved);
             Chip& chip = chassis->chip(chassis->devices()[0].name);
