@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Numbers for laws: the same ones in every run and on every machine.
+// Numbers for laws: the same ones in every run of a test, alone or not.
 #pragma once
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -9,7 +11,14 @@
 
 namespace enclab {
 
-inline std::mt19937 numbers(1);
+inline std::mt19937 numbers;
+
+struct SeedNumbers : testing::EmptyTestEventListener {
+    SeedNumbers() { testing::UnitTest::GetInstance()->listeners().Append(this); }
+    void OnTestStart(const testing::TestInfo&) override { numbers.seed(1); }
+};
+// The listeners' list owns it.
+inline const SeedNumbers& seedNumbers = *new SeedNumbers;
 
 inline std::uint8_t byteOf(std::size_t value) {
     return static_cast<std::uint8_t>(value);
