@@ -53,7 +53,7 @@ TEST_P(ClosedLoop, LockedFanIsMadeUpForByTheOthers) {
     expectSteady(25, 29.9);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, ClosedLoop, testing::ValuesIn(soundRows()),
+INSTANTIATE_TEST_SUITE_P(Of, ClosedLoop, testing::ValuesIn(storyRows()),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <span>
 
-#include "state/chassis.h"
 #include "tests/story/service.h"
 
 namespace {
@@ -41,7 +39,7 @@ class Peers {
 
     bool led() const { return led_; }
     // Whether the device's last event said that it does not answer.
-    bool isDown(const EsaI2cDevice_t& device) const {
+    bool isDown(const StoryDevice& device) const {
         const auto found = down_.find({device.information, device.sensor});
         return found != down_.end() && found->second;
     }
@@ -135,15 +133,13 @@ class Loss {
     }
 
     void devicesCheck() const {
-        static constexpr EsaI2cDevice_t ANY[] = {{0, 0x001, 0, 0}};
-        const std::span<const EsaI2cDevice_t> known = esaChassis()->i2cDevices;
-        const bool isAny = known.empty();
-        for (const EsaI2cDevice_t& device : isAny ? std::span(ANY) : known) {
-            const bool marked = has(esaControl.i2cDeviceFaultStatus, device.faultBit);
+        const bool isOneForAll = service_.row().devices[0].information == 0;
+        for (const StoryDevice& device : service_.row().devices) {
+            const bool marked = has(esaControl.i2cDeviceFaultStatus, device.bit);
             // Where the alarm is a register of the lost monitor, a monitor that takes that write
             // counts as good again before peers are told that it is lost.
-            EXPECT_TRUE(peers_.isDown(device) == marked || (isAny && !marked))
-                << "address " << int{device.address} << (marked ? " marked" : " not marked");
+            EXPECT_TRUE(peers_.isDown(device) == marked || (isOneForAll && !marked))
+                << device.name << (marked ? " marked" : " not marked");
         }
     }
 
@@ -200,7 +196,7 @@ TEST_P(EveryTransfer, MayBeLostInService) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, EveryTransfer,
-                         testing::Combine(testing::ValuesIn(soundRows()), testing::Bool()),
+                         testing::Combine(testing::ValuesIn(storyRows()), testing::Bool()),
                          [](const auto& row) {
                              return std::get<0>(row.param).name +
                                     std::string(std::get<1>(row.param) ? "ForGood" : "Once");

@@ -4,168 +4,238 @@
 // not transfers: a device answers all through a command or not at all.
 #pragma once
 
-#include <map>
-#include <set>
-#include <string>
-#include <vector>
+#include "tests/story/model_policy.h"
 
-#include "tests/story/rows.h"
-#include "tests/support/script.h"
+struct Model : ModelPolicy {
+    using Records = std::map<int, U32_t>;
+    static constexpr U32_t SELECT = 0x80000000;
 
-using Bytes = std::vector<std::uint8_t>;
-
-class Model {
-  public:
-    // `tuning`: the keys of the personality file.
-    Model(const StoryRow& row, std::map<std::string, int> tuning);
+    using ModelPolicy::ModelPolicy;
 
     // A command of StoryService, but for routines and registers.
-    void run(const std::string& command);
-    // A change of composite faults: 0 gone, -1 present, 1 bus unavailable.
-    void fault(U32_t bits, int status);
+    void run(const std::string& command) {
+        const Words words(command);
+        if (words[0] == "start") {
+            start();
+        } else if (words[0] == "poll") {
+            poll();
+        } else if (words[0] == "page") {
+            page();
+        } else if (words[0] == "put") {
+            control(words);
+        } else if (words[0] == "tune") {
+            key.at(words[1]) = words.number(2);
+        } else {
+            touch(words);
+        }
+    }
 
-    // What came of it. The links of a message are 0; the last byte of a page, which is not sent, is
-    // there. The log: "FUNCTION:  TEXT".
-    std::vector<Bytes> messages;
-    std::vector<std::string> log;
-    std::string state() const;
+    // What the latest control page said of an element.
+    U32_t asked(const char* section, int n) const {
+        const auto records = controls.find(section);
+        return records != controls.end() && records->second.contains(n) ? records->second.at(n) : 0;
+    }
 
-  private:
-    using Fields = std::vector<std::pair<std::size_t, U32_t>>;  // offset, value
-    using Records = std::map<int, U32_t>;                       // of elements
-    static constexpr int FANS = 8;
-    static constexpr int SENSORS = 8;
-    static constexpr int NO_PULSES = -1;  // in place of RPM
-    static constexpr int UNREACHED = -2;
-    static constexpr int UNREADABLE = 32767;
-    static constexpr U32_t VOLTAGE = 1;  // supply conditions, and their faults
-    static constexpr U32_t REDUNDANCY = 2;
-    static constexpr U32_t LED_ON = 0x80000000;  // beside the faults
-    static constexpr U32_t PSU_OK = 0x10000;     // LEDs behind the drives'
-    static constexpr U32_t REDUNDANCY_FAIL = 0x20000;
-    static constexpr U32_t FAN_FAIL = 0x40000;
+    // ---- status page ----
 
-    template <typename... Arguments>
-    void say(const char* function, const char* text, const Arguments&... arguments);
-    void startupSend(U8_t protocol, U32_t type, U32_t use1, U32_t use2);
-    void event(U32_t id, U32_t type, const Fields& fields);
-    void reply(U32_t command, const Bytes& page);
-    void supplyEvent(U32_t type);
-    void fanEvent();
-    void alarmEvent(U32_t type);
-    void busEvent(U32_t information, U32_t sensor, bool answers);
+    // Reads the enclosure as it is asked for, and tells at once what is new.
+    void page() {
+        std::vector<U32_t> words;
+        drivesPage(&words);
+        suppliesPage(&words);
+        fansPage(&words);
+        sensorsPage(&words);
+        alarmPage(&words);
+        Bytes bytes(8 + 4 * words.size());
+        put(&bytes, 0, 4, 0x02000000 | static_cast<U32_t>(4 + 4 * words.size()));
+        for (std::size_t n = 0; n < words.size(); ++n) {
+            put(&bytes, 8 + 4 * n, 4, words[n]);
+        }
+        reply(0x1C, bytes);
+    }
 
-    // The enclosure.
-    void touch(const std::string& verb, const Words& words);
-    void supplyTouched();
-    bool railsGood(int monitor) const;
-    double chipDuty(int percent) const;
-    void chipLoad(int fan, double duty);
-    void hardAlarm(int state);
-    void wait(int seconds);
-    std::string alarmText() const;
+    void drivesPage(std::vector<U32_t>* words) {
+        words->push_back(0);
+        for (int slot = 0; slot < slots; ++slot) {
+            const bool isOut = is(Board::xyratex) && (!reach(0) || absent.contains(slot));
+            words->push_back((isOut ? 0x05000000U : 0x01000000U) | static_cast<U32_t>(slot) << 16 |
+                             (asked("drives", slot) & 4));
+        }
+    }
 
-    // The bus.
-    bool answers(int device) const;
-    bool transfer(const StoryDevice& device, bool answers);
-    bool reach(int device);
-    int monitorAt(int n) const;
-    bool monitorAnswers(bool forFan, int n) const;
-    bool reachMonitor(int n);
-    bool reachFan(int fan);
-    int fanPlace(int fan) const;
+    // Conditions are one for all supplies. Where there are two, the one read last stands; the
+    // Xyratex chassis shows both.
+    U32_t supplyPage(bool* changed) {
+        U32_t word = 0x01000000;
+        if (is(Board::xyratex)) {
+            const bool isRedundant = supplyCheck(REDUNDANCY, true, changed);
+            const bool isMains = supplyCheck(VOLTAGE, true, changed);
+            return (isRedundant ? 0x01000000U : 0x05000000U) | (isMains ? 0U : 0x40U) |
+                   (isRedundant && isMains ? 0U : 2U);
+        }
+        for (const U32_t condition : supplyOrder()) {
+            const bool good = supplyCheck(condition, true, changed);
+            word = (good ? 0x01000000U : 0x05000000U) |
+                   (condition == VOLTAGE && !good ? 0x40U : 0U) |
+                   ((faults & condition) != 0 ? 2U : 0U);
+        }
+        return word;
+    }
 
-    // Composite faults.
-    void alarmMove(int state);
-    void faultBegin(U32_t bits);
-    void faultEnd(U32_t bits);
+    void suppliesPage(std::vector<U32_t>* words) {
+        bool changed = false;
+        words->push_back(0);
+        for (int n = 0; n < supplies; ++n) {
+            const U32_t word = is(Board::none) ? 0x01000000 : supplyPage(&changed);
+            words->push_back(word | (asked("supply", n) & 6) | 1);
+        }
+        if (changed) {
+            supplyEvent(2);
+        }
+    }
 
-    // Start-up.
-    void start();
-    bool bringUp();
-    bool probe(bool answers, U32_t information, U32_t bit);
-    bool vsc055Up();
-    bool xyratexUp();
-    bool w83792adUp();
-    bool w83782dUp();
-    bool chenbroUp();
-    void fansUp();
+    // Tens of RPM in ten bits. A fan that cannot be read is shown as running.
+    U32_t fanPage(int fan, bool* changed) {
+        const int speed = fan < FANS ? fanRead(fan) : NO_PULSES;
+        if (speed < 0) {
+            return 0xE0;
+        }
+        say("fanRead", "Fan [{}] has RPM [{}] divided by a factor of 10.", fan, speed);
+        const auto tens = static_cast<U32_t>(speed / 10);
+        const U32_t word = (tens & 0x300) << 14 | (tens & 0xFF) << 8 | (tens == 0 ? 0x08 : 0xE0);
+        if (!is(Board::xyratex)) {
+            return word;
+        }
+        *changed |= fanMark(fan, speed <= 500);
+        fanLed(failed != 0);
+        return word | (speed <= 500 ? 2 : 0);
+    }
 
-    // Poll.
-    void poll();
-    std::vector<U32_t> supplyOrder() const;
-    int supplyRead(U32_t bit);
-    void supplySay(U32_t bit, bool good, bool changed, bool page);
-    void supplyShow(U32_t bit, bool good, bool changed);
-    bool supplyCheck(U32_t bit, bool page, bool* changed);
-    int fanSpeed(int fan);
-    bool fanMark(int fan, bool failed);
-    int fanSweep();
-    void fanLed(bool failed);
-    int temperature(int sensor);
-    void temperaturesRead();
-    bool average();
-    void load(int fan, int percent);
-    void ladder(int fan);
-    void fanPolicy();
-    void band(int sensor);
-    void overheat();
-    void alarmSet(int state);
-    int alarmRead();
-    void alarmFollow();
-    void ledWrite(U32_t bit, bool lit);
+    void fansPage(std::vector<U32_t>* words) {
+        bool changed = false;
+        words->push_back(0);
+        for (int fan = 0; fan < fans(); ++fan) {
+            const U32_t word = fanPage(fan, &changed);
+            words->push_back(word | (fan < FANS ? asked("fans", fan) & 4 : 0));
+        }
+        if (changed) {
+            fanEvent();
+        }
+    }
 
-    // Pages.
-    U32_t asked(const char* section, int n) const;
-    void page();
-    void drivesPage(std::vector<U32_t>* words);
-    U32_t supplyPage(bool* changed);
-    void suppliesPage(std::vector<U32_t>* words);
-    U32_t fanPage(int fan, bool* changed);
-    void fansPage(std::vector<U32_t>* words);
-    void sensorsPage(std::vector<U32_t>* words);
-    void alarmPage(std::vector<U32_t>* words);
-    void put(const Words& words);
-    void drivesPut();
-    void suppliesPut();
-    void fanPut(int fan, bool on);
-    void alarmPut(U32_t request);
+    void sensorsPage(std::vector<U32_t>* words) {
+        words->push_back(0);
+        temperaturesRead();
+        for (int sensor = 0; sensor < sensors(); ++sensor) {
+            const int now = sensor < SENSORS ? readings[sensor] : UNREADABLE;
+            const U32_t flags = (now > 55 ? 0x20U : 0U) | (now > 60 ? 0x10U : 0U) |
+                                (now < 1 ? 0x80U : 0U) | (now < 0 ? 0x40U : 0U);
+            const U32_t shifted = static_cast<U32_t>(now + 20) & 0xFF;
+            words->push_back(now == UNREADABLE ? 0 : shifted << 8 | flags);
+        }
+    }
 
-    int key(const char* name) const { return tuning_.at(name); }
-    int fans() const { return key("coolingMaxNumber"); }
-    int sensors() const { return key("temperatureSensorMaxNumber"); }
-    int policyFans() const { return is(Board::xyratex) ? 2 : std::min(fans(), FANS); }
-    int sensorsRead() const;
-    bool is(Board board) const { return row_.board == board; }
-    bool isVitesse() const { return is(Board::vsc055) || is(Board::xyratex); }
+    void alarmPage(std::vector<U32_t>* words) {
+        const U32_t request = asked("alarms", 0);
+        const U32_t now = is(Board::xyratex) ? alarmRead() : alarm;
+        const bool isMuted = is(Board::none) ? (request & 2) != 0 : now == 0;
+        words->push_back(0);
+        words->push_back((request & 0x200000F8) | (isMuted ? 2 : 0) | (request >> 1 & 1));
+    }
 
-    const StoryRow& row_;
-    std::map<std::string, int> tuning_;
+    // ---- control page ----
 
-    // The enclosure.
-    int fitted_;  // fans
-    std::vector<double> degrees_;
-    std::map<std::string, double> rails_;
-    std::set<int> pulled_, absent_;  // fans, drives
-    std::set<std::string> cut_;      // devices
-    bool redundant_ = true;
-    double duty_[FANS];  // percent, as the chip drives it
-    bool powered_ = true;
-    U32_t ledsBooked_ = 0, ledsLit_ = 0;  // bit = drive, then the status LEDs
-    bool ledsDriven_ = false;             // by the expander
-    int hardAlarm_ = 0;                   // of the Xyratex chassis
-    int muted_ = 0;                       // seconds
-    bool supplyFault_ = false;            // as that alarm hears it
-    std::set<int> quiet_;                 // monitors whose alarm is off
+    // "fans 2 80000004, leds 3 9": records the page does not name are 0, but lit LEDs stay.
+    void control(const Words& words) {
+        controls.clear();
+        std::istringstream list(words.from(1));
+        for (std::string text; std::getline(list, text, ',');) {
+            const Words request(text);
+            if (request[0] == "leds") {
+                lit.clear();
+            }
+            for (std::size_t n = 1; request[0] == "leds" && n < request.all.size(); ++n) {
+                lit[request.number(n)] = 4;
+            }
+            if (request[0] != "leds") {
+                controls[request[0]][request.number(1)] =
+                    static_cast<U32_t>(std::stoul(request[2], nullptr, 16));
+            }
+        }
+        controls["drives"].insert(lit.begin(), lit.end());
+        drivesControl();
+        suppliesControl();
+        for (const auto& [fan, request] : controls["fans"]) {
+            if ((request & SELECT) != 0) {
+                fanControl(fan, (request & 4) != 0);
+            }
+        }
+        alarmControl(asked("alarms", 0));
+        reply(0x1D, Bytes(4));
+        messages.back().pop_back();  // no page
+    }
 
-    // The service.
-    U32_t type_ = KORVO_E_CHASSIS_NONE;
-    int slots_ = 16, supplies_ = 3;
-    bool connected_ = false;
-    U32_t faults_ = 0, devices_ = 0, failedFans_ = 0, supply_ = 0, alarm_ = 0;
-    bool moving_ = false;  // the alarm
-    int load_[FANS] = {}, reading_[SENSORS] = {}, reported_[SENSORS] = {};
-    int average_ = 0;
-    std::map<std::string, Records> put_;  // by the latest control page
-    Records lit_;                         // drives it was to light
+    // Selected or not.
+    void drivesControl() {
+        const U32_t before = leds;
+        for (int slot = 0; slot < slots; ++slot) {
+            const U32_t bit = U32_t{1} << slot;
+            const bool isLit = (asked("drives", slot) & 4) != 0;
+            if (((leds & bit) != 0) != isLit) {
+                ledWrite(bit, isLit);
+            }
+        }
+        if (leds != before) {
+            event(5, 2, {{156, slots}, {176, leds & 0xFFFF}});
+        }
+    }
+
+    // One indication for all, booked as the chassis's own fault. Bit 2: there is none.
+    void suppliesControl() {
+        bool changed = false;
+        for (const auto& [n, request] : controls["supply"]) {
+            const bool fails = (request & 2) != 0;
+            if ((request & SELECT) == 0 || fails != ((supply & 4) != 0)) {
+                continue;
+            }
+            if (is(Board::xyratex)) {
+                ledWrite(PSU_OK, !fails);
+            } else if (!is(Board::none)) {
+                fault(is(Board::vsc055) || is(Board::w83792ad) ? REDUNDANCY : VOLTAGE,
+                      fails ? -1 : 0);
+            }
+            supply ^= 4;
+            changed = true;
+        }
+        if (changed) {
+            supplyEvent(2);
+        }
+    }
+
+    // Xyratex fans are switched in fours, and booked each. Off takes the power of all VSC055 fans.
+    // On is 100 of 255 to a W83782D.
+    void fanControl(int fan, bool on) {
+        const int size = is(Board::xyratex) ? 4 : 1;
+        if (!is(Board::none) && reachFan(fan)) {
+            chipLoad(fan / size, on && is(Board::w83782d) ? 100 * 100 / 255.0 : chipDuty(on * 100));
+            powered = powered && (on || !is(Board::vsc055));
+        }
+        std::fill_n(loads + fan / size * size, size, on * 100);
+    }
+
+    // Mute wins, then unrecoverable and critical.
+    void alarmControl(U32_t request) {
+        const U32_t loud = is(Board::xyratex) ? 4 : 1;
+        const U32_t wanted = (request & 0x02) != 0 ? 3 : (request & 0xC0) != 0 ? loud : 1;
+        if ((request & SELECT) != 0 && (request & 0xF2) != 0) {
+            alarmSet(wanted);
+            alarm = wanted;
+            if (wanted == 3 && is(Board::vsc055)) {
+                reach(0);  // clears the supply's alarm
+            }
+        }
+    }
+
+    std::map<std::string, Records> controls;
+    Records lit;  // drives of "leds"
 };

@@ -10,17 +10,15 @@
 
 namespace {
 
-template <typename Type, auto... Options>
+template <typename Type>
 std::unique_ptr<enclab::Chassis> make() {
-    return std::make_unique<Type>(Options...);
+    return std::make_unique<Type>();
 }
 
 // The address is not in any personality file.
 void w83782dAddress() {
     esaControl.i2cAddressW83782d = enclab::W83782dChassis::kMonitorAddress;
 }
-
-using Wiring = enclab::ChenbroChassis::Wiring;
 
 StoryRow vsc055(const char* name, KORVO_E_CHASSIS_e type) {
     return {.name = name,
@@ -31,31 +29,12 @@ StoryRow vsc055(const char* name, KORVO_E_CHASSIS_e type) {
             .fanSpeedDivisor = 4,
             .supplies = 2,
             .fullRpm = 9000,
-            .clock = 1200000,
             .loadAtStart = 50,
-            .devices = {{"vsc055", 0x41, 0x001, 3, 0},
-                        {"lm75-0", 0x4C, 0x002, 4, 0},
-                        {"lm75-1", 0x4B, 0x004, 4, 1},
-                        {"lm75-2", 0x4A, 0x008, 4, 2},
-                        {"lm75-3", 0x4D, 0x010, 4, 3}}};
-}
-
-StoryRow chenbro(const char* name, std::unique_ptr<enclab::Chassis> (*chassis)(),
-                 const ChenbroWiring& wiring) {
-    return {.name = name,
-            .chassis = chassis,
-            .board = Board::chenbro,
-            .type = KORVO_E_CHASSIS_CHENBRO_3U16ATX,
-            .fanSpeedDivisor = 2,
-            .fullRpm = 12000,
-            .clock = 1350000,
-            .loadAtStart = 50,
-            .devices = {{"w83782d-0", 0x28, 0x001, 0, 0},
-                        {"w83782d-1", 0x29, 0x001, 0, 0},
-                        {"w83782d-2", 0x2C, 0x001, 0, 0},
-                        {"w83782d-3", 0x30, 0x001, 0, 0},
-                        {"w83782d-1/2", 0x2A, 0x001, 0, 0}},
-            .wiring = wiring};
+            .devices = {{"vsc055", 0x001, 3, 0},
+                        {"lm75-0", 0x002, 4, 0},
+                        {"lm75-1", 0x004, 4, 1},
+                        {"lm75-2", 0x008, 4, 2},
+                        {"lm75-3", 0x010, 4, 3}}};
 }
 
 const StoryRow ROWS[] = {
@@ -68,11 +47,8 @@ const StoryRow ROWS[] = {
      .slots = 12,
      .supplies = 2,
      .fullRpm = 20000,
-     .clock = 1200000,
      .loadAtStart = 25,
-     .devices = {{"vsc055", 0x63, 0x001, 3, 0},
-                 {"lm75-0", 0x4C, 0x002, 4, 0},
-                 {"lm75-1", 0x4D, 0x004, 4, 1}}},
+     .devices = {{"vsc055", 0x001, 3, 0}, {"lm75-0", 0x002, 4, 0}, {"lm75-1", 0x004, 4, 1}}},
     vsc055("TolVex", KORVO_E_CHASSIS_PELTO_TOLVEX),
     vsc055("Vsc055", KORVO_E_CHASSIS_KORVO_VSC055),
     {.name = "W83782d",
@@ -83,9 +59,18 @@ const StoryRow ROWS[] = {
      .afterInit = w83782dAddress,
      .supplies = 2,
      .fullRpm = 12000,
-     .clock = 1350000,
      .loadAtStart = 100,
-     .devices = {{"w83782d", 0x2D, 0x001, 0, 0}}},
+     .devices = {{"w83782d", 0x001, 0, 0}},
+     .ownTuning = {{"coolingMaxNumber", 3},
+                   {"temperatureSensorMaxNumber", 3},
+                   {"fanFaultRpmLimit", 500},
+                   {"overheatTemperatureLimit", 60},
+                   {"fanPwm25To50TemperatureThreshold", 35},
+                   {"fanPwm50To75TemperatureThreshold", 38},
+                   {"fanPwm75To100TemperatureThreshold", 40},
+                   {"fanPwm100To75TemperatureThreshold", 35},
+                   {"fanPwm75To50TemperatureThreshold", 34},
+                   {"fanPwm50To25TemperatureThreshold", 32}}},
     {.name = "W83792ad",
      .chassis = make<enclab::W83792adChassis>,
      .board = Board::w83792ad,
@@ -94,26 +79,30 @@ const StoryRow ROWS[] = {
      .fanSpeedDivisor = 2,
      .supplies = 2,
      .fullRpm = 9000,
-     .clock = 1350000,
      .loadAtStart = 50,
      .loadAtPowerOn = 93.75,
      .lastingFaults = 0x1,
-     .devices = {{"w83792ad", 0x2C, 0x100, 6, 0}, {"pca9539", 0x74, 0x200, 7, 0}}},
-    chenbro("Chenbro", make<enclab::ChenbroChassis>, {{0, 1, 2, 3}, {0, 1, 2, 3}, true}),
-    chenbro("ChenbroByShift", make<enclab::ChenbroChassis, Wiring::kByShift>,
-            {{0, -1, 1, -1}, {0, 1, 2, 3}, false}),
-    chenbro("ChenbroInSequence", make<enclab::ChenbroChassis, Wiring::kInSequence>,
-            {{0, 1, 2, 3}, {0, 2, -1, -1}, false}),
+     .devices = {{"w83792ad", 0x100, 6, 0}, {"pca9539", 0x200, 7, 0}}},
+    {.name = "Chenbro",
+     .chassis = make<enclab::ChenbroChassis>,
+     .board = Board::chenbro,
+     .type = KORVO_E_CHASSIS_CHENBRO_3U16ATX,
+     .fanSpeedDivisor = 2,
+     .fullRpm = 12000,
+     .loadAtStart = 50,
+     .devices = {{"w83782d-0", 0x001, 0, 0},
+                 {"w83782d-1", 0x001, 0, 0},
+                 {"w83782d-2", 0x001, 0, 0},
+                 {"w83782d-3", 0x001, 0, 0},
+                 {"w83782d-1/2", 0x001, 0, 0}},
+     .ownTuning = {{"coolingMaxNumber", 6},
+                   {"temperatureSensorMaxNumber", 4},
+                   {"fanFaultRpmLimit", 500}}},
 };
-constexpr std::size_t SOUND = 6;
 
 const StoryRow REGISTERS = {.name = "Registers", .chassis = make<RegisterChassis>};
 
 }  // namespace
-
-std::span<const StoryRow> soundRows() {
-    return std::span(ROWS).first<SOUND>();
-}
 
 std::span<const StoryRow> storyRows() {
     return ROWS;

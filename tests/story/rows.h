@@ -2,9 +2,11 @@
 // The enclosures of these tests: one row of facts each, taken from the pages in docs/chassis.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <ostream>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "lab/chassis/chassis.h"
@@ -12,20 +14,12 @@
 
 enum class Board { none, vsc055, xyratex, w83782d, w83792ad, chenbro };
 
-// What peers and the fault word are told of a device on the bus.
+// What peers and the word of device faults are told of a device on the bus.
 struct StoryDevice {
     const char* name;  // in the lab
-    U8_t address;
     U32_t bit;
     U32_t information;
     U32_t sensor;
-};
-
-// On a Chenbro chassis, which monitor answers at the n-th address of either rule; -1: none.
-struct ChenbroWiring {
-    int ofFans[4];    // 0x28, 0x29, 0x2A, 0x2B
-    int ofOthers[4];  // 0x28, 0x2A, 0x2C, 0x30
-    bool isBoth;      // 0x2A stands in front of two monitors
 };
 
 struct StoryRow {
@@ -44,15 +38,12 @@ struct StoryRow {
     double loadAtPowerOn = 100;
     U32_t lastingFaults = 0;  // composite faults of the enclosure in perfect health
     std::vector<StoryDevice> devices = {};
-    ChenbroWiring wiring = {};
+    std::map<std::string, int> ownTuning = {};  // set by bring-up
 
     // Its monitors are Winbond's.
     bool isWinbond() const { return board >= Board::w83782d; }
 };
 
-// One of each chassis, in perfect health.
-std::span<const StoryRow> soundRows();
-// These, and chassis whose wiring lacks something.
 std::span<const StoryRow> storyRows();
 
 // An enclosure of plain registers.

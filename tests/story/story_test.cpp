@@ -19,8 +19,8 @@ TEST_P(Story, ComesOutAsWritten) {
 
 INSTANTIATE_TEST_SUITE_P(Of, Story,
                          testing::Values("bring_up", "vsc055_operations", "xyratex_operations",
-                                         "winbond_operations", "transfers", "policies",
-                                         "status_page", "control_page"),
+                                         "winbond_operations", "transfers", "status_page",
+                                         "control_page"),
                          [](const auto& story) { return std::string(story.param); });
 
 // ---- register traffic ----

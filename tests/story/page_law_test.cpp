@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+// The configuration page, and whom a reply is for.
+#include "tests/story/walk.h"
+
+namespace {
+
+// A configuration page, with its last byte: 48 bytes in front of the types, and a type with its
+// count each. Types beyond the five are empty.
+Bytes configurationPage(std::size_t types, const std::vector<U8_t>& counts) {
+    static constexpr U8_t CODES[] = {1, 2, 3, 4, 6};
+    Bytes page(48 + 4 * types);
+    Model::put(&page, 0, 4, static_cast<std::int64_t>(0x01000000 + 44 + 4 * types));
+    Model::put(&page, 8, 4, static_cast<std::int64_t>(0x20000024 + (types << 8)));
+    for (std::size_t n = 0; n < std::min<std::size_t>(types, 5); ++n) {
+        page[48 + 4 * n] = CODES[n];
+        page[49 + 4 * n] = counts[n];
+    }
+    return page;
+}
+
+// It needs room for all of it.
+TEST(PageLaw, ConfigurationPageNamesTypesAndCounts) {
+    Chance chance(1);
+    Walk walk(registersRow());
+    walk.service.run("link 1");
+    for (int n = 0; n < 200; ++n) {
+        const std::size_t types = chance.of<std::size_t>({0, 1, 4, 5, 5, 5, 6, 255});
+        std::vector<U8_t> counts;
+        esaControl.elementTypeMaxNumber = static_cast<U8_t>(types);
+        for (const PageSection& section : PAGE_SECTIONS) {
+            counts.push_back(static_cast<U8_t>(chance.below(256)));
+            esaControl.*section.count = counts.back();
+        }
+        const std::size_t room = 48 + 4 * types + chance.below(3) - 1;
+        if (room >= 48 + 4 * types) {
+            walk.model.reply(0x1C, configurationPage(types, counts));
+        }
+        walk.service.run(fmt::format("send 1C800100{:04X}0000", room));
+        ASSERT_TRUE(walk.agree(fmt::format("{} types, room for {}", types, room)));
+    }
+}
+
+// Its number in one of two words, and its handle.
+TEST(PageLaw, RepliesAreForTheRequestor) {
+    Walk walk(registersRow());
+    walk.service.run("link 1");
+    for (U32_t from = 0; from < 256; ++from) {
+        if (from < 64) {
+            walk.model.reply(0x1D, Bytes(4));
+            Bytes& reply = walk.model.messages.back();
+            reply.pop_back();
+            reply[18] = static_cast<U8_t>(from);
+            Model::put(&reply, 20, 8, 0);
+            Model::put(&reply, 20 + from / 32 * 4, 4, std::int64_t{1} << from % 32);
+            Model::put(&reply, 40, 4, 0xA1B2C300 + from);
+        }
+        // The volume manager gets no reply to a control page; this is none.
+        walk.service.run(fmt::format("send from={} handle={} command=29 1D10000000000000", from,
+                                     0xA1B2C300 + from));
+        ASSERT_TRUE(walk.agree(fmt::format("from {}", from)));
+    }
+}
+
+}  // namespace
