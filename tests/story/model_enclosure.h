@@ -158,42 +158,25 @@ struct ModelEnclosure {
 
     // ---- what an engineer sees ----
 
+    // "S3" of the Xyratex chassis' own alarm; the monitors that sound.
     std::string alarmText() const {
-        static constexpr const char* NAMES[] = {"idle",     "fault",   "remind",  "mute",
-                                                "critical", "invalid", "invalid", "invalid"};
-        if (is(Board::xyratex)) {
-            return fmt::format(", S{} {}", alarmState, NAMES[alarmState]);
+        std::string sounding = is(Board::w83782d) || is(Board::chenbro) ? "muted" : "";
+        for (int n = 0; sounding != "" && n < monitors(); ++n) {
+            if (!quiet.contains(n)) {
+                sounding = sounding == "muted" ? "sounding on monitor" : sounding;
+                sounding += fmt::format(" {}", n);
+            }
         }
-        std::string sounding;
-        for (int n = 0; n < monitors(); ++n) {
-            sounding += quiet.contains(n) ? "" : fmt::format(" {}", n);
-        }
-        const bool has = is(Board::w83782d) || is(Board::chenbro);
-        return !has ? "" : sounding.empty() ? ", muted" : ", sounding on monitor" + sounding;
+        return is(Board::xyratex) ? fmt::format("S{}", alarmState) : sounding;
     }
 
-    std::string loadsText() const {
+    std::string enclosureState() const {
         std::vector<long> loads;
         for (int fan = 0; fan < fitted; ++fan) {
             loads.push_back(powered ? std::lround(duty[fan]) : 0);
         }
-        return fmt::format("{}", fmt::join(loads, " "));
-    }
-
-    std::string ledsText() const {
-        std::vector<int> drives;
-        for (int slot = 0; slot < row.slots; ++slot) {
-            if ((ledsLit >> slot & 1) != 0) {
-                drives.push_back(slot);
-            }
-        }
-        std::vector<const char*> status;
-        for (int n = 0; n < 3; ++n) {
-            if ((ledsLit & PSU_OK << n) != 0) {
-                status.push_back(std::array{"psu-ok", "redundancy-fail", "fan-fail"}[n]);
-            }
-        }
-        return fmt::format("{}\nstatus {}", fmt::join(drives, " "), fmt::join(status, " "));
+        return fmt::format("fans at {}, LEDs {:#x}, alarm {}\n", fmt::join(loads, " "), ledsLit,
+                           alarmText());
     }
 
     const StoryRow& row;

@@ -420,9 +420,12 @@ struct ModelPolicy : ModelService {
     }
 
     std::string state() const {
-        return enclosureState() + fmt::format("supply {} failed {} average {} loads {} bands {}\n",
-                                              supply, failed, average, fmt::join(loads, " "),
-                                              fmt::join(bands, " "));
+        return enclosureState() +
+               fmt::format(
+                   "faults {:#x}, devices {:#x}, fans {:#x}, supplies {}, alarm {}, average "
+                   "{}, loads {}, bands {}\n",
+                   faults, devices, failed, supply, alarm, average, fmt::join(loads, " "),
+                   fmt::join(bands, " "));
     }
 
     int loads[FANS] = {};

@@ -195,14 +195,6 @@ struct ModelService : ModelEnclosure {
         }
     }
 
-    // ---- state ----
-
-    // By the names of StoryService.
-    std::string enclosureState() const {
-        return fmt::format("loads {}\nleds {}\nalarm {}{}\nfaults {:#x}\ndevices {:#x}\n",
-                           loadsText(), ledsText(), alarm, alarmText(), faults, devices);
-    }
-
     std::map<std::string, int> key;
     std::vector<Bytes> messages;   // links 0, and a page's last byte, which is not sent
     std::vector<std::string> log;  // "FUNCTION:  TEXT"

@@ -31,7 +31,8 @@ TEST(PageLaw, ConfigurationPageNamesTypesAndCounts) {
             counts.push_back(static_cast<U8_t>(chance.below(256)));
             esaControl.*section.count = counts.back();
         }
-        const std::size_t room = 48 + 4 * types + chance.below(3) - 1;
+        const std::size_t room =
+            48 + 4 * types + chance.of<std::size_t>({0, 1}) - chance.of<std::size_t>({0, 1});
         if (room >= 48 + 4 * types) {
             walk.model.reply(0x1C, configurationPage(types, counts));
         }

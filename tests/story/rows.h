@@ -33,7 +33,6 @@ struct StoryRow {
     int slots = 16;
     int supplies = 3;
     double fullRpm = 0;   // of a fan at 100 percent
-    int clock = 0;        // RPM at tachometer count 1 and divisor 1
     int loadAtStart = 0;  // percent
     double loadAtPowerOn = 100;
     U32_t lastingFaults = 0;  // composite faults of the enclosure in perfect health

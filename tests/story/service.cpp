@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tests/story/service.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -260,47 +257,6 @@ static U8_t hexByte(const std::string& word) {
 
 RegisterChip& StoryService::chip(const std::string& address) {
     return dynamic_cast<RegisterChassis&>(*chassis_).chip(hexByte(address));
-}
-
-// ---- what an engineer sees ----
-
-static std::string fanLoads(const enclab::Chassis& chassis) {
-    std::vector<long> loads;
-    for (int fan = 0; fan < chassis.fans(); ++fan) {
-        loads.push_back(std::lround(chassis.fanLoadPercent(fan)));
-    }
-    return fmt::format("{}", fmt::join(loads, " "));
-}
-
-static std::string driveLeds(const enclab::Chassis& chassis) {
-    std::vector<int> lit;
-    for (int slot = 0; chassis.parts().driveLeds && slot < chassis.slots(); ++slot) {
-        if (chassis.driveFaultLed(slot)) {
-            lit.push_back(slot);
-        }
-    }
-    return fmt::format("{}", fmt::join(lit, " "));
-}
-
-static std::string statusLeds(const enclab::Chassis& chassis) {
-    std::vector<std::string> lit;
-    for (const enclab::ChassisLed& led : chassis.statusLeds()) {
-        if (led.lit) {
-            lit.push_back(led.name);
-        }
-    }
-    return fmt::format("{}", fmt::join(lit, " "));
-}
-
-std::vector<std::pair<std::string, std::string>> StoryService::states() const {
-    const std::string alarm = chassis_->alarm();
-    return {
-        {"loads", fanLoads(*chassis_)},
-        {"leds", driveLeds(*chassis_)},
-        {"status", statusLeds(*chassis_)},
-        {"alarm", fmt::format("{}{}{}", esaControl.alarmState, alarm.empty() ? "" : ", ", alarm)},
-        {"faults", fmt::format("{:#x}", esaControl.compositeFaultStatus)},
-        {"devices", fmt::format("{:#x}", esaControl.i2cDeviceFaultStatus)}};
 }
 
 // ---- commands ----

@@ -67,11 +67,6 @@ class StoryService {
         return wholeLength_;
     }
 
-    // By name: loads (of each fan in percent, as its chip drives it), leds (lit drive fault LEDs),
-    // status (lit LEDs of the chassis), alarm (state kept by the service, and what the chassis' own
-    // alarm does), faults, devices (composite and device faults).
-    std::vector<std::pair<std::string, std::string>> states() const;
-
     // Messages sent since the last call. Throws when the stream is no whole messages.
     std::vector<enclab::Message> take();
 

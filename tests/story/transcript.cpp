@@ -95,12 +95,6 @@ void Transcript::show(const std::string& tag, const std::string& text) {
     }
 }
 
-void Transcript::statesShow() {
-    for (const auto& [tag, text] : service_.states()) {
-        show(tag, text);
-    }
-}
-
 // Overall word and records of each section. The last byte of the last one is not sent: it is taken
 // from where the page was built.
 void Transcript::pageShow(const Bytes& reply) {
@@ -159,7 +153,6 @@ void Transcript::runOne(const std::string& command) {
     const std::string before = lines_;
     const std::string result = service_.run(command);
     const std::string verb = command.substr(0, command.find(' '));
-    started_ |= verb == "start";
     logTake();
     for (const std::string& fault : takeFaults()) {
         lines_ += "critical fault of " + fault + "\n";
@@ -167,9 +160,6 @@ void Transcript::runOne(const std::string& command) {
     messagesShow();
     if (!result.empty() && chosen_.contains("result")) {
         lines_ += result + "\n";
-    }
-    if (started_ && chosen_.contains("state")) {
-        statesShow();
     }
     fieldsShow(chosen_.contains("fields") && verb != "set" && verb != "link" && verb != "use");
     if (verb == "up") {

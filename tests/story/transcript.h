@@ -5,10 +5,6 @@
 //   bus       transfers, "R 41 04=80", in their place among the trace lines, and "sleep 3"
 //   messages  as the lab shows them; hex: and their bytes, the address at the front as dots
 //   page      the sections of a status page that are not as on the page before
-//   state     what has changed of: loads (of each fan in percent, as its chip drives it), leds (lit
-//             drive fault LEDs), status (lit LEDs of the chassis), alarm (state kept by the
-//             service, and what the chassis' own alarm does), faults, devices (composite and
-//             device faults)
 //   result    of a routine called; fields: what has changed of the control block
 // A critical fault is always shown.
 // "sweep PREPARATION | COMMAND" loses each transfer of the command in turn, each time prepared
@@ -38,7 +34,6 @@ class Transcript {
     void logTake();
     void messagesShow();
     void pageShow(const Bytes& reply);
-    void statesShow();
     void fieldsShow(bool outcome);
     void runOne(const std::string& command);
     void sweep(const std::string& preparation, const std::string& command);
@@ -50,7 +45,6 @@ class Transcript {
     StoryService service_;
     std::unique_ptr<TraceCapture> trace_;
     std::set<std::string> chosen_;
-    bool started_ = false;
     unsigned slept_ = 0;                        // seconds shown so far
     std::map<std::string, std::string> shown_;  // by tag
     std::string lines_;

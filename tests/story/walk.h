@@ -17,10 +17,10 @@
 class Chance {
   public:
     explicit Chance(unsigned seed) : random_(seed) {}
-    std::size_t below(std::size_t count) { return random_() % count; }
+    int below(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
     template <typename Value>
     Value of(const std::vector<Value>& all) {
-        return all[below(all.size())];
+        return all[random_() % all.size()];
     }
 
   private:
@@ -102,19 +102,36 @@ class Walk {
         return lines;
     }
 
-    std::string state() const {
-        std::string text;
-        for (const auto& [tag, value] : service.states()) {
-            text += tag + " " + value + "\n";
+    // As the model writes it.
+    std::string state() {
+        const enclab::Chassis& chassis = service.chassis();
+        std::vector<long> loads;
+        for (int fan = 0; fan < chassis.fans(); ++fan) {
+            loads.push_back(std::lround(chassis.fanLoadPercent(fan)));
+        }
+        U32_t leds = 0;
+        for (int slot = 0; chassis.parts().driveLeds && slot < chassis.slots(); ++slot) {
+            leds |= U32_t{chassis.driveFaultLed(slot)} << slot;
+        }
+        U32_t bit = Model::PSU_OK;
+        for (const enclab::ChassisLed& led : chassis.statusLeds()) {
+            leds |= led.lit ? bit : 0;
+            bit <<= 1;
         }
         std::vector<int> bands;
         for (const U32_t reported : esaControl.temperatureReportStatus) {
             bands.push_back(std::bit_width(reported));
         }
-        return text + fmt::format("supply {} failed {} average {} loads {} bands {}\n",
-                                  esaControl.powerSupplyStatus, esaControl.fanFaultStatus,
-                                  esaControl.temperatureSensorAverage,
-                                  fmt::join(esaControl.fanPwmLoad, " "), fmt::join(bands, " "));
+        const std::string alarm = chassis.alarm();
+        const EsaControl_t& c = esaControl;
+        return fmt::format("fans at {}, LEDs {:#x}, alarm {}\n", fmt::join(loads, " "), leds,
+                           alarm.starts_with("S") ? alarm.substr(0, 2) : alarm) +
+               fmt::format(
+                   "faults {:#x}, devices {:#x}, fans {:#x}, supplies {}, alarm {}, average "
+                   "{}, loads {}, bands {}\n",
+                   c.compositeFaultStatus, c.i2cDeviceFaultStatus, c.fanFaultStatus,
+                   c.powerSupplyStatus, c.alarmState, c.temperatureSensorAverage,
+                   fmt::join(c.fanPwmLoad, " "), fmt::join(bands, " "));
     }
 
     TraceCapture trace_{0x0010 | TRACE_K_FUNCTION};

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The service on the lab's chips beside the model of its rules: whatever happens to an enclosure,
-// both say the same after each step, in messages to the byte, in the log, in LEDs, loads and
-// faults.
+// Whatever happens to an enclosure, the service and the model say the same after each step: in
+// messages to the byte, in the log, in LEDs, loads and faults.
 #include "tests/story/walk.h"
 
 namespace {
@@ -12,114 +11,77 @@ constexpr unsigned SEEDS = 3;  // is emulated
 constexpr unsigned SEEDS = 12;
 #endif
 
-// ---- what may happen ----
-
 using Acts = std::vector<std::string>;
 
-// Each thing that may be done to what there are `count` of; "{}" stands for its number.
-Acts each(int count, const Acts& acts) {
-    Acts all;
-    for (int n = 0; n < count; ++n) {
-        for (const std::string& act : acts) {
-            all.push_back(fmt::format(fmt::runtime(act), n));
-        }
-    }
-    return all;
+// A record of a control page. Off is rare: it ends the story of a VSC055 chassis.
+std::string request(Chance& chance, const enclab::Chassis& chassis) {
+    const int fan = chance.below(chassis.fans()), supply = chance.below(2);
+    const int flags = 1 << chance.below(8);
+    return chance.of<std::string>(
+        {fmt::format("leds {} 3 9", chance.below(chassis.slots())), "leds",
+         fmt::format("fans {} {}", fan, chance.below(8) > 0 ? "80000004" : "80000000"),
+         fmt::format("fans {} 00000000", fan), fmt::format("supply {} 80000000", supply),
+         fmt::format("supply {} 80000002", supply), fmt::format("supply {} 80000006", supply),
+         fmt::format("supply {} 00000002", supply), fmt::format("alarms 0 800000{:02X}", flags),
+         fmt::format("alarms 0 A00000{:02X}", 0xFF ^ flags),
+         fmt::format("alarms 0 000000{:02X}", flags)});
 }
 
-Acts railActs(const enclab::Chassis& chassis) {
-    Acts acts;
-    for (const enclab::ChassisRail& rail : chassis.rails()) {
-        for (const double part : {1.0, 1.0, 1.08, 0.92, 1.12, 0.88}) {
-            const int nominal = rail.name.starts_with("12") ? 12 : 5;
-            acts.push_back(fmt::format("rail {} {}", rail.name, nominal * part));
-        }
-    }
-    return acts;
+std::string railAct(Chance& chance, const enclab::Chassis& chassis) {
+    const std::string rail = chance.of(chassis.rails()).name;
+    const double part = chance.of<double>({1, 1, 1.08, 0.92, 1.12, 0.88});
+    return fmt::format("rail {} {}", rail, part * (rail.starts_with("12") ? 12 : 5));
 }
 
-Acts deviceActs(const enclab::Chassis& chassis) {
-    Acts acts{"mend all", "mend all", "mend all", "cut all"};
-    for (const enclab::ChassisDevice& device : chassis.devices()) {
-        acts.insert(acts.end(), {"mend " + device.name, "cut " + device.name});
-    }
-    return acts;
-}
-
-// Around the thresholds and bands, and below zero.
-Acts temperatureActs(const enclab::Chassis& chassis) {
-    Acts acts;
-    for (double degrees = -4; degrees < 66; degrees += degrees < 24 ? 3.5 : 0.5) {
-        const Acts one = each(chassis.sensors(), {fmt::format("temp {{}} {}", degrees)});
-        acts.insert(acts.end(), one.begin(), one.end());
-        acts.insert(acts.end(), one.size() + 4, fmt::format("temp all {}", degrees));
-    }
-    return acts;
-}
-
-// Off is rare: it ends the story of a VSC055 chassis.
-Acts requests(const enclab::Chassis& chassis) {
-    Acts acts = each(chassis.fans(), {"fans {} 80000004", "fans {} 80000004", "fans {} 00000000"});
-    acts.push_back("fans 1 80000000");
-    const Acts supplies = each(2, {"supply {} 80000000", "supply {} 80000002", "supply {} 80000006",
-                                   "supply {} 00000002"});
-    acts.insert(acts.end(), supplies.begin(), supplies.end());
-    for (const int flags : {0x02, 0x80, 0x40, 0x20, 0x10, 0x08, 0x00, 0xFF}) {
-        acts.push_back(fmt::format("alarms 0 A00000{:02X}", flags));
-        acts.push_back(fmt::format("alarms 0 000000{:02X}", flags));
-    }
-    const Acts leds = each(chassis.slots(), {"leds {} 3 9", "leds"});
-    acts.insert(acts.end(), leds.begin(), leds.end());
-    return acts;
-}
-
-// Kinds of things that happen, all as often.
-std::vector<Acts> actsOf(const enclab::Chassis& chassis, Chance* chance) {
+// What may happen, and what a chassis may ask for.
+std::string act(Chance& chance, const enclab::Chassis& chassis) {
     const enclab::ChassisParts& parts = chassis.parts();
-    Acts puts;
-    for (int n = 0; n < 100; ++n) {
-        const Acts all = requests(chassis);
-        puts.push_back("put " + chance->of(all) + (n % 2 == 0 ? "" : ", " + chance->of(all)));
-    }
-    std::vector<Acts> kinds{each(chassis.fans(), {"fan {} pull", "fan {} return", "fan {} return"}),
-                            temperatureActs(chassis),
-                            temperatureActs(chassis),
-                            deviceActs(chassis),
-                            puts,
-                            puts,
-                            {"page"},
-                            {"poll"},
-                            {"poll"},
-                            {"wait 30"}};
-    if (parts.drivePresence) {
-        kinds.push_back(each(chassis.slots(), {"drive {} in", "drive {} out"}));
-    }
-    if (!chassis.rails().empty()) {
-        kinds.push_back(railActs(chassis));
-    }
-    if (parts.redundancy) {
-        kinds.push_back({"psu lost", "psu good"});
-    }
-    return kinds;
+    const int fan = chance.below(chassis.fans());
+    const int around = chance.of<int>({0, 29, 32, 35, 38, 41, 44, 48, 54, 60});
+    const double degrees = around + chance.below(10) / 2.0 - 2;
+    const std::string device = chance.of(chassis.devices()).name;
+    const std::string requested = request(chance, chassis);
+    return chance.of<std::string>(
+        {fmt::format("fan {} pull", fan),
+         fmt::format("fan {} return", fan),
+         fmt::format("fan {} return", fan),
+         fmt::format("temp all {}", degrees),
+         fmt::format("temp all {}", degrees),
+         fmt::format("temp {} {}", chance.below(chassis.sensors()), degrees),
+         "cut " + device,
+         "mend " + device,
+         "mend all",
+         chance.below(3) == 0 ? "cut all" : "mend all",
+         "put " + requested,
+         "put " + requested,
+         "put " + requested + ", " + request(chance, chassis),
+         "page",
+         "page",
+         "poll",
+         "poll",
+         "wait 30",
+         parts.redundancy ? "psu lost" : "poll",
+         parts.redundancy ? "psu good" : "page",
+         parts.rails.empty() ? "poll" : railAct(chance, chassis),
+         parts.drivePresence ? fmt::format("drive {} {}", chance.below(chassis.slots()),
+                                           chance.below(2) > 0 ? "in" : "out")
+                             : "poll"});
 }
 
 // Another personality file.
-Acts tuningActs(const std::map<std::string, int>& tuning, Chance* chance) {
+Acts tuningActs(Chance& chance, const std::map<std::string, int>& tuning) {
     Acts acts;
     for (const auto& [key, value] : tuning) {
         if (key.ends_with("Threshold")) {
-            acts.push_back(
-                fmt::format("tune {} {}", key, value + static_cast<int>(chance->below(5)) - 2));
+            acts.push_back(fmt::format("tune {} {}", key, value + chance.below(5) - 2));
         }
     }
-    acts.push_back("tune overheatTemperatureLimit " + chance->of(Acts{"48", "60"}));
-    acts.push_back("tune fanPwmLoadMinimum " +
-                   chance->of(Acts{"0", "25", "26", "50", "51", "75", "76"}));
-    acts.push_back("tune fanFaultRpmLimit " +
-                   chance->of(Acts{"0", "1500", "4477", "4478", "5000"}));
-    if (chance->below(8) == 0) {
+    acts.push_back("tune overheatTemperatureLimit " + chance.of(Acts{"48", "60"}));
+    acts.push_back("tune fanPwmLoadMinimum " + chance.of(Acts{"0", "25", "26", "50", "51", "76"}));
+    acts.push_back("tune fanFaultRpmLimit " + chance.of(Acts{"0", "1500", "4477", "4478", "5000"}));
+    if (chance.below(6) == 0) {
         acts.push_back("tune coolingMaxNumber 44");
-        acts.push_back("tune temperatureSensorMaxNumber " + chance->of(Acts{"0", "1", "12"}));
+        acts.push_back("tune temperatureSensorMaxNumber " + chance.of(Acts{"0", "1", "12"}));
     }
     return acts;
 }
@@ -131,17 +93,17 @@ TEST_P(EnclosureWalk, AgreesWithTheModel) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         Chance chance(seed);
         Walk walk(GetParam());
-        const std::vector<Acts> acts = actsOf(walk.service.chassis(), &chance);
-        for (const std::string& command : tuningActs(walk.service.tuning(), &chance)) {
+        const enclab::Chassis& chassis = walk.service.chassis();
+        for (const std::string& command : tuningActs(chance, walk.service.tuning())) {
             walk.step(command);
         }
         if (seed % 4 == 0) {
-            walk.step(chance.of(deviceActs(walk.service.chassis())));
+            walk.step("cut " + chance.of(chassis.devices()).name);
         }
         ASSERT_TRUE(walk.step("start"));
         for (int n = 0; n < 60; ++n) {
             // A poll is due with every eleventh message.
-            ASSERT_TRUE(walk.step(n % 8 == 0 ? "poll" : chance.of(chance.of(acts))));
+            ASSERT_TRUE(walk.step(n % 8 == 0 ? "poll" : act(chance, chassis)));
         }
     }
 }
