@@ -49,11 +49,7 @@ struct ModelPolicy : ModelService {
         }
     }
 
-    bool bringUp() {
-        return isVitesse() ? vitesseUp() : is(Board::w83792ad) ? w83792adUp() : w83782dUp();
-    }
-
-    // The first device that does not answer ends it.
+    // The first device that does not answer ends it, of a VSC055 chassis for good.
     bool missing(U32_t bit, U32_t information) {
         connected = connected && !is(Board::vsc055);
         devices |= bit;
@@ -67,67 +63,47 @@ struct ModelPolicy : ModelService {
         return false;
     }
 
-    void fansUp() {
-        for (int fan = 0; fan < policyFans(); ++fan) {
-            load(fan, row.loadAtStart);
-        }
-    }
-
-    // The Xyratex chassis does not look for its sensors.
-    bool vitesseUp() {
-        const bool isXyratex = is(Board::xyratex);
-        if (!answers(0)) {
-            return missing(0x001, isXyratex ? 3 : 2);
-        }
-        connected = true;
-        alarm = isXyratex ? 0 : 3;
-        for (int sensor = 0; !isXyratex && sensor < policySensors(); ++sensor) {
-            if (sensor >= sensorsFitted() || !answers(1 + sensor)) {
-                return missing(U32_t{2} << sensor, 2);
+    // Only a VSC055 chassis looks for its sensors.
+    bool devicesFound() {
+        for (int n = 0; n < monitors(); ++n) {
+            if (!monitorAnswers(n, false)) {
+                return missing(isVitesse() ? 0x001 : 0, row.informationAtStart);
             }
+            connected = true;
         }
-        fansUp();
-        supply = VOLTAGE | REDUNDANCY;
-        if (isXyratex) {
-            leds = ledsLit = PSU_OK;
-            alarmEnter(0);
+        alarm = is(Board::vsc055) ? 3 : 0;
+        for (int sensor = 0; is(Board::vsc055) && sensor < policySensors(); ++sensor) {
+            if (sensor >= sensorsFitted() || !answers(1 + sensor)) {
+                return missing(U32_t{2} << sensor, row.informationAtStart);
+            }
         }
         return true;
     }
 
-    bool w83792adUp() {
-        if (!answers(0)) {
-            return missing(0, 6);
-        }
-        connected = true;
-        supply = VOLTAGE;
-        fansUp();
-        alarm = 3;
-        ledsDriven = reach(1);
-        ledsLit = ledsDriven ? 0xFFFF : 0;
-        return ledsDriven;
-    }
-
-    bool w83782dUp() {
-        for (int n = 0; n < monitors(); ++n) {
-            if (!monitorAnswers(n, false)) {
-                return missing(0, 5);
-            }
-            connected = true;
+    bool bringUp() {
+        if (!devicesFound()) {
+            return false;
         }
         slots = row.slots;
         supplies = row.supplies;
         for (const auto& [name, value] : row.ownTuning) {
             key[name] = value;
         }
-        fansUp();
-        supply = VOLTAGE;
+        for (int fan = 0; fan < policyFans(); ++fan) {
+            load(fan, row.loadAtStart);
+        }
         for (int n = 0; n < monitors(); ++n) {
             reachMonitor(n);
         }
-        alarmSet(3);
-        alarm = 3;
-        return true;
+        supply = isVitesse() ? VOLTAGE | REDUNDANCY : VOLTAGE;
+        leds = ledsLit = is(Board::xyratex) ? PSU_OK : 0;
+        alarmSet(is(Board::xyratex) ? 0 : 3);
+        alarm = is(Board::xyratex) ? 0 : 3;
+        if (is(Board::w83792ad)) {  // its LEDs wake lit
+            ledsDriven = reach(1);
+            ledsLit = ledsDriven ? 0xFFFF : 0;
+        }
+        return !is(Board::w83792ad) || ledsDriven;
     }
 
     // ---- supplies ----

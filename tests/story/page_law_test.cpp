@@ -62,4 +62,32 @@ TEST(PageLaw, RepliesAreForTheRequestor) {
     }
 }
 
+// Without a back-end, and of a type nobody knows: what peers asked for comes back, sensors as they
+// were read last, and what is beyond the arrays as unreadable.
+TEST(PageLaw, RequestsAreEchoed) {
+    Chance chance(1);
+    Walk walk(registersRow());
+    walk.service.run("link 1");
+    for (int n = 0; n < 100; ++n) {
+        walk.model.type = esaControl.enclosureType = chance.of<U8_t>({1, 9});
+        walk.model.key["coolingMaxNumber"] = chance.of<int>({2, 8, 9});
+        walk.model.key["temperatureSensorMaxNumber"] = chance.of<int>({0, 8, 12});
+        esaControl.deviceMaxNumber = 16;
+        esaControl.powerSupplyMaxNumber = 3;
+        esaControl.audibleAlarmMaxNumber = 1;
+        esaControl.coolingMaxNumber = static_cast<U8_t>(walk.model.fans());
+        esaControl.temperatureSensorMaxNumber = static_cast<U8_t>(walk.model.sensors());
+        for (std::size_t sensor = 0; sensor < Model::SENSORS; ++sensor) {
+            const int degrees = chance.below(9) == 0 ? 32767 : chance.below(256) - 128;
+            walk.model.readings[sensor] = degrees;
+            esaControl.temperatureSensor[sensor] = static_cast<S16_t>(degrees);
+        }
+        const auto record = [&] { return fmt::format("{:08X}", chance.below(0x10000) * 0x10001U); };
+        ASSERT_TRUE(walk.step(fmt::format("put drives {} {}, supply {} {}, fans {} {}, alarms 0 {}",
+                                          chance.below(16), record(), chance.below(3), record(),
+                                          chance.below(2), record(), record())));
+        ASSERT_TRUE(walk.step("page"));
+    }
+}
+
 }  // namespace

@@ -32,8 +32,9 @@ struct StoryRow {
     void (*afterInit)() = nullptr;                      // sets what no personality file does
     int slots = 16;
     int supplies = 3;
-    double fullRpm = 0;   // of a fan at 100 percent
-    int loadAtStart = 0;  // percent
+    double fullRpm = 0;            // of a fan at 100 percent
+    int loadAtStart = 0;           // percent
+    U32_t informationAtStart = 0;  // of the event of a device that is missing then
     double loadAtPowerOn = 100;
     U32_t lastingFaults = 0;  // composite faults of the enclosure in perfect health
     std::vector<StoryDevice> devices = {};
