@@ -9,19 +9,6 @@
 #include <tuple>
 #include <type_traits>
 
-#include "bus/esa_i2c.h"
-#include "chassis/chenbro.h"
-#include "chassis/vsc055.h"
-#include "chassis/w83782d.h"
-#include "chassis/w83792ad.h"
-#include "chassis/xyratex.h"
-#include "chips/lm75.h"
-#include "chips/pca9539.h"
-#include "chips/vsc055.h"
-#include "chips/w83782d.h"
-#include "chips/w83792ad.h"
-#include "chips/xyratex_alarm.h"
-#include "link/esa_event.h"
 #include "policy/esa_policy.h"
 #include "state/chassis.h"
 
@@ -78,12 +65,6 @@ std::string invoke(Result (*routine)(Parameters...), const std::vector<Number>& 
 ESA_CODE_e init() {
     return esaChassis()->init();
 }
-void poll() {
-    esaChassis()->poll();
-}
-void fanLoad(U8_t fan, U8_t percent) {
-    esaChassis()->fanLoad(fan, {percent});
-}
 
 using Routine = std::string (*)(const std::vector<Number>& arguments);
 template <auto Function>
@@ -95,47 +76,11 @@ std::string call(const std::vector<Number>& arguments) {
 
 const std::map<std::string, Routine> ROUTINES = {
     ROUTINE(init),
-    ROUTINE(poll),
-    ROUTINE(fanLoad),
-    ROUTINE(chenbroAlarmStateSet),
-    ROUTINE(chenbroPowerVoltageToleranceStatusRead),
-    ROUTINE(chenbroW83782dFanPwmLoad),
-    ROUTINE(chenbroW83782dFanSpeedRead),
     ROUTINE(esaCompositeFaultManage),
     ROUTINE(esaFanFailStatusRead),
-    ROUTINE(esaI2CDataRead),
-    ROUTINE(esaI2CDataWrite),
-    ROUTINE(esaPca9539DriveFaultLEDClear),
-    ROUTINE(esaPca9539DriveFaultLEDSet),
-    ROUTINE(esaReportTimeoutProcess),
     ROUTINE(esaTemperatureEventLog),
     ROUTINE(esaTemperatureFanPolicyFlexibleThreshold),
     ROUTINE(esaTemperatureOverheatCheck),
-    ROUTINE(esaVsc055AlarmStateBackplaneSet),
-    ROUTINE(esaVsc055AlarmStateRead),
-    ROUTINE(esaVsc055DriveFaultLEDClear),
-    ROUTINE(esaVsc055DriveFaultLEDSet),
-    ROUTINE(esaVsc055FanPwmLoad),
-    ROUTINE(esaVsc055FanSpeedRead),
-    ROUTINE(esaW83782dAlarmStateSet),
-    ROUTINE(esaW83782dFanPwmLoad),
-    ROUTINE(esaW83782dFanSpeedRead),
-    ROUTINE(esaW83782dInit),
-    ROUTINE(esaW83782dPowerVoltageToleranceStatusRead),
-    ROUTINE(esaW83782dTemperatureRead),
-    ROUTINE(esaW83792adAlarmStateBackplaneSet),
-    ROUTINE(esaW83792adFanPwmLoad),
-    ROUTINE(esaW83792adFanSpeedRead),
-    ROUTINE(esaW83792adPowerVoltageToleranceStatusRead),
-    ROUTINE(esaW83792adTemperatureRead),
-    ROUTINE(lm75TemperatureRead),
-    ROUTINE(winbondFanPwmLoad),
-    ROUTINE(xyratexAlarmStateRead),
-    ROUTINE(xyratexAlarmStateSet),
-    ROUTINE(xyratexDriveFaultLEDClear),
-    ROUTINE(xyratexDriveFaultLEDSet),
-    ROUTINE(xyratexDrivePresenceRead),
-    ROUTINE(xyratexIsDrivePresent),
 };
 
 // ---- state ----
