@@ -235,6 +235,24 @@ TEST(BringUpOfAW83792ad, SetsDivisorsAndTheOverheatLimit) {
     }
 }
 
+// Of the beep register bit 7 is set and nothing else touched.
+TEST_P(BringUp, TurnsTheBeepOutputOn) {
+    for (int n = 0; n < 64; ++n) {
+        prepare();
+        const U8_t addresses[] = {0x28, 0x2A, 0x2C, 0x30, 0x2D};
+        U8_t before[5];
+        for (int monitor = 0; monitor < 5; ++monitor) {
+            before[monitor] = bench_.registers[addresses[monitor]][0x4D] = bench_.byte();
+        }
+        esaChassis()->init();
+        for (int monitor = 0; monitor < 5; ++monitor) {
+            const bool set = folder() == (monitor < 4 ? "chenbro" : "w83782d");
+            EXPECT_EQ(bench_.registers[addresses[monitor]][0x4D],
+                      before[monitor] | (set ? 0x80 : 0));
+        }
+    }
+}
+
 // ---- counts ----
 
 std::string said(Bench* bench) {

@@ -249,6 +249,7 @@ void Traffic::lossCheck(const ScriptStep& step, const std::vector<Transfer>& tra
     esaControl.fanFaultRpmLimit = 0;
     bench_.failing = static_cast<int>(lost) - static_cast<int>(waits) + 1;
     bench_.log = true;
+    esaControl.i2cConnected = step.command != "init";
     const int result = run(&bench_, commandOf(step));
     const std::string said = bench_.take();
     bench_.log = false;
@@ -263,6 +264,9 @@ void Traffic::lossCheck(const ScriptStep& step, const std::vector<Transfer>& tra
     EXPECT_EQ(linesWith(said, {"event 10/", mails ? "mail" : "event 10/"}),
               linesWith(expected.books.events, {"event", mails ? "mail" : "event"}));
     EXPECT_EQ(esaControl.i2cDeviceFaultStatus, expected.books.faults);
+    const bool isFirst =
+        lost == 0 || (MANNERS.at(folder()).isVsc055 && isProbe(step.command, transfer, lost));
+    EXPECT_EQ(esaControl.i2cConnected, step.command == "init" && isFirst ? 0 : 1);
     EXPECT_TRUE(transfer.failed.empty() || said.find(transfer.failed) != said.npos) << said;
 }
 

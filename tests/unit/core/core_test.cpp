@@ -7,7 +7,7 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <numeric>
+#include <random>
 #include <regex>
 
 #include "chassis/table.h"
@@ -76,59 +76,6 @@ EsaChassisTable_t esaChassisTable() {
 
 namespace {
 
-// ---- a state whose fields are all different ----
-
-template <typename... Fields>
-void countUp(U8_t value, Fields&... fields) {
-    const auto fill = [&value](U8_t* bytes, std::size_t count) {
-        std::iota(bytes, bytes + count, value);
-        value = static_cast<U8_t>(value + count);
-    };
-    (fill(reinterpret_cast<U8_t*>(&fields), sizeof fields), ...);
-}
-
-void stateSet() {
-    EsaControl_t& c = esaControl;
-    c = {};
-    c.socketFdMSM = 0x01020304;
-    c.socketAddressMSM.sun_family = 1;
-    std::strcpy(c.socketAddressMSM.sun_path, "/m/esadapter");
-    c.i2cFileFd = -2;
-    countUp(0x19, c.sesTypeDescriptorList);
-    countUp(0x11, c.enclosureType, c.elementTypeMaxNumber, c.deviceMaxNumber,
-            c.powerSupplyMaxNumber, c.coolingMaxNumber, c.temperatureSensorMaxNumber,
-            c.audibleAlarmMaxNumber);
-    c.pageCodeInRecentSndDiagCmd = 0xFF;
-    U32_t overall = 1001;
-    for (auto* const field :
-         {&c.deviceElementControlOverall, &c.deviceElementStatusOverall,
-          &c.powerSupplyElementControlOverall, &c.powerSupplyElementStatusOverall,
-          &c.coolingElementControlOverall, &c.coolingElementStatusOverall,
-          &c.audibleAlarmElementControlOverall, &c.audibleAlarmElementStatusOverall}) {
-        *field = overall++;
-    }
-    countUp(0x40, c.deviceElementControl, c.deviceElementStatus, c.powerSupplyElementControl,
-            c.powerSupplyElementStatus);
-    countUp(0x01, c.coolingElementControl, c.coolingElementStatus);
-    countUp(0xF0, c.audibleAlarmElementControl, c.audibleAlarmElementStatus);
-    countUp(0xE0, c.coolingElementOnOff);
-    countUp(0x51, c.vitesse);
-    countUp(0x00, c.esaInMsg);
-    countUp(0x07, c.esaWorkSpace);
-    c.driveFaultLedStatus0 = 0x89ABCDEF;
-    c.driveFaultLedStatus1 = 0x12;
-    c.powerSupplyStatus = 3;
-    c.fanFaultStatus = 0x81;
-    std::ranges::copy(std::vector<S16_t>{1, -1, 32767, -32768, 25, 258, 0, -40},
-                      c.temperatureSensor);
-    std::ranges::copy(std::vector<U32_t>{1, 2, 3, 4, 0x01020304, 0xFFFFFFFF, 0, 9},
-                      c.temperatureReportStatus);
-    c.alarmState = 4;
-    c.compositeFaultStatus = 0x80000004;
-    c.selectTimeout = {1, 999};
-    c.pollTimeout = {10, 5};
-}
-
 // ---- the process ----
 
 // An enclosure device, the area, and the trace log at level 0x10; nobody listens at first.
@@ -154,9 +101,7 @@ class CorePlayer : public Player {
         TRACE__setTraceLevel(0, 0x10);
         settings();
         startCommands();
-        personalityCommands();
         loopCommands();
-        faultCommands();
     }
     ~CorePlayer() override {
         esaLinkDown();
@@ -175,12 +120,8 @@ class CorePlayer : public Player {
         commands["no"] = [](auto& w) {
             areaAttaches = w[1] != "area";
             systemCalls.enclosureDevice = w[1] == "device" ? "" : "/dev/null";
-            if (w[1] == "startup") {
-                unsetenv("STARTUP");
-            }
         };
         commands["flags"] = [](auto& w) { area.flags = w.u32(1); };
-        commands["level"] = [](auto& w) { TRACE__setTraceLevel(0, w.u16(1)); };
         commands["bring-up"] = [](auto& w) { initResult = static_cast<ESA_CODE_e>(w.number(1)); };
         commands["type"] = [](auto& w) { esaControl.enclosureType = w.u8(1); };
     }
@@ -219,56 +160,8 @@ class CorePlayer : public Player {
             esaRcpCompleteWait(&area);
             say("slept ", systemCalls.sleptSec, " s");
         };
-        commands["back-end"] = [](auto&) { esaBackendInit(); };
-    }
-    void personalityCommands() {
         commands["file"] = [this](auto& w) { dir_.write(w.from(1)); };
-        // full N C TEXT: the text ends where the buffer does, and N times C follow.
-        commands["full"] = [this](auto& w) {
-            const std::string text = w.from(3);
-            reread(std::string(8192 - text.size(), ' ') + text + std::string(w.u32(1), w[2][0]));
-            esaPersonalityTuningRead();
-            silence();
-            say(std::strlen(esPersonalityToolkitXmlFilePtr), " bytes, divisor ",
-                esaControl.fanSpeedDivisor);
-        };
-        commands["directory"] = [this](auto&) { std::filesystem::create_directory(dir_.file()); };
-        // A path that, cut off at the system's limit, would name the file itself.
-        commands["longpath"] = [this](auto&) {
-            const std::string path = dir_.file().string();
-            setenv("STARTUP", (std::string(4095 - path.size(), '/') + path + "/x").c_str(), 1);
-            EXPECT_FALSE(esaPersonalityRead());
-            silence();
-        };
-        commands["read"] = [this](auto&) {
-            say(esaPersonalityRead() ? "read" : "not read");
-            say(std::strlen(esPersonalityToolkitXmlFilePtr), " bytes");
-        };
-        commands["chassis"] = [this](auto& w) {
-            reread(w.from(1));
-            esaPersonalityChassisChoose();
-            const EsaControl_t& c = esaControl;
-            say(c.enclosureType, ": ", c.deviceMaxNumber, " ", c.powerSupplyMaxNumber, " ",
-                hexLine({c.i2cAddressVsc055}), ", ",
-                hexLine({c.i2cAddressLM75, c.i2cAddressLM75 + 8}), ", ",
-                hexLine({c.i2cAddressW83792ad, c.i2cAddressPca9539, c.i2cAddressW83782d}));
-        };
-        commands["tuning"] = [this](auto& w) {
-            reread(w.from(1));
-            esaPersonalityTuningRead();
-            const EsaControl_t& c = esaControl;
-            std::string all;
-            for (const U32_t value :
-                 {U32_t{c.fanSpeedDivisor}, U32_t{c.coolingMaxNumber},
-                  U32_t{c.temperatureSensorMaxNumber}, c.overheatTemperatureLimit,
-                  c.fanPwm25To50TemperatureThreshold, c.fanPwm50To75TemperatureThreshold,
-                  c.fanPwm75To100TemperatureThreshold, c.fanPwm100To75TemperatureThreshold,
-                  c.fanPwm75To50TemperatureThreshold, c.fanPwm50To25TemperatureThreshold,
-                  c.fanFaultRpmLimit, c.fanPwmLoadMinimum}) {
-                all += " " + std::to_string(value);
-            }
-            say("values" + all);
-        };
+        commands["back-end"] = [](auto&) { esaBackendInit(); };
     }
     void loopCommands() {
         // A running loop with a back-end.
@@ -343,34 +236,7 @@ class CorePlayer : public Player {
             esaCompositeFaultMmsgToStartupSend(static_cast<ESA_CODE_e>(w.number(1)));
         };
     }
-    void faultCommands() {
-        commands["state"] = [](auto&) { stateSet(); };
-        commands["path"] = [](auto& w) {
-            std::ranges::fill(esaControl.socketAddressMSM.sun_path, w[1][0]);
-        };
-        // fault FILE LINE FUNCTION TEXT
-        commands["fault"] = [this](auto& w) {
-            auto expected = esaControl;
-            expected.esaDebug = TRUE;
-            esaFault(w[1].c_str(), w.number(2), w[3].c_str(), "%s", w.from(4).c_str());
-            EXPECT_EQ(std::memcmp(&expected, &esaControl, sizeof expected), 0);
-            records_ = takeAltRecords();
-            say(records_.size(), " records, message of ", std::strlen(esaDebugMsg));
-        };
-        commands["record"] = [this](auto& w) {
-            const AltRecord& record = records_.at(w.u32(1));
-            record.logM ? say("altEventLogM") : say("altEventLog ", record.argument);
-            say(hexRows(record.bytes));
-        };
-    }
 
-    void reread(const std::string& text) {
-        esaControl = {};
-        esaControl.socketFdMSM = -1;
-        dir_.write(text);
-        esaPersonalityRead();
-        silence();
-    }
     std::filesystem::path log() const { return listener_.directory() + "/esa_01.log"; }
     void silence() { shown_ = std::filesystem::file_size(log()); }
     // True when the service has connected anew.
@@ -405,7 +271,6 @@ class CorePlayer : public Player {
     SwitchListener listener_;
     PersonalityDir dir_;
     std::uintmax_t shown_ = 0;
-    std::vector<AltRecord> records_;
     bool accepted_ = false;
 };
 
@@ -415,11 +280,128 @@ TEST(Core, StartUpAndLoopComeOutAsWritten) {
     scriptPlay<CorePlayer>(CORE_TESTS "/start.txt");
     scriptPlay<CorePlayer>(CORE_TESTS "/loop.txt");
 }
-TEST(Core, PersonalityComesOutAsWritten) {
-    scriptPlay<CorePlayer>(CORE_TESTS "/personality.txt");
+
+TEST(Core, ArgumentsDecideHowFarItGoes) {
+    const char* const few = "main(): Arguments few than 2.\n";
+    const char* const low = "main(): shared memory key less than 100.\n";
+    const char* const noArea = "\nesa: Unable to share parameters.esa: Giving up.\n";
+    const struct {
+        const char* arguments;
+        int exit;
+        const char *key, *said;
+    } rows[] = {
+        {"", 1, "", few},
+        {" ./esa", 1, "", few},
+        {" /usr/sbin/esa 99", 2, "", low},
+        {" /usr/sbin/esa 0", 2, "", low},
+        {" /usr/sbin/esa -5", 2, "", low},
+        {" /usr/sbin/esa abc", 2, "", low},
+        {" /usr/sbin/esa 0x63", 2, "", low},
+        {" /usr/sbin/esa 0143", 2, "", low},
+        {" /usr/sbin/esa -2147483649", 2, "", low},
+        {" a/b/esa 100", 3, "area of key 100\n", noArea},
+        {" a/b/esa 0x64", 3, "area of key 100\n", noArea},
+        {" a/b/esa 0144", 3, "area of key 100\n", noArea},
+        {" a/b/esa 101st", 3, "area of key 101\n", noArea},
+        {" a/b/esa 4294967396", 3, "area of key 2147483647\n", noArea},
+    };
+    for (const auto& row : rows) {
+        CorePlayer player;
+        player.run("no area");
+        EXPECT_EQ(player.run("main" + std::string(row.arguments)),
+                  "exit " + std::to_string(row.exit) + "\n" + row.key +
+                      "main(): Start the Enclosure Services Adapter." + row.said);
+    }
 }
-TEST(Core, FaultsComeOutAsWritten) {
-    scriptPlay<CorePlayer>(CORE_TESTS "/fault.txt");
+
+// Values go out in pairs that are not masked: a high one spills into the other half.
+TEST(Core, PersonalityGoesOutInAnEvent) {
+    auto random = [engine = std::mt19937(1)]() mutable { return static_cast<U32_t>(engine()); };
+    const char* const names[] = {"fanSpeedDivisor",
+                                 "overheatTemperatureLimit",
+                                 "fanPwm25To50TemperatureThreshold",
+                                 "fanPwm50To75TemperatureThreshold",
+                                 "fanPwm75To100TemperatureThreshold",
+                                 "fanPwm100To75TemperatureThreshold",
+                                 "fanPwm75To50TemperatureThreshold",
+                                 "fanPwm50To25TemperatureThreshold",
+                                 "fanFaultRpmLimit",
+                                 "fanPwmLoadMinimum"};
+    for (int n = 0; n < 20; ++n) {
+        std::string text =
+            "\"PeltoTolvex\" \"coolingMaxNumber\" value=\"44\" \"temperatureSensorMaxNumber\" "
+            "value=\"6\"";
+        Bytes data(144);
+        data[0] = 5;    // enclosure type
+        data[15] = 44;  // fans
+        data[19] = 6;   // sensors
+        data[59] = 11;  // information
+        U32_t low = 0;
+        for (std::size_t key = 0; key < std::size(names); ++key) {
+            const U32_t value = random() % (key == 0 ? 256 : n % 3 == 0 ? 0x7FFFFFFF : 0x10000);
+            text += " \"" + std::string(names[key]) + "\" value=\"" + std::to_string(value) + "\"";
+            const U32_t pair = low | value << 16;
+            for (std::size_t byte = 0; byte < 4 && key % 2 == 1; ++byte) {
+                data[112 + key / 2 * 4 + byte] = static_cast<U8_t>(pair >> (24 - 8 * byte));
+            }
+            low = value;
+        }
+        std::string event = "event 10/1\n";
+        for (const std::string& row : hexRows(data)) {
+            event += row + "\n";
+        }
+        CorePlayer player;
+        player.run("listen");
+        player.run("file " + text);
+        const std::string said = player.run("init");
+        EXPECT_TRUE(said.starts_with("sent 360\n") && said.ends_with(event)) << said << event;
+    }
+}
+
+TEST(Core, OverheatLimitOf0IsWarnedOfWhereThereIsABackEnd) {
+    const std::pair<const char*, bool> rows[] = {
+        {"\"PeltoTolvex\"", true},
+        {"\"Xyratex 2U12ATX\"", true},
+        {"\"PeltoTolvex\" \"overheatTemperatureLimit\" value=\"1\"", false},
+        {"\"Korvo Standard\"", false},
+        {"text", false}};
+    const char* const warning =
+        "Overheat Temperature Limit is 0, every temperature above it is an overheat.\n";
+    for (const auto& [text, isWarned] : rows) {
+        CorePlayer player;
+        player.run(std::string("file ") + text);
+        EXPECT_EQ(player.run("init").find(warning) != std::string::npos, isWarned) << text;
+    }
+}
+
+// Every ten seconds for three minutes.
+TEST(Core, PlatformIsWaitedFor) {
+    for (int sleeps = -1; sleeps < 20; ++sleeps) {
+        const bool comes = sleeps >= 0 && sleeps < 18;
+        const std::string slept = std::to_string(comes ? sleeps : 18);
+        CorePlayer player;
+        EXPECT_EQ(player.run("wait " + std::to_string(sleeps)),
+                  "slept " + std::to_string(std::stoi(slept) * 10) + " s\n" +
+                      (comes ? "RCP Complete flag is marked now.\n" : "") +
+                      "rcpWaitRetryCount = [" + slept + "]\n");
+    }
+}
+
+// Less than a pass left is due; otherwise a pass is taken off, in microseconds.
+TEST(Core, CountdownLosesAPassOrIsDue) {
+    auto random = [engine = std::mt19937(1)]() mutable { return static_cast<U32_t>(engine()); };
+    CorePlayer player;
+    player.run("loop");
+    for (int n = 0; n < 300; ++n) {
+        const unsigned pass = 1 + random() % 3000000;
+        const unsigned left = n % 4 == 0 ? pass + random() % 3 - 1 : random() % 10000000;
+        const bool due = left < pass, polls = n % 3 != 0;
+        player.run(polls ? "type 5" : n % 2 == 0 ? "type 9" : "type 1");
+        const unsigned after = due ? 10000000 : left - pass;
+        EXPECT_EQ(player.run("timer " + std::to_string(left) + " " + std::to_string(pass)),
+                  std::to_string(after / 1000000) + " s " + std::to_string(after % 1000000) +
+                      " us\n" + (due && polls ? "poll\n" : ""));
+    }
 }
 
 TEST(Core, InitialisationSetsTheDefaultsAndClearsAllElse) {
