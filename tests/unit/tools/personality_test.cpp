@@ -86,7 +86,7 @@ class PersonalityTool : public testing::Test {
 }  // namespace
 
 TEST_F(PersonalityTool, FindsWhatIsTyped) {
-    for (const Case& c : casesOf(CASES "/personality.txt")) {
+    for (const Case& c : casesOf(CASES "/cases/personality.txt")) {
         for (const std::string& line : linesOf(c.get("table"))) {
             SCOPED_TRACE(line);
             const std::vector<std::string> row = cut(line + "|", '|');
@@ -101,7 +101,7 @@ TEST_F(PersonalityTool, FindsWhatIsTyped) {
 
 TEST_F(PersonalityTool, ReportsWhatIsTyped) {
     const std::string directory = dir_.file().parent_path();
-    for (const Case& c : casesOf(CASES "/personality.txt")) {
+    for (const Case& c : casesOf(CASES "/cases/personality.txt")) {
         dir_.write(fileOf(c));
         for (const std::string& words : c.all("run")) {
             SCOPED_TRACE(c.name + ": " + words);

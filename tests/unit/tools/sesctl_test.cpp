@@ -25,7 +25,7 @@ using Bytes = std::vector<std::uint8_t>;
 namespace {
 
 const std::vector<Case>& sesctlCases() {
-    static const std::vector<Case> cases = casesOf(CASES "/sesctl.txt");
+    static const std::vector<Case> cases = casesOf(CASES "/cases/sesctl.txt");
     return cases;
 }
 
