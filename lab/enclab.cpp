@@ -351,9 +351,11 @@ void addLabOptions(CLI::App& app, Arguments& arguments) {
 }
 
 int runFiles(Arguments& arguments) {
-    arguments.run.lab.daemon = arguments.daemon;
-    arguments.run.lab.encdev = arguments.encdev;
-    arguments.run.lab.launcher = arguments.launcher();
+    LabOptions& lab = arguments.run.options.lab;
+    lab.daemon = arguments.daemon;
+    lab.encdev = arguments.encdev;
+    lab.launcher = arguments.launcher();
+    lab.trace = arguments.trace;
     return enclab::runScenarios(arguments.run);
 }
 
@@ -363,8 +365,12 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
         ->required()
         ->check(CLI::ExistingFile);
     run->add_option("--junit", arguments.run.junit, "write the results as JUnit XML");
-    run->add_option("--seed", arguments.run.seed, "seed of fault rules that act by chance")
-        ->check(CLI::NonNegativeNumber);
+    run->add_option("--chassis", arguments.run.chassis,
+                    "play on this chassis only (default: on each the file is for)")
+        ->check(CLI::IsMember(enclab::selectableChassis()));
+    run->add_option("--seed", arguments.run.options.seed, "seed of fault rules that act by chance");
+    run->add_flag("--trace", arguments.trace, "show the daemon's verbose trace, too");
+    run->add_flag("--bus", arguments.run.options.bus, "show the bus transfers, too");
     addDaemonOptions(*run, arguments);
     return run;
 }

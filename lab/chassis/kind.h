@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string_view>
 
 #include "esa_evl.h"
 #include "lab/chassis/chassis.h"
@@ -27,6 +28,8 @@ struct ChassisKind {
     // The enclosure types it is; a personality file that selects it selects the first.
     std::span<const KORVO_E_CHASSIS_e> types;
     std::unique_ptr<Chassis> (*make)(const ChassisTuning& tuning);
+    // What the service says in its first poll of a sound one, as scenarios expect it.
+    std::span<const std::string_view> firstPoll = {};
     Personality personality = {};  // the lab's own, of a chassis that a personality file selects
 };
 

@@ -84,6 +84,11 @@ bool W83792adChassis::driveLedLit(int slot) const {
 namespace {
 
 constexpr KORVO_E_CHASSIS_e kTypes[] = {KORVO_E_CHASSIS_KORVO_W83792AD};
+// The redundancy is found good, the voltage bad for good.
+constexpr std::string_view kFirstPoll[] = {
+    "event power supply status: information, supplies 2, status 0x03",
+    "event power supply status: warning, supplies 2, status 0x02", "led composite fault LED on",
+    "mail e-mail notification"};
 
 std::unique_ptr<Chassis> make(const ChassisTuning& tuning) {
     W83792adChassisOptions options;
@@ -97,6 +102,7 @@ std::unique_ptr<Chassis> make(const ChassisTuning& tuning) {
 constinit const ChassisKind kinds::w83792ad = {
     .types = kTypes,
     .make = make,
+    .firstPoll = kFirstPoll,
     .personality = {.coolingMaxNumber = 6, .temperatureSensorMaxNumber = 3}};
 
 }  // namespace enclab

@@ -5,10 +5,13 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <iterator>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "lab/scenario/judge.h"
 #include "lab/words.h"
 #include "tools/sesctl/render.h"
 
@@ -17,6 +20,8 @@ namespace enclab {
 namespace {
 
 using Words = std::vector<std::string>;
+
+constexpr char kNoPage[] = "no page";
 
 const char* onOff(bool on) {
     return on ? "on" : "off";
@@ -67,7 +72,7 @@ std::string daemonState(Lab& lab, const Words&) {
 // A value of the newest status page by its path in `sesctl status --json`: "fans/1/rpm".
 std::string pageValue(Lab& lab, const Words& words) {
     if (!lab.sesInitiator().status()) {
-        return "no page";
+        return kNoPage;
     }
     const auto page = nlohmann::json::parse(sesctl::statusJson(*lab.sesInitiator().status()));
     const nlohmann::json::json_pointer path("/" + words[0]);
@@ -81,7 +86,7 @@ std::string pageValue(Lab& lab, const Words& words) {
 std::string pageByte(Lab& lab, const Words& words) {
     const auto place = number<std::size_t>(words[0], "the place of a byte");
     const Bytes& page = lab.sesInitiator().statusPage();
-    return place < page.size() ? fmt::format("{:02x}", page[place]) : "none";
+    return place < page.size() ? fmt::format("{:02x}", page[place]) : kNoPage;
 }
 
 // "*" in a subject is one word of the scenario's.
@@ -119,11 +124,7 @@ constexpr struct {
 
 Words split(const std::string& text) {
     std::istringstream stream(text);
-    Words words;
-    for (std::string word; stream >> word;) {
-        words.push_back(word);
-    }
-    return words;
+    return {std::istream_iterator<std::string>(stream), {}};
 }
 
 // The words that stand for the stars of the subject; none when it is another subject.
@@ -152,21 +153,67 @@ std::string allSubjects() {
 
 }  // namespace
 
-std::optional<std::string> checkLab(Lab& lab, const std::string& check) {
-    const std::size_t sign = check.find(" = ");
-    if (sign == check.npos) {
-        refuse(fmt::format("'{}' is not SUBJECT = VALUE", check));
+Check::Check(std::string text) : text_(std::move(text)) {
+    const Words words = split(text_);
+    constexpr std::string_view kSigns[] = {"=", "not", "<", ">"};
+    const auto sign = std::ranges::find_first_of(words, kSigns);
+    if (sign == words.begin() || sign == words.end() || sign + 1 == words.end()) {
+        refuse(
+            fmt::format("'{}' is not SUBJECT = VALUE; for = there may stand not, < and >", text_));
     }
-    const Words words = split(check.substr(0, sign));
-    const std::string wanted = fmt::format("{}", fmt::join(split(check.substr(sign + 3)), " "));
+    findSubject({words.begin(), sign});
+    readWanted({sign, words.end()});
+}
+
+void Check::findSubject(const Words& words) {
     for (const auto& row : kSubjects) {
         if (const auto stars = starred(split(row.subject), words)) {
-            const std::string value = row.value(lab, *stars);
-            return value == wanted ? std::nullopt : std::optional(value);
+            value_ = row.value;
+            stars_ = *stars;
+            return;
         }
     }
-    refuse(fmt::format("nothing to check by '{}'; there is: {}", check.substr(0, sign),
+    refuse(fmt::format("nothing to check by '{}'; there is: {}", fmt::join(words, " "),
                        allSubjects()));
+}
+
+// The sign and what stands behind it.
+void Check::readWanted(const Words& words) {
+    constexpr double kAny = std::numeric_limits<double>::infinity();
+    const auto bound = [](std::string_view word) { return number<double>(word, "a number"); };
+    wanted_ = fmt::format("{}", fmt::join(words.begin() + 1, words.end(), " "));
+    not_ = words[0] == "not";
+    const std::size_t dots = wanted_.find("..");
+    if (words[0] == "<") {
+        range_ = {-kAny, std::nextafter(bound(wanted_), -kAny)};
+    } else if (words[0] == ">") {
+        range_ = {std::nextafter(bound(wanted_), kAny), kAny};
+    } else if (dots != wanted_.npos) {
+        const std::string_view both = wanted_;
+        range_ = {bound(both.substr(0, dots)), bound(both.substr(dots + 2))};
+        if (range_->first > range_->second) {
+            refuse(fmt::format("'{}' is not LOW..HIGH", wanted_));
+        }
+    }
+}
+
+bool Check::holds(const std::string& value) const {
+    if (!range_) {
+        return value == wanted_;
+    }
+    const Words words = split(value);
+    return !words.empty() && std::ranges::all_of(words, [this](const std::string& word) {
+        double one = 0;
+        const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), one);
+        return error == std::errc() && *end == '\0' && range_->first <= one &&
+               one <= range_->second;
+    });
+}
+
+std::optional<std::string> Check::instead(Lab& lab) const {
+    const std::string value = value_(lab, stars_);
+    const bool held = value != kNoPage && holds(value) != not_;
+    return held ? std::nullopt : std::optional(value);
 }
 
 }  // namespace enclab

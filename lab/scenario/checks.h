@@ -4,13 +4,39 @@
 
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "lab/session/lab.h"
 
 namespace enclab {
 
-// Empty when the check holds, else what is instead. Throws std::exception with a reason when the
-// check is none, or not one of this lab.
-std::optional<std::string> checkLab(Lab& lab, const std::string& check);
+class Check {
+  public:
+    // "SUBJECT = VALUE", "SUBJECT = LOW..HIGH", the same with "not" for "=", "SUBJECT < NUMBER" or
+    // "SUBJECT > NUMBER". Of a subject of several numbers each is compared. Throws
+    // std::invalid_argument with the reason when it is none.
+    explicit Check(std::string text);
+
+    const std::string& text() const { return text_; }
+    // Empty when the check holds, else what is instead. Throws std::exception with a reason when
+    // this lab has nothing of the kind.
+    std::optional<std::string> instead(Lab& lab) const;
+
+  private:
+    using Words = std::vector<std::string>;
+    using Value = std::string (*)(Lab&, const Words&);
+
+    void findSubject(const Words& words);
+    void readWanted(const Words& words);
+    bool holds(const std::string& value) const;
+
+    std::string text_;
+    Value value_ = nullptr;
+    Words stars_;  // of the subject
+    bool not_ = false;
+    std::string wanted_;
+    std::optional<std::pair<double, double>> range_;  // instead of `wanted_`, both included
+};
 
 }  // namespace enclab

@@ -5,11 +5,11 @@
 
 #include <toml++/toml.h>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <optional>
 
+#include "lab/scenario/chassis_words.h"
 #include "lab/scenario/scenario.h"
 
 namespace enclab {
@@ -22,18 +22,26 @@ constexpr double kOnePoll = 11;
 constexpr double kQuiet = 2 * kOnePoll;
 constexpr std::size_t kMostSteps = 20000;
 
-constexpr std::array<std::string_view, 3> kUsualStart = {
-    "event personality: information*",
-    "startup initialisation complete",
-    "event enclosure bus: information*answers",
-};
-
 class Reader {
   public:
-    explicit Reader(const std::filesystem::path& file) { scenario_.file = file; }
+    explicit Reader(const std::filesystem::path& file) : file_(file) {}
 
-    Scenario read() {
+    std::vector<Scenario> read() {
         const toml::table root = parse();
+        const std::vector<std::string> chassis = chassisOf(root);
+        std::vector<Scenario> scenarios;
+        for (const std::string& name : chassis) {
+            scenarios.push_back(readFor(name, root));
+            scenarios.back().oneOfSeveral = chassis.size() > 1;
+        }
+        return scenarios;
+    }
+
+  private:
+    Scenario readFor(const std::string& chassis, const toml::table& root) {
+        scenario_ = {};
+        scenario_.file = file_;
+        scenario_.chassis = chassis;
         line_ = 1;
         allowKeys(root,
                   {"title", "chassis", "plant", "personality", "start", "allow", "end", "step"});
@@ -41,11 +49,12 @@ class Reader {
         if (scenario_.title.empty()) {
             fail("a scenario has a title");
         }
-        readChassis(root);
+        readPersonality(root);
+        words_.emplace(chassis, scenario_.personality);
         scenario_.plant = value<bool>(root, "plant", "true or false").value_or(false);
         scenario_.start = texts(root, "start");
         if (!root.contains("start")) {
-            scenario_.start.assign(kUsualStart.begin(), kUsualStart.end());
+            scenario_.start = words_->usualStart();
         }
         scenario_.allowed = texts(root, "allow");
         readSteps(root);
@@ -53,15 +62,14 @@ class Reader {
         return std::move(scenario_);
     }
 
-  private:
     [[noreturn]] void fail(const std::string& text) const {
-        throw ScenarioError(scenario_.file, line_, text);
+        throw ScenarioError(file_, line_, text);
     }
     void at(const toml::node& node) { line_ = static_cast<int>(node.source().begin.line); }
 
     toml::table parse() {
         try {
-            return toml::parse_file(scenario_.file.native());
+            return toml::parse_file(file_.native());
         } catch (const toml::parse_error& error) {
             line_ = static_cast<int>(error.source().begin.line);
             fail(std::string(error.description()));
@@ -102,8 +110,20 @@ class Reader {
         return found;
     }
 
-    // One text or a list of texts.
+    // One text or a list of texts, as they read on the chassis.
     std::vector<std::string> texts(const toml::table& table, std::string_view key) {
+        std::vector<std::string> all;
+        for (const std::string& entry : plainTexts(table, key)) {
+            try {
+                const std::vector<std::string> these = words_->on(entry);
+                all.insert(all.end(), these.begin(), these.end());
+            } catch (const std::exception& error) {
+                fail(error.what());
+            }
+        }
+        return all;
+    }
+    std::vector<std::string> plainTexts(const toml::table& table, std::string_view key) {
         const toml::node* node = table.get(key);
         if (node == nullptr) {
             return {};
@@ -123,13 +143,31 @@ class Reader {
         return all;
     }
 
-    void readChassis(const toml::table& root) {
-        scenario_.chassis = text(root, "chassis").value_or(scenario_.chassis);
-        try {
-            scenario_.personality = personalityOf(scenario_.chassis);
-        } catch (const std::out_of_range& error) {
-            fail(error.what());
+    // "all", one or a list.
+    std::vector<std::string> chassisOf(const toml::table& root) {
+        const toml::node* node = root.get("chassis");
+        if (node == nullptr) {
+            return {std::string(kDefaultChassis)};
         }
+        const std::vector<std::string> names = plainTexts(root, "chassis");
+        const std::vector<std::string> known = selectableChassis();
+        if (names == std::vector<std::string>{"all"}) {
+            return known;
+        }
+        for (const std::string& name : names) {
+            if (std::ranges::find(known, name) == known.end()) {
+                fail(fmt::format("no chassis '{}'; there is: {}", name, fmt::join(known, ", ")));
+            }
+        }
+        at(*node);
+        if (names.empty()) {
+            fail("'chassis' names one at least, or \"all\"");
+        }
+        return names;
+    }
+
+    void readPersonality(const toml::table& root) {
+        scenario_.personality = personalityOf(scenario_.chassis);
         const toml::node* node = root.get("personality");
         if (node == nullptr) {
             return;
@@ -168,30 +206,36 @@ class Reader {
                   {"at", "name", "do", "expect", "check", "within", "every", "times", "for"});
         Step step;
         step.line = line;
+        const bool something =
+            table.contains("do") || table.contains("expect") || table.contains("check");
         const auto when = number(table, "at");
         step.name = text(table, "name").value_or("");
         step.commands = texts(table, "do");
         step.expected = texts(table, "expect");
-        step.checks = texts(table, "check");
+        const std::vector<std::string> checks = texts(table, "check");
         const auto within = number(table, "within");
         line_ = line;
         if (!when) {
             fail("a step says when: at = SECONDS after the daemon's start");
         }
         step.at = *when;
-        if (step.commands.empty() && step.expected.empty() && step.checks.empty()) {
+        if (!something) {
             fail("a step has something to do, to expect or to check");
+        }
+        if (step.commands.empty() && step.expected.empty() && checks.empty()) {
+            return;  // it is for other chassis
         }
         const bool waits = !step.expected.empty() || !step.commands.empty();
         step.within = within.value_or(waits ? kOnePoll : 0);
         if (step.within < 0) {
             fail("'within' is not negative");
         }
-        addRepeated(step, table);
+        addRepeated(step, checks, table);
     }
 
     // A step with `every`, once for each of `for` or as many times as `times`.
-    void addRepeated(const Step& step, const toml::table& table) {
+    void addRepeated(const Step& step, const std::vector<std::string>& checks,
+                     const toml::table& table) {
         const auto every = number(table, "every");
         const auto times = value<std::int64_t>(table, "times", "a whole number");
         std::vector<std::string> values = valuesOf(table);
@@ -210,16 +254,27 @@ class Reader {
         for (std::size_t n = 0; n < values.size(); ++n) {
             Step copy = step;
             copy.at = step.at + static_cast<double>(n) * every.value_or(0);
-            for (auto* lines : {&copy.commands, &copy.expected, &copy.checks}) {
+            for (auto* lines : {&copy.commands, &copy.expected}) {
                 for (std::string& entry : *lines) {
                     entry = filled(entry, values[n]);
                 }
+            }
+            for (const std::string& check : checks) {
+                addCheck(copy, filled(check, values[n]));
             }
             copy.name = filled(copy.name, values[n]);
             scenario_.steps.push_back(std::move(copy));
         }
         if (scenario_.steps.size() > kMostSteps) {
             fail(fmt::format("more than {} steps", kMostSteps));
+        }
+    }
+
+    void addCheck(Step& step, const std::string& text) {
+        try {
+            step.checks.emplace_back(text);
+        } catch (const std::exception& error) {
+            fail(error.what());
         }
     }
 
@@ -276,7 +331,9 @@ class Reader {
         }
     }
 
+    std::filesystem::path file_;
     Scenario scenario_;
+    std::optional<ChassisWords> words_;
     int line_ = 1;
 };
 
@@ -285,7 +342,7 @@ class Reader {
 ScenarioError::ScenarioError(const std::filesystem::path& file, int line, const std::string& text)
     : std::runtime_error(fmt::format("{}:{}: {}", file.native(), line, text)) {}
 
-Scenario readScenario(const std::filesystem::path& file) {
+std::vector<Scenario> readScenario(const std::filesystem::path& file) {
     return Reader(file).read();
 }
 

@@ -3,14 +3,15 @@
 
 #include <fmt/format.h>
 #include <unistd.h>
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
-
-#include "lab/scenario/run_scenario.h"
 
 namespace enclab {
 
@@ -25,13 +26,40 @@ struct Result {
     double seconds;  // real ones
 };
 
-volatile std::sig_atomic_t endWanted = 0;
-
-void watchSignals() {
-    for (const int number : {SIGHUP, SIGINT, SIGTERM}) {
-        std::signal(number, [](int) { endWanted = 1; });
+// What is to be played, of all files.
+std::vector<Scenario> scenariosOf(const RunArguments& arguments) {
+    std::vector<Scenario> all;
+    for (const auto& file : arguments.files) {
+        for (Scenario& scenario : readScenario(file)) {
+            if (arguments.chassis.empty() || scenario.chassis == arguments.chassis) {
+                all.push_back(std::move(scenario));
+            }
+        }
     }
+    return all;
 }
+
+// "fan-pulled.toml", "fan-pulled.toml on xyratex"
+std::string named(const std::filesystem::path& file, const Scenario& scenario) {
+    return file.native() + (scenario.oneOfSeveral ? " on " + scenario.chassis : "");
+}
+
+// Whether one has come since the last call, between two scenarios or while one was played.
+class Signals {
+  public:
+    Signals() : signals_(io_, SIGHUP, SIGINT, SIGTERM) {
+        signals_.async_wait([this](const asio::error_code&, int) { came_ = true; });
+    }
+    bool came() {
+        io_.poll();
+        return came_;
+    }
+
+  private:
+    asio::io_context io_;
+    asio::signal_set signals_;
+    bool came_ = false;
+};
 
 std::string escaped(const std::string& text) {
     std::string result;
@@ -76,19 +104,17 @@ void writeJunit(const std::filesystem::path& file, const std::vector<Result>& re
     }
 }
 
-Result runOne(const std::filesystem::path& file, const RunArguments& arguments,
-              const LabOptions& lab) {
+Result play(const Scenario& scenario, const RunOptions& options, Signals& signals) {
     const auto begun = std::chrono::steady_clock::now();
-    Scenario scenario = readScenario(file);
-    scenario.seed = arguments.seed;
-    fmt::print("== {}: {}\n", file.filename().native(), scenario.title);
-    Result result{file.stem().native(), {}, 0};
-    result.outcome = runScenario(scenario, lab, [](const std::string& line) {
+    const std::string name = named(scenario.file.filename(), scenario);
+    fmt::print("== {}: {}\n", name, scenario.title);
+    Result result{named(scenario.file.stem(), scenario), {}, 0};
+    result.outcome = runScenario(scenario, options, [&signals](const std::string& line) {
         fmt::print("{}\n", line);
-        return endWanted == 0;
+        return !signals.came();
     });
     const std::size_t failures = result.outcome.failures.size();
-    fmt::print("== {}: {}\n\n", file.filename().native(),
+    fmt::print("== {}: {}\n\n", name,
                failures == 0 ? "all held" : fmt::format("{} failed", failures));
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count();
@@ -98,28 +124,32 @@ Result runOne(const std::filesystem::path& file, const RunArguments& arguments,
 }  // namespace
 
 int runScenarios(const RunArguments& arguments) {
-    watchSignals();
-    LabOptions lab = arguments.lab;
-    lab.directory = LabDirectory::defaultPath(fmt::format("run-{}", getpid()));
+    Signals signals;
+    RunOptions options = arguments.options;
+    options.lab.directory = LabDirectory::defaultPath(fmt::format("run-{}", getpid()));
     std::vector<Result> results;
-    bool allHeld = true;
-    for (const auto& file : arguments.files) {
-        try {
-            results.push_back(runOne(file, arguments, lab));
-        } catch (const ScenarioError& error) {
-            std::fflush(stdout);
-            fmt::print(stderr, "{}\n", error.what());
+    try {
+        const std::vector<Scenario> scenarios = scenariosOf(arguments);
+        if (scenarios.empty()) {
+            fmt::print(stderr, "enclab: nothing here plays on {}\n", arguments.chassis);
             return kExitUnusable;
         }
-        allHeld = allHeld && results.back().outcome.failures.empty();
-        if (endWanted != 0) {
-            break;
+        for (const Scenario& scenario : scenarios) {
+            results.push_back(play(scenario, options, signals));
+            if (signals.came()) {
+                break;
+            }
         }
+    } catch (const ScenarioError& error) {
+        std::fflush(stdout);
+        fmt::print(stderr, "{}\n", error.what());
+        return kExitUnusable;
     }
     if (!arguments.junit.empty()) {
         writeJunit(arguments.junit, results);
     }
-    return allHeld ? 0 : kExitFailed;
+    const auto held = [](const Result& result) { return result.outcome.failures.empty(); };
+    return std::ranges::all_of(results, held) ? 0 : kExitFailed;
 }
 
 }  // namespace enclab

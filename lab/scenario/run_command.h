@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "lab/session/lab.h"
+#include "lab/scenario/run_scenario.h"
 
 namespace enclab {
 
 struct RunArguments {
-    std::vector<std::filesystem::path> files;
-    std::filesystem::path junit;  // empty: no report
-    std::string seed;             // of fault rules that act by chance; empty: their own
-    LabOptions lab;               // which daemon, and how it is started
+    std::vector<std::filesystem::path> files = {};
+    std::filesystem::path junit = {};  // empty: no report
+    std::string chassis = {};          // plays on this one only; empty: on each the file is for
+    RunOptions options = {};           // but the lab's directory
 };
 
 // Prints the timelines; the exit status: 0 all held, 1 something did not, 2 a file cannot be run.

@@ -3,11 +3,14 @@
 
 #include <fmt/format.h>
 
+#include <asio/signal_set.hpp>
+
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 
-#include "lab/scenario/checks.h"
 #include "lab/scenario/judge.h"
+#include "lab/scenario/log_tail.h"
 #include "lab/session/commands.h"
 
 namespace enclab {
@@ -29,18 +32,37 @@ LabOptions optionsFor(const Scenario& scenario, LabOptions options) {
 
 class Run {
   public:
-    Run(const Scenario& scenario, LabOptions options,
+    Run(const Scenario& scenario, const RunOptions& options,
         const std::function<bool(const std::string&)>& tell)
         : scenario_(scenario),
           tell_(tell),
-          lab_(optionsFor(scenario, std::move(options))),
+          lab_(optionsFor(scenario, options.lab)),
+          signals_(lab_.virtualTime()->workIo(), SIGHUP, SIGINT, SIGTERM),
           commands_(
-              lab_, [] {}, [](bool) {}),
+              lab_, [] {}, [this](bool on) { bus_ = on; }),
+          log_(lab_.directory().log() / "esa_01.log"),
           judge_(scenario.allowed),
-          before_(std::max(0.0, -scenario.steps.front().at)) {}
+          before_(std::max(0.0, -scenario.steps.front().at)),
+          bus_(options.bus) {
+        if (options.seed) {
+            commands_.setSeed(*options.seed);
+        }
+        signals_.async_wait([this](const asio::error_code& error, int) {
+            if (!error) {
+                goesOn_ = false;
+                lab_.virtualTime()->stop();
+            }
+        });
+        lab_.chassis().bus().observe([this](const BusTransfer& transfer) {
+            if (bus_) {
+                show("bus", describe(transfer));
+            }
+        });
+    }
 
     Outcome run() {
         lab_.onMessage([this](std::uint8_t from, const Message& message) { see(from, message); });
+        lab_.onDaemonStart([this] { daemonStarted(); });
         lab_.onDaemonExit([this] { daemonEnded(); });
         lab_.onNote([this](const std::string& line) { show("lab", line); });
         at(0, [this] { doCommand(nullptr, "daemon start"); });
@@ -49,10 +71,14 @@ class Run {
             at(step.at, [this, n] { begin(n); });
             at(step.at + step.within + kMoment, [this, n] { finish(n); });
         }
-        lab_.runUntil([this] { return !goesOn_; },
+        const auto over = [this] {
+            showLog();
+            return !goesOn_;
+        };
+        lab_.runUntil(over,
                       std::chrono::milliseconds(std::lround((before_ + scenario_.end) * 1000)));
         if (!goesOn_) {
-            fail(0, "ended before its time");
+            giveUp();
         }
         outcome_.daemonOutput.assign(lab_.daemonOutput().begin(), lab_.daemonOutput().end());
         return std::move(outcome_);
@@ -65,7 +91,21 @@ class Run {
     }
 
     void put(const std::string& line) {
+        showLog();
         goesOn_ = tell_(fmt::format("[{:10.1f}] {}", time(), line)) && goesOn_;
+    }
+    // What the daemon has written comes before what has come of it.
+    void showLog() {
+        if (!lab_.options().trace) {
+            return;
+        }
+        const std::string& directory = lab_.directory().path().native();
+        for (std::string line : log_.lines()) {
+            if (const std::size_t place = line.find(directory); place != line.npos) {
+                line.replace(place, directory.size(), "DIRECTORY");
+            }
+            tell_(fmt::format("[{:10.1f}] {:<8}{}", time(), "trace", line));
+        }
     }
     void show(std::string_view tag, const std::string& text) {
         put(fmt::format("{:<8}{}", tag, text));
@@ -89,34 +129,35 @@ class Run {
         }
     }
 
+    void giveUp() {
+        fail(0, "ended before its time");
+        if (lab_.daemonRunning()) {
+            lab_.endDaemon(SIGKILL);
+        }
+    }
+
+    void daemonStarted() {
+        log_.restart();
+        judge_.close(kStart);
+        judge_.expect(kStart, scenario_.start);
+        at(time() + kStartWithin, [this, started = ++starts_] {
+            if (started == starts_) {
+                close(kStart, 0);
+            }
+        });
+    }
+
     void daemonEnded() {
         fail(0, fmt::format("the daemon ended with status {}",
                             lab_.daemon().exitStatus().value_or(0)));
     }
 
-    // A rule that acts by chance gets the run's seed, unless it has one.
-    std::string seeded(const std::string& command) const {
-        const bool byChance =
-            command.starts_with("fault add") && command.find(" prob=") != command.npos;
-        const bool own = scenario_.seed.empty() || command.find(" seed=") != command.npos;
-        return byChance && !own ? command + " seed=" + scenario_.seed : command;
-    }
-
     void doCommand(const Step* step, const std::string& command) {
         constexpr std::size_t kShown = 100;
         show("do", command.size() > kShown ? command.substr(0, kShown) + "..." : command);
-        const Commands::Result result = commands_.run(seeded(command));
+        const Commands::Result result = commands_.run(command);
         if (!result.ok) {
             throw ScenarioError(scenario_.file, step != nullptr ? step->line : 1, result.text);
-        }
-        if (command == "daemon start") {
-            judge_.close(kStart);
-            judge_.expect(kStart, scenario_.start);
-            at(time() + kStartWithin, [this, started = ++starts_] {
-                if (started == starts_) {
-                    close(kStart, 0);
-                }
-            });
         }
     }
 
@@ -136,7 +177,7 @@ class Run {
     void finish(std::size_t n) {
         const Step& step = scenario_.steps[n];
         close(static_cast<int>(n), step.line);
-        for (const std::string& check : step.checks) {
+        for (const Check& check : step.checks) {
             checkNow(step, check);
         }
     }
@@ -147,17 +188,17 @@ class Run {
         }
     }
 
-    void checkNow(const Step& step, const std::string& check) {
+    void checkNow(const Step& step, const Check& check) {
         std::optional<std::string> instead;
         try {
-            instead = checkLab(lab_, check);
+            instead = check.instead(lab_);
         } catch (const std::exception& error) {
             throw ScenarioError(scenario_.file, step.line, error.what());
         }
         if (instead) {
-            fail(step.line, fmt::format("{}: it is {}", check, *instead));
+            fail(step.line, fmt::format("{}: it is {}", check.text(), *instead));
         } else {
-            show("holds", check);
+            show("holds", check.text());
         }
     }
 
@@ -165,19 +206,22 @@ class Run {
     const std::function<bool(const std::string&)>& tell_;
     Outcome outcome_;
     Lab lab_;
+    asio::signal_set signals_;
     Commands commands_;
+    LogTail log_;
     Judge judge_;
     double before_;  // lab time before the daemon starts
     int starts_ = 0;
     std::string lastName_;
+    bool bus_;  // transfers are shown
     bool goesOn_ = true;
 };
 
 }  // namespace
 
-Outcome runScenario(const Scenario& scenario, LabOptions options,
+Outcome runScenario(const Scenario& scenario, const RunOptions& options,
                     const std::function<bool(const std::string&)>& tell) {
-    return Run(scenario, std::move(options), tell).run();
+    return Run(scenario, options, tell).run();
 }
 
 }  // namespace enclab

@@ -2,7 +2,9 @@
 // Runs a scenario in a lab of its own under virtual time, and tells what it saw.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,11 +18,18 @@ struct Outcome {
     std::vector<std::string> daemonOutput;
 };
 
-// `options` say which daemon and where the lab lives. `tell` gets the timeline line by line:
-// nothing in it depends on the machine or on real time; it returns false to end the run. Throws
-// ScenarioError when the lab refuses a command of the scenario, std::runtime_error when there can
-// be no lab.
-Outcome runScenario(const Scenario& scenario, LabOptions options,
+struct RunOptions {
+    LabOptions lab = {};  // which daemon, where the lab lives, whether the daemon traces
+    bool bus = false;     // the timeline has the transfers, too
+    std::optional<std::uint64_t> seed = {};  // of fault rules that act by chance and name none
+};
+
+// `tell` gets the timeline line by line:
+// nothing in it depends on the machine or on real time. With a trace, the daemon's log is part of
+// it. It returns false to end the run; SIGHUP, SIGINT and SIGTERM end it at once, even while the
+// daemon works: a failure. Throws ScenarioError when the lab refuses a command of the scenario,
+// std::runtime_error when there can be no lab.
+Outcome runScenario(const Scenario& scenario, const RunOptions& options,
                     const std::function<bool(const std::string&)>& tell);
 
 }  // namespace enclab

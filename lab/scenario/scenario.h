@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "lab/chassis/catalog.h"
+#include "lab/scenario/checks.h"
 
 namespace enclab {
 
@@ -20,20 +21,20 @@ struct Step {
     // Messages of the daemon that must come before `within` is over, each once.
     std::vector<std::string> expected;
     // What must hold when `within` is over.
-    std::vector<std::string> checks;
+    std::vector<Check> checks;
     double within = 0;
 };
 
 struct Scenario {
     std::filesystem::path file;
     std::string title;
-    std::string chassis = std::string(kDefaultChassis);
+    std::string chassis;
+    bool oneOfSeveral = false;  // the file plays on other chassis, too
     Personality personality;
     bool plant = false;                // physics: fans with inertia, heat
     std::vector<std::string> start;    // messages of each start of the daemon
     std::vector<std::string> allowed;  // messages that may come, or not, at any time
     double end = 0;                    // when it is over
-    std::string seed;                  // of fault rules that act by chance and name none
     std::vector<Step> steps;           // in the order of their times
 };
 
@@ -44,7 +45,7 @@ class ScenarioError : public std::runtime_error {
     ScenarioError(const std::filesystem::path& file, int line, const std::string& text);
 };
 
-// Throws ScenarioError.
-Scenario readScenario(const std::filesystem::path& file);
+// The file's scenario on each chassis it is for, in the file's order. Throws ScenarioError.
+std::vector<Scenario> readScenario(const std::filesystem::path& file);
 
 }  // namespace enclab

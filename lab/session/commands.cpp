@@ -42,7 +42,7 @@ const Commands::Command Commands::kCommands[] = {
     {"events", "", 0, &Commands::events},
     {"ses", "WHAT...", 1, &Commands::ses, 4},
     {"volmgr", "WHAT...", 1, &Commands::volumeManager, 4},
-    {"raw", "HEX...|first N", 1, &Commands::raw, 10000},
+    {"raw", "HEX... | first N [PLACE=HEX]...", 1, &Commands::raw, 10000},
     {"daemon", "start|stop|kill", 1, &Commands::daemon},
     {"clock", "SECONDS", 1, &Commands::clock},
     {"disk", "log|nv good|full|gone", 2, &Commands::disk},

@@ -23,6 +23,9 @@ class Commands {
     // `quit` ends the program, `watchBus` switches the showing of bus transfers.
     Commands(Lab& lab, std::function<void()> quit, std::function<void(bool)> watchBus);
 
+    // Of fault rules that act by chance and name none; without it, their own.
+    void setSeed(std::uint64_t seed) { seed_ = seed; }
+
     // Does the command, or nothing and says why. An empty line is no error.
     Result run(std::string_view line);
 
@@ -62,7 +65,6 @@ class Commands {
     std::string volumeManager(const Words& words);
     std::string sesAs(std::uint8_t endpoint, const Words& words);
     std::string raw(const Words& words);
-    std::string putRaw(const Bytes& bytes);
     std::string daemon(const Words& words);
     std::string clock(const Words& words);
     std::string disk(const Words& words);
@@ -76,6 +78,7 @@ class Commands {
     Lab& lab_;
     std::function<void()> quit_;
     std::function<void(bool)> watchBus_;
+    std::optional<std::uint64_t> seed_;
 };
 
 // State of the lab as a table of lines.

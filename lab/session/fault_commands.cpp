@@ -56,9 +56,12 @@ std::string Commands::fault(const Words& words) {
     const std::span<const std::string> rest = std::span(words).subspan(1);
     const std::size_t verb = choice(words[0], {"add", "remove", "list", "clear"});
     if (verb == 0) {
-        const FaultRule rule = parseFaultRule(rest, [this](const std::string& device) {
+        FaultRule rule = parseFaultRule(rest, [this](const std::string& device) {
             return devicesMeant(lab_.chassis(), device);
         });
+        if (rule.probability < 1 && !rule.seed) {
+            rule.seed = seed_;
+        }
         return fmt::format("fault {}: {}", bus.add(rule), describe(rule));
     }
     if (rest.size() != (verb == 1 ? 1 : 0)) {

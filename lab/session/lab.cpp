@@ -123,6 +123,9 @@ void Lab::startDaemon() {
             onDaemonExit_();
         }
     });
+    if (onDaemonStart_) {
+        onDaemonStart_();
+    }
 }
 
 // The shutdown is done: the power goes away under the daemon.

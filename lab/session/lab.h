@@ -126,11 +126,12 @@ class Lab {
     const std::deque<std::string>& daemonOutput() const { return daemonOutput_; }
 
     // Callbacks of the program: every message that enters the switch, every line the daemon
-    // writes, the daemon's end.
+    // writes, the daemon's start and end.
     void onMessage(MessageSwitch::Observer handler) { onMessage_ = std::move(handler); }
     void onDaemonLine(std::function<void(const std::string&)> handler) {
         onDaemonLine_ = std::move(handler);
     }
+    void onDaemonStart(std::function<void()> handler) { onDaemonStart_ = std::move(handler); }
     void onDaemonExit(std::function<void()> handler) { onDaemonExit_ = std::move(handler); }
     // What the lab has done by itself, a line for the reader.
     void onNote(std::function<void(const std::string&)> handler) { onNote_ = std::move(handler); }
@@ -166,6 +167,7 @@ class Lab {
     std::deque<std::string> daemonOutput_;
     MessageSwitch::Observer onMessage_;
     std::function<void(const std::string&)> onDaemonLine_;
+    std::function<void()> onDaemonStart_;
     std::function<void()> onDaemonExit_;
     std::function<void(const std::string&)> onNote_;
 };

@@ -59,6 +59,35 @@ std::uint8_t hexadecimal(const std::string& text, std::size_t place) {
     return value;
 }
 
+// "1c8002", or "00*4000" for 4000 of one.
+Bytes bytesOf(const std::string& word) {
+    if (word.size() > 3 && word[2] == '*') {
+        return Bytes(number<std::uint16_t>(word.substr(3), "a number of bytes"),
+                     hexadecimal(word, 0));
+    }
+    Bytes bytes;
+    for (std::size_t place = 0; place < word.size(); place += 2) {
+        bytes.push_back(hexadecimal(word, place));
+    }
+    return bytes;
+}
+
+// "10=003f": these bytes from place 10 on.
+void putAt(Bytes& message, const std::string& word) {
+    const std::size_t equals = std::min(word.find('='), word.size() - 1);
+    const auto place = number<std::uint16_t>(word.substr(0, equals), "the place of a byte");
+    const Bytes bytes = bytesOf(word.substr(equals + 1));
+    message.resize(std::max(message.size(), place + bytes.size()));
+    std::ranges::copy(bytes, message.begin() + place);
+}
+
+// The environment manager's request for the status page.
+Bytes statusRequest() {
+    Message request(sesctl::receiveDiagnostic(SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE));
+    request.header().requestor = MMSG_E_EPID_ENVIRONMP;
+    return request.bytes();
+}
+
 }  // namespace
 
 std::string Commands::sesAs(std::uint8_t endpoint, const Words& words) {
@@ -102,28 +131,19 @@ std::string Commands::volumeManager(const Words& words) {
     return "volume manager " + sesAs(MMSG_E_EPID_VOLMGRMP, words);
 }
 
-// "raw first 10": the first ten bytes of a request for the status page.
 std::string Commands::raw(const Words& words) {
     Bytes bytes;
-    if (words.size() == 2 && words[0] == "first") {
-        bytes = sesctl::receiveDiagnostic(SES_K_ENCLOSURE_STATUS_DIAGNOSTIC_PAGE);
+    if (words.size() > 1 && words[0] == "first") {
+        bytes = statusRequest();
         bytes.resize(std::min(bytes.size(), number<std::size_t>(words[1], "a number of bytes")));
-        return putRaw(bytes);
-    }
-    for (const std::string& word : words) {
-        if (word.size() > 3 && word[2] == '*') {  // "00*4000"
-            const auto count = number<std::uint16_t>(word.substr(3), "a number of bytes");
-            bytes.insert(bytes.end(), count, hexadecimal(word, 0));
-            continue;
-        }
-        for (std::size_t place = 0; place < word.size(); place += 2) {
-            bytes.push_back(hexadecimal(word, place));
+        std::ranges::for_each(words.begin() + 2, words.end(),
+                              [&](const std::string& word) { putAt(bytes, word); });
+    } else {
+        for (const std::string& word : words) {
+            const Bytes more = bytesOf(word);
+            bytes.insert(bytes.end(), more.begin(), more.end());
         }
     }
-    return putRaw(bytes);
-}
-
-std::string Commands::putRaw(const Bytes& bytes) {
     lab_.messageSwitch().sendRaw(MMSG_E_EPID_ES_ADAPTERMP, bytes);
     return fmt::format("{} bytes put on the daemon's connection", bytes.size());
 }

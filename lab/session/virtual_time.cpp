@@ -36,7 +36,7 @@ void VirtualTime::moveTo(Time time) {
 
 void VirtualTime::letDaemonWork(const World& world) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (world.daemonRuns() && !clock_.wait() && !world.daemonHeld()) {
+    while (!stopped_ && world.daemonRuns() && !clock_.wait() && !world.daemonHeld()) {
         if (std::chrono::steady_clock::now() >= deadline) {
             throw std::runtime_error("the daemon works for ten minutes without a wait");
         }
@@ -70,8 +70,8 @@ bool VirtualTime::run(const World& world, Time end) {
     for (;;) {
         letDaemonWork(world);
         changed_ = handleAll() || changed_;
-        if (world.done()) {
-            return true;
+        if (stopped_ || world.done()) {
+            return !stopped_;
         }
         if (doDue()) {
             continue;

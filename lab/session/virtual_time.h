@@ -42,6 +42,8 @@ class VirtualTime : public Schedule {
     // whether it is done. Throws std::runtime_error when the daemon works for ten minutes of real
     // time without a wait.
     bool run(const World& world, Time end);
+    // From within workIo(): ends run() at once, with what is done by then, and every later one.
+    void stop() { stopped_ = true; }
     Time time() const { return now_; }
 
   private:
@@ -56,6 +58,7 @@ class VirtualTime : public Schedule {
     Time now_{};
     Time wall_;  // at now_ == 0
     std::multimap<Time, std::function<void()>> due_;
+    bool stopped_ = false;
     bool changed_ = false;  // something was handled since the daemon was last told the time
 };
 

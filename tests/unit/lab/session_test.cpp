@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The parts a lab is made of, where no run of a lab shows them: directory, personality file, child
-// process, commands (cases/commands.txt).
+// process, commands.
 #include <gmock/gmock.h>
 #include <sys/shm.h>
 #include <unistd.h>
@@ -152,7 +152,7 @@ class CommandsTest : public LabDirectoryTest {
         commands_ = std::make_unique<Commands>(
             *lab_, [] { ADD_FAILURE() << "quits"; }, [this](bool on) { watching_ = on; });
     }
-    // A line of commands.txt.
+    // "COMMAND = what it says", "COMMAND ? a part of it".
     void step(const std::string& line) {
         static const std::regex parts("([^]*?) ([=?!~])(?: ([^]*))?");
         std::smatch match;
@@ -185,22 +185,6 @@ class CommandsTest : public LabDirectoryTest {
     std::unique_ptr<Commands> commands_;
     bool watching_ = false;
 };
-
-TEST_F(CommandsTest, DoAndSayWhatIsTyped) {
-    for (const Case& c : casesOf(CASES "/commands.txt")) {
-        make(c.get("chassis"));
-        const std::string before = commands_->run("show").text;
-        for (const std::string& line : linesOf(c.get("steps"))) {
-            SCOPED_TRACE(line);
-            step(line);
-        }
-        EXPECT_TRUE(!c.has("nothing changes") || commands_->run("show").text == before);
-    }
-    commands_->run("bus on");
-    EXPECT_TRUE(watching_);
-    commands_->run("bus off");
-    EXPECT_FALSE(watching_);
-}
 
 // By one-byte reads over the bus, after random writes over the bus.
 TEST_F(CommandsTest, TheJsonSaysWhatTheChipsHold) {
