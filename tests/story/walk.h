@@ -70,7 +70,7 @@ class Walk {
                                model.state()};
         const Outcome got{messages(), log(), state()};
         if (expected != got) {
-            expectSame(shown(expected), shown(got), what);
+            EXPECT_EQ(shown(expected), shown(got)) << what;
         }
         return expected == got;
     }

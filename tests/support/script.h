@@ -112,8 +112,21 @@ struct ScriptStep {
 };
 using ScriptChapter = std::vector<ScriptStep>;
 
+// The step that is played, for the watchdog.
+inline char scriptStep[500];
+
+inline const std::string& commandOf(const ScriptStep& step) {
+    scriptStep[step.place.copy(scriptStep, sizeof scriptStep - 1)] = '\0';
+    return step.command;
+}
+
+inline Lines scriptAsWritten(const std::string& line) {
+    return {line};
+}
+
 // Steps in front of the first title are a chapter, too.
-inline std::vector<ScriptChapter> scriptRead(const std::string& path, const ScriptLine& meaning) {
+inline std::vector<ScriptChapter> scriptRead(const std::string& path,
+                                             const ScriptLine& meaning = scriptAsWritten) {
     std::ifstream file(path);
     std::vector<ScriptChapter> chapters(1);
     std::string title;
@@ -249,9 +262,6 @@ inline Lines scriptLines(const std::string& text, const ScriptLine& meaning) {
     return lines;
 }
 
-// The step that is played, for the watchdog.
-inline char scriptStep[500];
-
 // Plays each chapter with a new player, up to its first wrong step.
 template <typename Make>
 void scriptPlay(const std::string& path, Make make, const ScriptLine& meaning) {
@@ -259,8 +269,7 @@ void scriptPlay(const std::string& path, Make make, const ScriptLine& meaning) {
     for (const ScriptChapter& chapter : scriptRead(path, meaning)) {
         auto player = make();
         for (const ScriptStep& step : chapter) {
-            scriptStep[step.place.copy(scriptStep, sizeof scriptStep - 1)] = '\0';
-            const Lines got = scriptLines(player.run(step.command), meaning);
+            const Lines got = scriptLines(player.run(commandOf(step)), meaning);
             if (got == step.expected) {
                 continue;
             }
@@ -280,5 +289,5 @@ void scriptPlay(const std::string& path, Make make, const ScriptLine& meaning) {
 template <typename P>
 void scriptPlay(const std::string& path) {
     scriptPlay(
-        path, [] { return P(); }, [](const std::string& line) { return Lines{line}; });
+        path, [] { return P(); }, scriptAsWritten);
 }

@@ -106,7 +106,7 @@ TEST(RegisterDump, OfEveryChipMakesAnotherOneLikeItWhateverTheWorldDoes) {
             chip.load(parseDump(dumpText(readAll(chassis->chip(device.name)))));
             held += chip.held();
         }
-        expectSame(dumpsOf(*chassis), dumpsOf(*copy), name);
+        EXPECT_EQ(dumpsOf(*chassis), dumpsOf(*copy)) << name;
         copy->turnFansBy([](int) { return 3333; });
         for (int sensor = 0; sensor < copy->sensors(); ++sensor) {
             copy->warmSensor(sensor, 33);
@@ -115,12 +115,12 @@ TEST(RegisterDump, OfEveryChipMakesAnotherOneLikeItWhateverTheWorldDoes) {
         for (std::size_t rail = 0; measured && rail < copy->rails().size(); ++rail) {
             copy->driftRail(rail, 1);
         }
-        expectSame(dumpsOf(*chassis), dumpsOf(*copy), name + std::string(": held"));
+        EXPECT_EQ(dumpsOf(*chassis), dumpsOf(*copy)) << name + std::string(": held");
         for (Chassis* const each : {chassis.get(), copy.get()}) {
             each->turnFansBy([](int) { return 4444; });
             byHand(*each, 60);
         }
-        expectSame(dumpsOf(*chassis), dumpsOf(*copy), name + std::string(": moved"));
+        EXPECT_EQ(dumpsOf(*chassis), dumpsOf(*copy)) << name + std::string(": moved");
         for (const ChassisDevice& device : copy->devices()) {
             held -= copy->chip(device.name).held();
         }
