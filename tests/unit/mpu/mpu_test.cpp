@@ -12,12 +12,11 @@
 #include <csignal>
 #include <cstring>
 #include <functional>
-#include <random>
 #include <thread>
 
 #include "alt_event_log.h"
 #include "osdep.h"
-#include "tests/support/hex.h"
+#include "tests/support/laws.h"
 #include "trace.h"
 
 // The alternate event log's last record, in memory that outlives the child that stored it.
@@ -34,6 +33,7 @@ void altEventFlush(const MPU_PARAMS_t*) {
 
 namespace {
 
+const char* const MODULES[] = {"ESA"};
 pid_t lastChild;
 
 // Runs `last` in a child of its own; how that ended. Deadly signals are exit statuses, as a shell
@@ -49,16 +49,15 @@ std::string endOf(const std::function<void()>& last) {
     }
     int status = 0;
     waitpid(lastChild, &status, 0);
-    return WIFEXITED(status) ? "exit " + std::to_string(WEXITSTATUS(status)) : "killed";
+    return WIFEXITED(status) ? text("exit ", WEXITSTATUS(status)) : "killed";
 }
 
 }  // namespace
 
 TEST(LastResorts, ABugCheckExitsWithTheLowByteOfItsCode) {
-    static const char* const names[] = {"ESA"};
     const auto relocked = [](const std::function<void()>& act) {
         return [act] {
-            TRACE__init(nullptr, "", 1, names);
+            TRACE__init(nullptr, "", 1, MODULES);
             pthread_mutex_lock(&traceData.lock);
             act();
         };
@@ -74,59 +73,48 @@ TEST(LastResorts, ABugCheckExitsWithTheLowByteOfItsCode) {
         {relocked(TRACE__done), "exit 5",
          "Device or resource busy\n: mpuMutex_Done(): done failure.\n"},
         {[] {
-             TRACE__init(nullptr, "", 1, names);
+             TRACE__init(nullptr, "", 1, MODULES);
              TRACE__logInfo(0, 0);
          },
          "exit 7", "Operation not permitted\n: mpuMutex_Unlock(): release lock failure.\n"}};
-    for (const auto& [act, end, text] : cases) {
+    for (const auto& [act, end, what] : cases) {
         testing::internal::CaptureStderr();
         EXPECT_EQ(endOf(act), end);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "MPU_BUGCHECK() encountered: " + text);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "MPU_BUGCHECK() encountered: " + what);
     }
 }
 
 // Names and text, of any length, stay inside their fields of the record.
 TEST(LastResorts, ABugCheckStatementLeavesALineAndARecord) {
-    std::mt19937 random(26);
-    static const char* const names[] = {"ESA"};
+    Random random(26);
     static MPU_PARAMS_t params;
     for (int round = 0; round < 40; ++round) {
-        const auto name = [&](const char* letter, std::size_t limit) {
-            return std::string(random() % limit, *letter);
-        };
-        const std::string stem = name("f", 24) + (round % 3 == 0 ? ".f" : ""),
-                          function = name("g", 40), text = name("t", round % 2 == 0 ? 20 : 300);
-        const std::string file = stem + (round % 4 == 0 ? "" : ".cpp");
-        const auto line = static_cast<int>(random() % 100000);
-        const bool area = round % 2 == 0;
+        const std::string stem = std::string(random.below(24), 'f') + random.of({"", ".f"}),
+                          file = stem + random.of({"", ".cpp"}), function(random.below(40), 'g'),
+                          what(random.below(random.of({20, 300})), 't');
+        const auto line = static_cast<int>(random.below(100000));
+        const bool area = random.onceIn(2);
         testing::internal::CaptureStderr();
-        EXPECT_EQ(endOf([&] {
-                      TRACE__init(nullptr, "", 1, names);
-                      TRACE__setTraceLevel(0, 0x2000);
-                      pMpuParams = area ? &params : nullptr;
-                      TRACE__bugCheckStatement(0, file.c_str(), function.c_str(), line, "%s",
-                                               text.c_str());
-                  }),
-                  "exit 134");
-        EXPECT_EQ(
-            testing::internal::GetCapturedStderr(),
-            "TRACE LOG BUG-CHECK AT: " + file.substr(0, 32) + ":" + std::to_string(line) + ":  " +
-                text +
-                (area ? "\nstored with an area\nflushed\n" : "\nstored with no area\nflushed\n"));
-        std::string expected(ALT_EVENT_K_RECORD_SIZE, '\0');
-        expected[12] = 8;
-        expected[15] = 1;
-        expected.replace(
-            210, 8,
-            {23, 3, 1, 1, 7, '\xD0', static_cast<char>(line >> 8), static_cast<char>(line)});
-        const std::string names30 =
+        const std::string end = endOf([&] {
+            TRACE__init(nullptr, "", 1, MODULES);
+            TRACE__setTraceLevel(0, 0x2000);
+            pMpuParams = area ? &params : nullptr;
+            TRACE__bugCheckStatement(0, file.c_str(), function.c_str(), line, "%s", what.c_str());
+        });
+        EXPECT_EQ(end, "exit 134");
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  text("TRACE LOG BUG-CHECK AT: ", file.substr(0, 32), ":", line, ":  ", what,
+                       "\nstored with ", (area ? "an" : "no"), " area\nflushed\n"));
+        const std::string names =
             file.substr(0, std::min<std::size_t>(file.rfind('.'), 20)) + '\0' + function;
-        expected.replace(218, std::min<std::size_t>(names30.size(), 30), names30.substr(0, 30));
-        const std::string said = "BUG CHECK: " + text.substr(0, 243) + "\n";
-        expected.replace(248, said.size(), said);
-        EXPECT_EQ(hexText({record, record + ALT_EVENT_K_RECORD_SIZE}),
-                  hexText(std::vector<std::uint8_t>(expected.begin(), expected.end())))
-            << round;
+        std::string expected =
+            std::string(12, '\0') + std::string("\x08\0\0\x01", 4) + std::string(194, '\0');
+        expected += {23, 3, 1, 1, 7, '\xD0', static_cast<char>(line >> 8), static_cast<char>(line)};
+        expected += names.substr(0, 30);
+        expected.resize(248);
+        expected += "BUG CHECK: " + what.substr(0, 243) + "\n";
+        expected.resize(ALT_EVENT_K_RECORD_SIZE);
+        EXPECT_EQ(expected, std::string(record, record + ALT_EVENT_K_RECORD_SIZE)) << round;
     }
 }
 
@@ -163,13 +151,15 @@ TEST(Signals, AreCaughtWithoutAnAreaOnlyAndLeaveARecord) {
               }),
               "exit 134");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "stored with an area\nflushed\n");
-    char process[9];
-    std::snprintf(process, sizeof process, "%08X", static_cast<unsigned>(lastChild));
-    EXPECT_EQ(hexText({record, record + 220}),
-              hexText(std::string(24, '0') + "08000001" + std::string(384, '0') +
-                      "0158120301010004" + process));
-    EXPECT_STREQ(std::string(reinterpret_cast<char*>(record) + 220, 20).c_str(),
-                 std::string(program_invocation_name).substr(0, 19).c_str());
+    std::string head = std::string(12, '\0') + std::string("\x08\0\0\x01", 4) +
+                       std::string(192, '\0') + "\x01\x58";
+    head += {18, 3, 1, 1, 0, 4};
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        head += static_cast<char>(lastChild >> shift);
+    }
+    head += std::string(program_invocation_name).substr(0, 19);
+    head.resize(240);
+    EXPECT_EQ(head, std::string(record, record + 240));
     int number;
     std::memcpy(&number, record + 240, sizeof number);
     EXPECT_EQ(number, SIGTERM);
@@ -220,10 +210,13 @@ TEST(MpuParams, OnlyAnAreaOfVersion16IsAttachedAndItIsReadOnly) {
     for (const char* version : {"15", "17", "16"}) {
         area->version = static_cast<U32_t>(std::stoi(version));
         const bool good = area->version == 16;
-        EXPECT_EQ(attach(), good ? ""
-                                 : std::string("Error with shared memory area.\n"
-                                               "  Expected version 16, attached to version ") +
-                                       version + ".\n");
+        EXPECT_EQ(
+            attach(),
+            good
+                ? ""
+                : text(
+                      "Error with shared memory area.\n  Expected version 16, attached to version ",
+                      version, ".\n"));
         shmid_ds status = {};
         shmctl(id, IPC_STAT, &status);
         EXPECT_EQ(status.shm_nattch, good ? 2U : 1U);

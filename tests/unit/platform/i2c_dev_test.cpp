@@ -11,15 +11,11 @@
 #include <cstdarg>
 #include <cstring>
 #include <map>
-#include <random>
 
 #include "i2c.h"
-#include "tests/support/hex.h"
+#include "tests/support/laws.h"
 
 namespace {
-
-using Lines = std::vector<std::string>;
-using Bytes = std::vector<U8_t>;
 
 // How an adapter answers, and what it was asked.
 struct Adapter {
@@ -31,11 +27,21 @@ struct Adapter {
 };
 Adapter adapter;
 
+std::string written(const U8_t* bytes, std::size_t size) {
+    std::string all;
+    for (std::size_t n = 0; n < size; ++n) {
+        all += text(" ", bytes[n]);
+    }
+    return all;
+}
+
 int handle(unsigned long request, void* argument) {
-    const std::string value = std::to_string(reinterpret_cast<std::uintptr_t>(argument));
+    static const std::map<unsigned long, std::string> names = {
+        {I2C_TIMEOUT, "time-out "}, {I2C_RETRIES, "retries "}, {I2C_SLAVE, "address "}};
     int result = 0;
+    std::string ask;
     if (request == I2C_FUNCS) {
-        adapter.asked.push_back("functions");
+        ask = "functions";
         *static_cast<unsigned long*>(argument) =
             I2C_FUNC_SMBUS_BYTE_DATA | (adapter.plain ? I2C_FUNC_I2C : 0);
     } else if (request == I2C_RDWR) {
@@ -43,31 +49,22 @@ int handle(unsigned long request, void* argument) {
         for (U32_t n = 0; n < transfer.nmsgs; ++n) {
             const i2c_msg& message = transfer.msgs[n];
             const bool reads = message.flags == I2C_M_RD;
-            adapter.asked.push_back("message to " + std::to_string(message.addr) +
-                                    (reads
-                                         ? " reads " + std::to_string(message.len)
-                                         : " flags " + std::to_string(message.flags) + " writes " +
-                                               hexLine({message.buf, message.buf + message.len})));
-            if (reads) {
-                std::copy_n(adapter.answer.begin(), message.len, message.buf);
-            }
+            ask +=
+                text("[", message.addr, " flags ", message.flags,
+                     reads ? text(" reads ", message.len) : written(message.buf, message.len), "]");
+            std::copy_n(adapter.answer.begin(), reads ? message.len : 0, message.buf);
         }
         result = std::min(adapter.done, static_cast<int>(transfer.nmsgs));
     } else if (request == I2C_SMBUS) {
         const auto& transfer = *static_cast<i2c_smbus_ioctl_data*>(argument);
         const bool reads = transfer.read_write == I2C_SMBUS_READ;
-        adapter.asked.push_back(
-            "SMBus " + std::to_string(transfer.size) + " register " +
-            std::to_string(transfer.command) +
-            (reads ? " reads" : " writes " + std::to_string(transfer.data->byte)));
-        if (reads) {
-            transfer.data->byte = adapter.answer[0];
-        }
+        ask = text("SMBus ", transfer.size, " register ", transfer.command,
+                   reads ? " reads" : written(&transfer.data->byte, 1));
+        transfer.data->byte = reads ? adapter.answer[0] : U8_t{0};
     } else {
-        const std::map<unsigned long, std::string> names = {
-            {I2C_TIMEOUT, "time-out "}, {I2C_RETRIES, "retries "}, {I2C_SLAVE, "address "}};
-        adapter.asked.push_back(names.at(request) + value);
+        ask = names.at(request) + text(reinterpret_cast<std::uintptr_t>(argument));
     }
+    adapter.asked.push_back(ask);
     errno = adapter.errors[request];
     return errno != 0 ? -1 : result;
 }
@@ -78,7 +75,7 @@ struct Rules {
     Lines asks;
 
     // 0 or the error.
-    int transfer(int fd, int address, int registerNumber, bool reads, const Bytes& bytes) {
+    int transfer(int fd, int address, U8_t registerNumber, bool reads, const Bytes& bytes) {
         asks.clear();
         if (address > 0x7F || bytes.empty() || bytes.size() > 32) {
             return EINVAL;
@@ -108,26 +105,20 @@ struct Rules {
     }
 
   private:
-    int plain(int address, int registerNumber, bool reads, const Bytes& bytes) {
-        const std::string to = "message to " + std::to_string(address);
-        Bytes written = {static_cast<U8_t>(registerNumber)};
-        if (!reads) {
-            written.insert(written.end(), bytes.begin(), bytes.end());
-        }
-        asks.push_back(to + " flags 0 writes " + hexLine(written));
-        if (reads) {
-            asks.push_back(to + " reads " + std::to_string(bytes.size()));
-        }
+    int plain(int address, U8_t registerNumber, bool reads, const Bytes& bytes) {
+        const std::string to = text("[", address, " flags 0 ", registerNumber);
+        asks.push_back(reads ? text(to, "][", address, " flags 1 reads ", bytes.size(), "]")
+                             : text(to, written(bytes.data(), bytes.size()), "]"));
         const int error = adapter.errors[I2C_RDWR];
         return error == 0 && adapter.done < (reads ? 2 : 1) ? EIO : error;
     }
-    int smbus(int address, int registerNumber, bool reads, const Bytes& bytes) {
-        asks.push_back("address " + std::to_string(address));
+    int smbus(int address, U8_t registerNumber, bool reads, const Bytes& bytes) {
+        asks.push_back(text("address ", address));
         if (adapter.errors[I2C_SLAVE] != 0) {
             return adapter.errors[I2C_SLAVE];
         }
-        asks.push_back("SMBus 2 register " + std::to_string(registerNumber) +
-                       (reads ? " reads" : " writes " + std::to_string(bytes[0])));
+        asks.push_back(
+            text("SMBus 2 register ", registerNumber, reads ? " reads" : written(bytes.data(), 1)));
         return adapter.errors[I2C_SMBUS];
     }
 };
@@ -147,38 +138,35 @@ extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
 }
 
 TEST(I2cDev, ATransferIsWhatTheAdapterDoesAndItsErrorTheCallers) {
-    std::mt19937 random(27);
-    const auto oneOf = [&](const auto& values) { return values[random() % std::size(values)]; };
-    const int errors[] = {0, 0, 0, 0, 0, EREMOTEIO, ENXIO, EBADF, ENOTTY, EBUSY};
+    Random random(27);
     Rules rules;
     for (int round = 0; round < 6000; ++round) {
-        adapter = {random() % 2 == 0, {}, oneOf(std::vector{2, 2, 2, 1, 0}), Bytes(32), {}};
+        SCOPED_TRACE(round);
+        adapter = {random.onceIn(2), {}, random.of({2, 2, 2, 1, 0}), random.bytes(64), {}};
         for (const unsigned long request :
              {I2C_FUNCS, I2C_TIMEOUT, I2C_RETRIES, I2C_SLAVE, I2C_RDWR, I2C_SMBUS}) {
-            adapter.errors[request] = oneOf(errors);
+            adapter.errors[request] =
+                random.of({0, 0, 0, 0, 0, EREMOTEIO, ENXIO, EBADF, ENOTTY, EBUSY});
         }
-        std::ranges::generate(adapter.answer, [&] { return static_cast<U8_t>(random()); });
-        const int fd = oneOf(std::vector{5, 5, 5, 13, 6, 0, -1});
-        const U8_t address = oneOf(std::vector<U8_t>{0x41, 0x4C, 0, 0x7F, 0x80, 0xFF}),
+        const int fd = random.of({5, 5, 5, 13, 6, 0, -1});
+        const auto address = random.of<U8_t>({0x41, 0x4C, 0, 0x7F, 0x80, 0xFF}),
                    registerNumber = static_cast<U8_t>(random());
-        Bytes bytes(oneOf(std::vector<std::size_t>{1, 1, 1, 0, 2, 31, 32, 33, 64}));
-        std::ranges::generate(bytes, [&] { return static_cast<U8_t>(random()); });
-        const bool reads = random() % 2 == 0;
-        if (fd >= 0 && random() % 10 == 0) {
+        const Bytes bytes = random.bytes(random.of<std::size_t>({1, 1, 1, 0, 2, 31, 32, 33, 64}));
+        const bool reads = random.onceIn(2);
+        if (fd >= 0 && random.onceIn(10)) {
             begin_i2c_data(fd);
             rules.known.erase(fd % 8);
         }
         const int error = rules.transfer(fd, address, registerNumber, reads, bytes);
         Bytes got = bytes;
-        const auto length = static_cast<U32_t>(bytes.size());
+        const auto length = narrowTo<U32_t>(bytes.size());
         errno = 0;
-        ASSERT_EQ(reads ? read_i2c_data(fd, address, registerNumber, got.data(), length)
-                        : write_i2c_data(fd, address, registerNumber, bytes.data(), length),
-                  error == 0 ? 0 : -1)
-            << round;
-        ASSERT_TRUE(error == 0 || errno == error) << errno << " " << round;
-        ASSERT_EQ(adapter.asked, rules.asks) << round;
+        const int result = reads
+                               ? read_i2c_data(fd, address, registerNumber, got.data(), length)
+                               : write_i2c_data(fd, address, registerNumber, bytes.data(), length);
+        ASSERT_TRUE(result == (error == 0 ? 0 : -1) && (error == 0 || errno == error)) << errno;
+        ASSERT_EQ(adapter.asked, rules.asks);
         adapter.answer.resize(bytes.size());
-        ASSERT_TRUE(error != 0 || got == (reads ? adapter.answer : bytes)) << round;
+        ASSERT_TRUE(error != 0 || got == (reads ? adapter.answer : bytes));
     }
 }
