@@ -66,7 +66,7 @@ TEST_F(Link, APassTakesWhatTheRulesSayOffAnyStream) {
     EXPECT_FALSE(esaLinkOpen());
     Stream stream;
     std::string unsent;
-    for (int round = 0; round < 4000; ++round) {
+    for (int round = 0; round < 2500; ++round) {
         SCOPED_TRACE(round);
         if (stream.isDown) {
             for (int pass = 0; pass < 10; ++pass) {

@@ -172,7 +172,7 @@ class Messages : public testing::Test {
 // service knows, only the page asked for last changes.
 TEST_F(Messages, WhatComesOfAReceivedOneFollowsFromItAndThePageRemembered) {
     U8_t remembered = 0;
-    for (int round = 0; round < 4000; ++round) {
+    for (int round = 0; round < 2500; ++round) {
         Bytes message = randomMessage();
         const bool traced = !random.onceIn(8);
         TRACE__setTraceLevel(0, traced ? 0x4010 : 0x4000);
@@ -227,7 +227,7 @@ std::vector<U32_t> testPage() {
     section(std::min<int>(c.powerSupplyMaxNumber, 3), [](int) { return 4U; });
     section(c.coolingMaxNumber, [](int) { return 4U; });
     section(std::min<int>(c.audibleAlarmMaxNumber, 1), [](int) { return 2U; });
-    words[1] = static_cast<U32_t>(4 * words.size() - 8) << 16;
+    words[1] = narrowTo<U32_t>(4 * words.size() - 8) << 16;
     return words;
 }
 
@@ -245,7 +245,7 @@ Outgoing testMessage(U8_t command, U8_t page) {
         word = command == 29 ? text("Un-supported SES Page [", page, "].")
                              : text("Un-supported SES Command [", command, "].");
     }
-    const auto length = block.empty() ? 0U : static_cast<U32_t>(64 + 4 * block.size());
+    const auto length = block.empty() ? 0U : narrowTo<U32_t>(64 + 4 * block.size());
     Outgoing message({"This test SES Command Message is from Local Blade.", word,
                       "Send out a Test SES Command MMSG from the ESA to ESA.", REQUEST},
                      length, {{12, {0x12000000U | command, 0x21002100}}, {24, {2}}, {64, block}});
@@ -281,7 +281,7 @@ Outgoing statistics() {
 
 // Whatever the counts, and whatever the work space held before.
 TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlaces) {
-    for (int round = 0; round < 1200; ++round) {
+    for (int round = 0; round < 700; ++round) {
         fillRandomly(esaControl.esaWorkSpace);
         fillRandomly(esaControl.fanRpmSpeed);
         fillRandomly(esaControl.temperatureSensor);

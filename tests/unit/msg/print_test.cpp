@@ -271,7 +271,7 @@ TEST(Print, SaysWhatTheRecordsHoldAsFarAsTheMessageGoes) {
     std::map<std::string, std::string> places;
     esaControl = {};
     U8_t elsewhere[4064];
-    for (std::size_t round = 0; round < 2400; ++round) {
+    for (std::size_t round = 0; round < 2040; ++round) {
         SCOPED_TRACE(round);
         U8_t counts[5];
         for (U8_t& count : counts) {
