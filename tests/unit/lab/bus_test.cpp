@@ -193,7 +193,7 @@ class Traffic {
 };
 
 TEST(FaultRule, DoesToTheTrafficWhatItSays) {
-    for (int world = 0; world < 600 && !testing::Test::HasFailure(); ++world) {
+    for (int world = 0; world < 300 && !testing::Test::HasFailure(); ++world) {
         Traffic traffic;
         for (int step = 0; step < 60 && !testing::Test::HasFailure(); ++step) {
             traffic.expectTransfer();

@@ -34,14 +34,14 @@ __u8 byte() {
     return static_cast<__u8>(number());
 }
 constexpr long kPrinted = -2;
-void report(const char* step, long result) {
+void report(const char* step, std::int64_t result) {
     if (result == kPrinted) {
         return;
     }
     if (result < 0) {
         std::printf("%s %s\n", step, strerrorname_np(errno));
     } else {
-        std::printf("%s %lx\n", step, static_cast<unsigned long>(result));
+        std::printf("%s %" PRIx64 "\n", step, static_cast<std::uint64_t>(result));
     }
 }
 // Not known to the compiler, so that fortified calls check at run time.

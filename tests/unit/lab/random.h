@@ -20,7 +20,7 @@ struct SeedNumbers : testing::EmptyTestEventListener {
 // The listeners' list owns it.
 inline const SeedNumbers& seedNumbers = *new SeedNumbers;
 
-inline std::uint8_t byteOf(std::size_t value) {
+inline std::uint8_t byteOf(std::uint64_t value) {
     return static_cast<std::uint8_t>(value);
 }
 inline int below(int end) {
