@@ -49,6 +49,9 @@ double vsc055Percent(int code) {
 double w83782dPercent(int code) {
     return code / 2.55;
 }
+double w83792adPercent(int code) {
+    return code % 16 / 0.16;
+}
 std::vector<Rail> w83782dRails(const std::string& monitor, const std::string& at) {
     return {{"vcorea" + at, monitor + ".20", 0.016},
             {"vinr0" + at, monitor + ".21", 0.016},
@@ -58,26 +61,18 @@ std::vector<Rail> w83782dRails(const std::string& monitor, const std::string& at
             {"-12" + at, monitor + ".25", 0.082286, -14.91429},
             {"-5" + at, monitor + ".26", 0.050286, -7.71429}};
 }
+const std::vector<Rail> kW83792adRails = {{"5", "2C.26", 0.006},
+                                          {"12", "2C.22", 0.016},
+                                          {"3.3", "2C.23", 0.004},
+                                          {"vcorea", "2C.20", 0.002},
+                                          {"vcoreb", "2C.21", 0.002}};
 const Wiring kWirings[] = {
     {"vsc055", 9000, 300000, vsc055Percent, "41.98 41.99 41.9A 41.9B", "41.32 41.36 41.3A 41.3E",
      "4C.00 4B.00 4A.00 4D.00", -55, 125, 1.51},  // the upper byte of a rounded half
     {"xyratex", 20000, 1200000, vsc055Percent, "63.98 63.98 63.98 63.98 63.99 63.99 63.99 63.99",
      "63.32 63.36 63.3A 63.3E 63.42 63.46 63.4A 63.4E", "4C.00 4D.00", -55, 125, 1.51},
-    {"w83792ad",
-     9000,
-     1350000,
-     [](int code) { return code % 16 / 0.16; },
-     "2C.81 2C.83 2C.94 2C.A3 2C.A4 2C.A5",
-     "2C.28 2C.29 2C.2A 2C.B8 2C.B9 2C.BA",
-     "2C.27 2C.C0 2C.C8",
-     -128,
-     127.5,
-     0.5,
-     {{"5", "2C.26", 0.006},
-      {"12", "2C.22", 0.016},
-      {"3.3", "2C.23", 0.004},
-      {"vcorea", "2C.20", 0.002},
-      {"vcoreb", "2C.21", 0.002}}},
+    {"w83792ad", 9000, 1350000, w83792adPercent, "2C.81 2C.83 2C.94 2C.A3 2C.A4 2C.A5",
+     "2C.28 2C.29 2C.2A 2C.B8 2C.B9 2C.BA", "2C.27 2C.C0 2C.C8", -128, 127.5, 0.5, kW83792adRails},
     {"w83782d", 12000, 675000, w83782dPercent, "2D.5B 2D.5E 2D.5F", "2D.28 2D.29 2D.2A", "2D.27",
      -128, 127, 1, w83782dRails("2D", "")},
     {"chenbro", 12000, 675000, w83782dPercent, "28.5B 28.5A 29.5B 2A.5B 2B.5B 2B.5A",
