@@ -139,33 +139,37 @@ if(ESA_TESTS)
 
     # A test is ended by the clock only when it hangs; its program says first which one that was.
     set(ESA_TEST_LIMIT TIMEOUT 3600 ENVIRONMENT ESA_TEST_SECONDS=3500)
-    add_library(test_watchdog OBJECT ${PROJECT_SOURCE_DIR}/tests/support/watchdog.cpp)
-    target_include_directories(test_watchdog PRIVATE ${PROJECT_SOURCE_DIR})
-    target_link_libraries(test_watchdog PRIVATE esa_warnings GTest::gmock)
+    add_library(test_support OBJECT ${PROJECT_SOURCE_DIR}/tests/support/script.cpp
+                                    ${PROJECT_SOURCE_DIR}/tests/support/watchdog.cpp)
+    target_include_directories(test_support PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(test_support PRIVATE esa_warnings GTest::gmock)
 endif()
 
 # esa_test(NAME SOURCES a.cpp b.cpp [LIBS x y] [EACH])
-# One test program. SOURCES are relative to the repository; of the service they list exactly the
-# files under test, so that a call against the layering does not link. Those are not compiled again:
-# their objects are taken from esaservice. EACH makes every test of the program a test of CTest, for
-# long ones that shall run side by side; otherwise the program is one.
+# One test program. SOURCES are relative to the repository; of the service and its libraries they list
+# exactly the files under test, so that a call against the layering does not link. Those are not
+# compiled again: their objects are taken from the library they belong to. EACH makes every test of
+# the program a test of CTest, for long ones that shall run side by side; otherwise the program is one.
 function(esa_test NAME)
     cmake_parse_arguments(T "EACH" "" "SOURCES;LIBS" ${ARGN})
-    set(service ${T_SOURCES})
-    list(FILTER service INCLUDE REGEX "^apps/esa/")
-    list(FILTER T_SOURCES EXCLUDE REGEX "^apps/esa/")
-    list(TRANSFORM T_SOURCES PREPEND ${PROJECT_SOURCE_DIR}/)
-    add_executable(${NAME} ${T_SOURCES})
-    foreach(source ${service})
-        string(REGEX REPLACE "^apps/esa" "${PROJECT_BINARY_DIR}/apps/esa/CMakeFiles/esaservice.dir"
-                             object ${source}.o)
-        set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT ON GENERATED ON)
-        target_sources(${NAME} PRIVATE ${object})
+    add_executable(${NAME})
+    foreach(source ${T_SOURCES})
+        string(REGEX REPLACE "^apps/esa/" "apps/esa/CMakeFiles/esaservice.dir/" object ${source})
+        string(REGEX REPLACE "^libs/MPU/" "libs/MPU/CMakeFiles/mpu.dir/" object ${object})
+        string(REGEX REPLACE "^libs/platform/" "libs/platform/CMakeFiles/platform.dir/" object
+                             ${object})
+        if(object STREQUAL source)
+            target_sources(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/${source})
+        else()
+            set(object ${PROJECT_BINARY_DIR}/${object}.o)
+            set_source_files_properties(${object} PROPERTIES EXTERNAL_OBJECT ON GENERATED ON)
+            target_sources(${NAME} PRIVATE ${object})
+        endif()
     endforeach()
     target_include_directories(
         ${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/libs
                         ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_watchdog esa_warnings GTest::gmock_main
+    target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_support esa_warnings GTest::gmock_main
                                           Threads::Threads)
     target_link_options(${NAME} PRIVATE -fno-lto)
     target_precompile_headers(${NAME} REUSE_FROM test_pch)
