@@ -5,6 +5,7 @@ option(ESA_TESTS "build the tests" ON)
 option(ESA_BENCH "build the benchmarks" OFF)
 option(ESA_FUZZ "build the service and its fuzz harness only" OFF)
 option(ESA_OPTIMIZED_DAEMON "the daemon as it ships, whatever the build type" OFF)
+option(ESA_COVERAGE "the service and its libraries count what runs" OFF)
 set(ESA_SANITIZE "" CACHE STRING "value for -fsanitize=, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -91,6 +92,16 @@ elseif(NOT ESA_SANITIZE)
     target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:${fortify}>)
 endif()
 
+# A process that ends by abort() or _exit() writes its counts, too.
+add_library(esa_coverage INTERFACE)
+if(ESA_COVERAGE)
+    add_library(coverage_end STATIC ${PROJECT_SOURCE_DIR}/cmake/coverage_end.cpp)
+    target_link_libraries(esa_coverage INTERFACE coverage_end)
+    target_link_options(esa_coverage INTERFACE --coverage -Wl,--wrap=abort -Wl,--wrap=_exit)
+    target_compile_options(esa_daemon_flags INTERFACE --coverage)
+    target_link_libraries(esa_daemon_flags INTERFACE esa_coverage)
+endif()
+
 # What ships is optimized across its sources, and brings no tables for exceptions it cannot throw. The
 # objects hold machine code too, for the tests, which link single ones.
 set(ESA_LTO OFF)
@@ -169,8 +180,8 @@ function(esa_test NAME)
     target_include_directories(
         ${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/libs
                         ${PROJECT_SOURCE_DIR}/apps/esa ${PROJECT_SOURCE_DIR})
-    target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_support esa_warnings GTest::gmock_main
-                                          Threads::Threads)
+    target_link_libraries(${NAME} PRIVATE ${T_LIBS} test_support esa_warnings esa_coverage
+                                          GTest::gmock_main Threads::Threads)
     target_link_options(${NAME} PRIVATE -fno-lto)
     target_precompile_headers(${NAME} REUSE_FROM test_pch)
     if(T_EACH)

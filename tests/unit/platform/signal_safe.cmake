@@ -35,7 +35,7 @@ foreach(symbol IN LISTS symbols)
     string(SUBSTRING "${symbol}" 2 -1 symbol)
     # The compiler's own, and the 64-bit and checked forms of the C library's functions.
     if(symbol MATCHES
-       "^(__stack_chk_fail|__asan_|__ubsan_|_GLOBAL_OFFSET_TABLE_|_GCC_|_savegpr|_restgpr)")
+       "^(__stack_chk_fail|__asan_|__ubsan_|__gcov_|_GLOBAL_OFFSET_TABLE_|_GCC_|_savegpr|_restgpr)")
         continue()
     endif()
     string(REGEX REPLACE "^__(.*)_(chk|time64|2)$" "\\1" function "${symbol}")
