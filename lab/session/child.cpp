@@ -20,7 +20,7 @@
 namespace enclab {
 
 constexpr auto kTermPatience = std::chrono::seconds(2);
-constexpr std::size_t kLineMax = 4096;
+constexpr std::size_t kOutputLineMax = 4096;
 
 static std::vector<char*> pointers(const std::vector<std::string>& words) {
     std::vector<char*> list;
@@ -111,7 +111,7 @@ void Child::takeOutput(std::size_t count) {
         if (c != '\n') {
             line_ += c;
         }
-        if (c == '\n' || line_.size() == kLineMax) {
+        if (c == '\n' || line_.size() == kOutputLineMax) {
             onLine_(std::exchange(line_, {}));
         }
     }
