@@ -218,7 +218,7 @@ ESA_CODE_e Bench::controlPage(const std::vector<U8_t>& list, int lost, U8_t requ
     auto* message = wireView<MMSG_t>(esaControl.esaInMsg);
     const std::size_t length = LIST + list.size() - static_cast<std::size_t>(lost);
     std::ranges::copy(list, esaControl.esaInMsg + LIST);
-    for (std::size_t n = std::max<std::size_t>(length, MMSG_K_HEADER_SIZE); n < 4064; ++n) {
+    for (std::size_t n = std::max<std::size_t>(length, MMSG_K_HEADER_SIZE); n < 512; ++n) {
         esaControl.esaInMsg[n] = byte();
     }
     message->mmch.mmsg_length = static_cast<U16_t>(length);
