@@ -238,7 +238,7 @@ TEST(ControlPage, DoesWhatItsRecordsAskFor) {
     Bench own(KORVO_E_CHASSIS_NONE);
     bench = &own;
     esaChassisTableUse(watchedTable());
-    for (int n = 0; n < 2500; ++n) {
+    for (int n = 0; n < 1500; ++n) {
         const int type = 1 + n % 9;
         bench->restart(u8(type));
         countsChoose();

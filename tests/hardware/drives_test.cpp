@@ -70,7 +70,7 @@ const Leds LEDS[] = {
 TEST(Drives, FaultLedIsOneBitOfItsPort) {
     for (const Leds& leds : LEDS) {
         Bench bench(leds.type);
-        for (int n = 0; n < 1000; ++n) {
+        for (int n = 0; n < 500; ++n) {
             bench.use(leds.folder);
             esaControl.deviceMaxNumber = n % 5 == 0 ? bench.byte() : u8(4 * (n % 5));
             const int drive = bench.below(20) - 1;

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <map>
 #include <stdexcept>
-#include <tuple>
 #include <type_traits>
+#include <utility>
 
 #include "policy/esa_policy.h"
 #include "state/chassis.h"
@@ -16,50 +16,18 @@ namespace {
 
 // ---- routines ----
 
-template <typename Parameter>
-constexpr bool givesBack =
-    std::is_pointer_v<Parameter> && !std::is_const_v<std::remove_pointer_t<Parameter>>;
-template <typename Parameter>
-using Held = std::remove_const_t<std::remove_pointer_t<Parameter>>;
-
-template <typename Parameter>
-Held<Parameter> take(const std::vector<Number>& arguments, std::size_t* next) {
-    if constexpr (givesBack<Parameter>) {
-        return static_cast<Held<Parameter>>(4711);
-    } else {
-        return static_cast<Held<Parameter>>(arguments.at((*next)++));
-    }
-}
-
-template <typename Parameter>
-auto pass(Held<Parameter>& held) {
-    if constexpr (std::is_pointer_v<Parameter>) {
-        return &held;
-    } else {
-        return held;
-    }
-}
-
-template <typename Parameter>
-std::string backText(const Held<Parameter>& held) {
-    return givesBack<Parameter> ? ", " + std::to_string(static_cast<Number>(held)) : "";
-}
-
 template <typename Result, typename... Parameters>
 std::string invoke(Result (*routine)(Parameters...), const std::vector<Number>& arguments) {
-    std::size_t next = 0;
-    std::tuple<Held<Parameters>...> held{take<Parameters>(arguments, &next)...};
-    return std::apply(
-        [&](auto&... each) -> std::string {
-            if constexpr (std::is_void_v<Result>) {
-                routine(pass<Parameters>(each)...);
-                return "";
-            } else {
-                const auto result = static_cast<Number>(routine(pass<Parameters>(each)...));
-                return " = " + std::to_string(result) + (backText<Parameters>(each) + ... + "");
-            }
-        },
-        held);
+    const auto outcome = [&]<std::size_t... N>(std::index_sequence<N...>) {
+        return routine(static_cast<Parameters>(arguments.at(N))...);
+    };
+    if constexpr (std::is_void_v<Result>) {
+        outcome(std::index_sequence_for<Parameters...>{});
+        return "";
+    } else {
+        const auto result = outcome(std::index_sequence_for<Parameters...>{});
+        return " = " + std::to_string(static_cast<Number>(result));
+    }
 }
 
 ESA_CODE_e init() {
@@ -88,39 +56,30 @@ const std::map<std::string, Routine> ROUTINES = {
 struct Field {
     const char* name;
     std::size_t count;
-    bool isRecords;  // of four bytes, shown as they travel
     Number (*get)(std::size_t n);
     void (*set)(std::size_t n, Number value);
 };
 
 // `Values` is the type of a function that gives the field: a number, or an array of them.
-template <typename Values, bool AreRecords>
+template <typename Values>
 auto& valueAt(std::size_t n) {
     auto& values = Values{}();
-    if constexpr (AreRecords) {
-        return reinterpret_cast<U8_t*>(&values)[n];
-    } else if constexpr (std::is_array_v<std::remove_reference_t<decltype(values)>>) {
+    if constexpr (std::is_array_v<std::remove_reference_t<decltype(values)>>) {
         return values[n];
     } else {
         return values;
     }
 }
 
-template <bool AreRecords = false, typename Values>
+template <typename Values>
 Field fieldOf(const char* name, Values values) {
-    using Value = std::remove_reference_t<decltype(valueAt<Values, AreRecords>(0))>;
-    constexpr std::size_t size = sizeof(Value);
-    return {name, sizeof values() / size, AreRecords,
-            [](std::size_t n) { return static_cast<Number>(valueAt<Values, AreRecords>(n)); },
-            [](std::size_t n, Number value) {
-                valueAt<Values, AreRecords>(n) = static_cast<Value>(value);
-            }};
+    using Value = std::remove_reference_t<decltype(valueAt<Values>(0))>;
+    return {name, sizeof values() / sizeof(Value),
+            [](std::size_t n) { return static_cast<Number>(valueAt<Values>(n)); },
+            [](std::size_t n, Number value) { valueAt<Values>(n) = static_cast<Value>(value); }};
 }
 #define FIELD(name) \
     fieldOf(        \
-        #name, []() -> auto& { return esaControl.name; })
-#define RECORDS(name) \
-    fieldOf<true>(    \
         #name, []() -> auto& { return esaControl.name; })
 
 const Field FIELDS[] = {
@@ -138,10 +97,7 @@ const Field FIELDS[] = {
     FIELD(coolingMaxNumber),
     FIELD(temperatureSensorMaxNumber),
     FIELD(audibleAlarmMaxNumber),
-    FIELD(pageCodeInRecentSndDiagCmd),
-    FIELD(driveFaultLedStatus0),
     FIELD(powerSupplyStatus),
-    FIELD(coolingElementOnOff),
     FIELD(fanFaultStatus),
     FIELD(fanFaultRpmLimit),
     FIELD(fanPwmLoadMinimum),
@@ -160,32 +116,12 @@ const Field FIELDS[] = {
     FIELD(fanPwm50To25TemperatureThreshold),
     FIELD(alarmState),
     FIELD(compositeFaultStatus),
-    FIELD(deviceElementControlOverall),
-    FIELD(powerSupplyElementControlOverall),
-    FIELD(coolingElementControlOverall),
-    FIELD(temperatureSensorElementControlOverall),
-    FIELD(audibleAlarmElementControlOverall),
-    RECORDS(deviceElementControl),
-    RECORDS(powerSupplyElementControl),
-    RECORDS(coolingElementControl),
-    RECORDS(temperatureSensorElementControl),
-    RECORDS(audibleAlarmElementControl),
-    FIELD(vitesse.vsc055GPD),
-    FIELD(vitesse.vsc055DDP),
-    FIELD(vitesse.vsc055FSC),
     FIELD(vitesse.vsc055PWMC),
-    RECORDS(winbond[0]),
-    RECORDS(winbond[1]),
-    RECORDS(winbond[2]),
-    RECORDS(winbond[3]),
 };
 
 }  // namespace
 
 static std::string valueText(const Field& field, std::size_t n) {
-    if (field.isRecords) {
-        return fmt::format("{}{:02X}", n % 4 == 0 ? " " : "", field.get(n));
-    }
     const std::string_view name = field.name;
     const bool isBits = name.ends_with("Status") || name.ends_with("Overall") ||
                         name.find("vsc055") != name.npos || name.ends_with("Register");

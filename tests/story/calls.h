@@ -7,8 +7,7 @@
 
 using Number = long long;
 
-// Calls a routine; numbers go to its parameters in order, pointers to what it gives back are the
-// story's own and hold 4711 before. The outcome: " = RESULT, GIVEN BACK...", empty for none.
+// Calls a routine; numbers go to its parameters in order. The outcome: " = RESULT", empty for none.
 std::string callRoutine(const std::string& name, const std::vector<Number>& arguments);
 
 // Sets a field of the control block: "alarmState", "fanPwmLoad[2]"; an array from there on.

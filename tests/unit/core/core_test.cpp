@@ -300,7 +300,7 @@ TEST(Core, ArgumentsDecideHowFarItGoes) {
 
 // Values go out in pairs that are not masked: a high one spills into the other half.
 TEST(Core, PersonalityGoesOutInAnEvent) {
-    auto random = [engine = std::mt19937(1)]() mutable { return static_cast<U32_t>(engine()); };
+    auto random = [engine = std::mt19937(1)]() mutable { return static_cast<int>(engine() >> 1); };
     std::vector<std::string> names = {"fanSpeedDivisor", "overheatTemperatureLimit"};
     for (const char* step : {"25To50", "50To75", "75To100", "100To75", "75To50", "50To25"}) {
         names.push_back("fanPwm" + std::string(step) + "TemperatureThreshold");
@@ -363,7 +363,7 @@ TEST(Core, PlatformIsWaitedFor) {
 
 // Less than a pass left is due; otherwise a pass is taken off, in microseconds.
 TEST(Core, CountdownLosesAPassOrIsDue) {
-    auto random = [engine = std::mt19937(1)]() mutable { return static_cast<U32_t>(engine()); };
+    auto random = [engine = std::mt19937(1)]() mutable { return static_cast<int>(engine() >> 1); };
     CorePlayer player;
     player.run("loop");
     for (int n = 0; n < 300; ++n) {
