@@ -105,19 +105,26 @@ class ToolPlayer : public Player {
                 tell(all);
             }
         };
-        // Options that only the help or only that page of ours knows.
+        // documented PAGE [SUBCOMMAND]: options that only the help or only that page of ours knows.
         commands["documented"] = [=, this](const Words& words) {
-            std::string page = contentOf(SOURCES + words[1]);
-            std::erase(page, '\\');
-            std::set<std::string> help = options(told(main, name + " --help").out), only;
+            const std::string page =
+                std::regex_replace(contentOf(SOURCES + words[1]), std::regex(R"(\\f.|\\)"), "");
+            const std::string more = told(main, name + " " + words[2] + " --help").out;
+            std::set<std::string> help = options(told(main, name + " --help").out + more), only;
             std::ranges::set_symmetric_difference(help, options(page + " --help"),
                                                   std::inserter(only, only.end()));
             say(Lines(only.begin(), only.end()));
         };
     }
+    // The output, and "exit 3: what it complains of".
     void tell(const Told& all) {
-        say(linesIn(all.out + all.err));
-        say(all.code != 0 ? "exit " + std::to_string(all.code) : "");
+        say(linesIn(all.out));
+        if (all.code != 0 || !all.err.empty()) {
+            const std::regex needless("^[a-z]+(?=: )|\n$");
+            const std::regex own("(enclab-)[0-9]+|(x)x{9,}");
+            const std::string error = std::regex_replace(all.err, needless, "");
+            say("exit ", all.code, std::regex_replace(error, own, "$1$2..."));
+        }
     }
     const Place place;
 
