@@ -209,7 +209,7 @@ Lines Model::checks() const {
 Model anyModel(Random& random) {
     Model model{CHASSIS[random(3)], {}};
     const auto oneOf = [&](const std::vector<unsigned>& values) {
-        return values[random(static_cast<unsigned>(values.size()))];
+        return values[random(narrowTo<unsigned>(values.size()))];
     };
     for (const auto& [key, value] : GOOD) {
         model.values[key] =
@@ -352,7 +352,7 @@ TEST(Personality, TellsWhatTheValuesMean) {
     const Place place;
     Startup startup;
     Random random;
-    for (int round = 0; round < 120; round++) {
+    for (int round = 0; round < 48; round++) {
         SCOPED_TRACE(round);
         const Model model = anyModel(random);
         Values values;

@@ -44,7 +44,7 @@ class FakeSwitch {
         bool goesOn = true;
         for (Bytes header(64); goesOn && recv(fd, header.data(), 64, MSG_WAITALL) == 64;) {
             Bytes& request = requests_.emplace_back(header);
-            request.resize(static_cast<std::size_t>(header[10] * 256 + header[11]));
+            request.resize(narrowTo<std::size_t>(header[10] * 256 + header[11]));
             recv(fd, request.data() + 64, request.size() - 64, MSG_WAITALL);
             const std::vector<Bytes> pieces = answer_(request);
             for (const Bytes& piece : pieces) {
@@ -320,7 +320,7 @@ TEST(Sesctl, PagesSurviveNoise) {
         Bytes page = code == 1 ? pages.configuration : pages.status;
         page.resize(random(8) == 0 ? random(100) : page.size() - 1);
         for (unsigned changes = random(4); changes > 0 && !page.empty(); changes--) {
-            page[random(static_cast<unsigned>(page.size()))] = static_cast<Byte>(random(256));
+            page[random(narrowTo<unsigned>(page.size()))] = static_cast<Byte>(random(256));
         }
         try {
             const Bytes whole = sesctl::completePage(page, code);

@@ -11,6 +11,7 @@
 #include <set>
 #include <utility>
 
+#include "basetypes.h"
 #include "tests/support/script.h"
 
 using Bytes = std::vector<std::uint8_t>;
@@ -61,7 +62,7 @@ inline Lines squeezed(Lines lines) {
 // Numbers below a bound, the same in every run.
 class Random {
   public:
-    unsigned operator()(unsigned bound) { return static_cast<unsigned>(engine_() % bound); }
+    unsigned operator()(unsigned bound) { return narrowTo<unsigned>(engine_() % bound); }
 
   private:
     std::mt19937 engine_{1};
