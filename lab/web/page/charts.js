@@ -197,7 +197,7 @@ function addRow(state) {
 export function showHeat(state, page) {
   latest = state;
   const now = [
-    state.directory, state.daemon.started, state.chassis.name, state.chassis.sensors.length
+    state.directory, state.daemon.pid, state.chassis.name, state.chassis.sensors.length
   ].join();
   if (now !== key) {
     key = now;
