@@ -44,7 +44,7 @@ std::string named(const std::filesystem::path& file, const Scenario& scenario) {
     return file.native() + (scenario.oneOfSeveral ? " on " + scenario.chassis : "");
 }
 
-// Whether one has come since the last call, between two scenarios or while one was played.
+// Whether one has come, between two scenarios or while one was played.
 class Signals {
   public:
     Signals() : signals_(io_, SIGHUP, SIGINT, SIGTERM) {

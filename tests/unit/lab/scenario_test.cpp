@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Scenario files, checks and their judge: what is refused and with which words, what counts as
 // expected, and what a run says of it.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <fnmatch.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -39,58 +41,48 @@ std::string refusal(const std::string& text) {
 }
 
 TEST(ScenarioFileTest, WhatCannotBeMeantIsRefusedWithItsLine) {
-    const std::string title = "title = \"t\"\n";
-    const std::string step = title + "[[step]]\nat = 1\n";
-    const std::pair<std::string, std::string> cases[] = {
+    const std::string t = "title = 't'\n", step = t + "[[step]]\nat = 1\n";
+    const std::pair<std::string, const char*> cases[] = {
         {"", ":1: a scenario has a title"},
-        {title, ":1: a scenario has steps, each under [[step]]"},
-        {title + "[[step]\n", ":2: "},
-        {title + "steps = 1\n", ":2: unknown key 'steps'"},
-        {title + "chassis = \"vsc56\"\n", ":2: no chassis 'vsc56'; there is: vsc055"},
-        {title + "chassis = [\"vsc055\", \"all\"]\n", ":2: no chassis 'all'"},
-        {title + "chassis = []\n", ":2: 'chassis' names one at least"},
-        {title + "chassis = \"chenbro\"\n", ":2: no chassis 'chenbro'"},
-        {title + "personality = { fanDivisor = 2 }\n",
-         ":2: the personality has no key 'fanDivisor'"},
-        {title + "[[step]]\ndo = \"fan 1 pull\"\n", ":2: a step says when: at = SECONDS"},
-        {title + "[[step]]\nat = \"soon\"\ndo = \"x\"\n", ":3: 'at' is a number"},
+        {t, ":1: a scenario has steps, each under [[step]]"},
+        {t + "[[step]", ":2: "},
+        {t + "steps = 1", ":2: unknown key 'steps'"},
+        {t + "chassis = 'vsc56'", ":2: no chassis 'vsc56'; there is: vsc055"},
+        {t + "chassis = ['vsc055', 'all']", ":2: no chassis 'all'"},
+        {t + "chassis = []", ":2: 'chassis' names one at least"},
+        {t + "personality = { divisor = 2 }", ":2: the personality has no key 'divisor'"},
+        {t + "[[step]]\ndo = 'x'", ":2: a step says when: at = SECONDS"},
+        {t + "[[step]]\nat = 'soon'\ndo = 'x'", ":3: 'at' is a number"},
+        {t + "end = 5\n[[step]]\nat = 1\ndo = 'x'", ":2: 'end' is before the last step"},
         {step, ":2: a step has something to do, to expect or to check"},
-        {step + "expects = \"mail*\"\n", ":4: unknown key 'expects'"},
-        {step + "expect = [\"a\",\n2]\n", ":5: 'expect' is a text or a list"},
-        {step + "do = \"x\"\nwithin = -1\n", ":2: 'within' is not negative"},
-        {step + "do = \"x\"\ntimes = 3\n", ":2: a repeated step has 'every"},
-        {step + "do = \"x\"\nevery = 3\nfor = \"9..1\"\n", ":6: 'for' is a list"},
-        {title + "end = 5\n[[step]]\nat = 1\ndo = \"x\"\n", ":2: 'end' is before the last step"},
-        {step + "do = \"{fan}\"\n",
-         ":4: nothing stands for '{fan}' here; there is: {}, {controller}"},
-        {step + "do = \"[xyratex fan 1 pull\"\n",
-         ":4: '[xyratex fan 1 pull' is not [CHASSIS...] TEXT"},
-        {step + "do = \"[not here] x\"\n", ":4: no chassis \"here\""},
-        {step + "check = \"fans load 5\"\n", ":2: 'fans load 5' is not SUBJECT = VALUE"},
-        {step + "check = \"fan load = 5\"\n",
+        {step + "expects = 'mail*'", ":4: unknown key 'expects'"},
+        {step + "expect = ['a',\n2]", ":5: 'expect' is a text or a list"},
+        {step + "do = 'x'\nwithin = -1", ":2: 'within' is not negative"},
+        {step + "do = 'x'\nevery = 3", ":2: a repeated step has 'every"},
+        {step + "do = 'x'\nevery = 3\nfor = '9..1'", ":6: 'for' is a list"},
+        {step + "do = '{fan}'", ":4: nothing stands for '{fan}' here; there is: {}, {controller}"},
+        {step + "do = '[xyratex x'", ":4: '[xyratex x' is not [CHASSIS...] TEXT"},
+        {step + "do = '[not here] x'", ":4: no chassis \"here\""},
+        {step + "check = 'fans load 5'", ":2: 'fans load 5' is not SUBJECT = VALUE"},
+        {step + "check = 'fan load = 5'",
          ":2: nothing to check by 'fan load'; there is: fans load,"},
-        {step + "check = \"mails < few\"\n", ":2: 'few' is not a number"},
-        {step + "check = \"mails not 5..1\"\n", ":2: '5..1' is not LOW..HIGH"},
+        {step + "check = 'mails < few'", ":2: 'few' is not a number"},
+        {step + "check = 'mails not 5..1'", ":2: '5..1' is not LOW..HIGH"},
     };
     for (const auto& [text, wanted] : cases) {
         EXPECT_THAT(refusal(text), testing::StartsWith(wanted)) << text;
     }
 }
 
-// Its steps' times, and what is done, expected and checked.
+// Its steps: when, what is done, expected and how much is checked; then start and end.
 std::string told(const Scenario& scenario) {
-    std::ostringstream text;
+    std::string text;
     for (const Step& step : scenario.steps) {
-        text << step.at << "+" << step.within << ":";
-        for (const auto* lines : {&step.commands, &step.expected}) {
-            for (const std::string& line : *lines) {
-                text << " " << line << ",";
-            }
-        }
-        text << (step.checks.empty() ? "" : step.checks[0].text()) << "; ";
+        text +=
+            fmt::format("{}+{} {}; {}; {}\n", step.at, step.within, fmt::join(step.commands, ", "),
+                        fmt::join(step.expected, ", "), step.checks.size());
     }
-    return text.str() + std::to_string(scenario.start.size()) + " at start, " +
-           std::to_string(scenario.end);
+    return text + fmt::format("{} {}", scenario.start.size(), scenario.end);
 }
 
 TEST(ScenarioFileTest, StepsReadAsTheChassisHasThemRepeatedFilledInAndInOrder) {
@@ -98,7 +90,7 @@ TEST(ScenarioFileTest, StepsReadAsTheChassisHasThemRepeatedFilledInAndInOrder) {
 chassis = "all"
 [[step]]
 at = 20
-check = ["[not vsc055] mails = {sensors}"]
+check = "[not vsc055] mails = {sensors}"
 [[step]]
 at = 10
 every = 10
@@ -106,16 +98,18 @@ for = "7..8"
 do = ["temp {} {}", "[vsc055 xyratex] cut {controller}"]
 expect = ["{fans} of {title}", "[xyratex] {fault}", "{healed}"]
 )"));
-    const std::string off = "led composite fault LED off,; ";
-    EXPECT_EQ(told(all.at(0)), "10+11: temp 7 7, cut vsc055, 4 of VSC055, " + off +
-                                   "20+11: temp 8 8, cut vsc055, 4 of VSC055, " + off +
-                                   "3 at start, 53.000000");
-    EXPECT_THAT(told(all.at(1)), HasSubstr("8 of Xyratex 2U12ATX, mail e-mail notification, led "
-                                           "composite fault LED on, " +
-                                           off + "20+0:mails = 2; "));
-    EXPECT_EQ(told(all.at(2)),
-              "10+11: temp 7 7, 6 of W83792AD,; 20+0:mails = 3; "
-              "20+11: temp 8 8, 6 of W83792AD,; 7 at start, 53.000000");
+    EXPECT_EQ(told(all.at(0)),
+              R"(10+11 temp 7 7, cut vsc055; 4 of VSC055, led composite fault LED off; 0
+20+11 temp 8 8, cut vsc055; 4 of VSC055, led composite fault LED off; 0
+3 53)");
+    EXPECT_THAT(told(all.at(1)),
+                HasSubstr("; 8 of Xyratex 2U12ATX, mail e-mail notification, led "
+                          "composite fault LED on, led composite fault LED off; 0"));
+    EXPECT_EQ(told(all.at(2)), R"(10+11 temp 7 7; 6 of W83792AD; 0
+20+0 ; ; 1
+20+11 temp 8 8; 6 of W83792AD; 0
+7 53)");
+    EXPECT_EQ(all[2].steps[1].checks[0].text(), "mails = 3");
 }
 
 // A line matches as the shell does it, with anything behind and one blank for many.
@@ -130,14 +124,14 @@ TEST(JudgeTest, APatternIsTheBeginningOfTheLineForAnyTexts) {
         return std::regex_replace(text, std::regex(" +"), " ");
     };
     int matched = 0;
-    for (int n = 0; n < 4000; ++n) {
+    for (int n = 0; n < 1500; ++n) {
         const std::string line = anyText("ab ", 9), pattern = anyText("ab *", 6);
         const bool wanted =
             fnmatch((squeezed(pattern) + "*").c_str(), squeezed(line).c_str(), 0) == 0;
         matched += wanted;
         ASSERT_EQ(matches(line, pattern), wanted) << "'" << line << "' by '" << pattern << "'";
     }
-    EXPECT_GT(matched, 300);
+    EXPECT_GT(matched, 100);
 }
 
 TEST(JudgeTest, EachExpectationTakesOneMessageAndTheRestIsNamed) {
@@ -177,8 +171,10 @@ TEST(CheckTest, ComparesAsItSaysForAnyNumbers) {
         }
     }
     // Each of several; what is no number is in no range; of no page nothing holds.
-    lab.chassis().bus().writeRegister(0x41, 0x16, 0);
-    for (const char* const missed : {"fans load not 0..100", "daemon < 9", "page fault not true"}) {
+    lab.chassis().bus().writeRegister(0x41, 0x11, 0);
+    lab.chassis().bus().writeRegister(0x41, 0x01, 0x0E);  // takes fan 0 its power
+    for (const char* const missed :
+         {"fans load not 0..100", "fans load > 50", "daemon < 9", "page fault not true"}) {
         EXPECT_NE(Check(missed).instead(lab), std::nullopt) << missed;
     }
     EXPECT_THROW(Check("fan 9 rpm = 1").instead(lab), std::exception);
