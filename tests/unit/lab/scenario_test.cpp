@@ -241,19 +241,17 @@ TEST_F(RunTest, WhatIsMissedSaysWhatCameInstead) {
 
 // A daemon that never waits: time stands still.
 TEST_F(RunTest, ASignalEndsItEvenWhileTheDaemonWorks) {
-    const fs::path daemon = kPlace.native() + ".sh";
-    std::ofstream(daemon) << "#!/bin/sh\nwhile :; do :; done\n";
+    const fs::path daemon = kPlace.native() + ".sh", works = kPlace.native() + ".works";
+    std::ofstream(daemon) << "#!/bin/sh\n: >" << works.native() << "\nwhile :; do :; done\n";
     fs::permissions(daemon, fs::perms::owner_all);
-    std::thread sender(
-        [lock = LabDirectory::defaultPath("run-" + std::to_string(getpid())) / "lock"] {
-            while (!fs::exists(lock)) {
-                std::this_thread::yield();
-            }
-            kill(getpid(), SIGTERM);
-        });
+    std::thread sender([&works] {
+        while (!fs::exists(works)) {
+            std::this_thread::yield();
+        }
+        kill(getpid(), SIGTERM);
+    });
     RunArguments arguments;
-    arguments.options.lab.daemon = daemon;
-    arguments.options.lab.launcher = {"/bin/sh"};
+    arguments.options.lab.launcher = {daemon};  // in front of the daemon
     EXPECT_EQ(run(kFanPulled, arguments), 1);
     sender.join();
     EXPECT_THAT(report, HasSubstr("tests=\"1\" failures=\"1\""));
