@@ -47,7 +47,7 @@ struct Model : ModelPolicy {
         sensorsPage(&words);
         alarmPage(&words);
         Bytes bytes(8 + 4 * words.size());
-        put(&bytes, 0, 4, 0x02000000 | static_cast<U32_t>(4 + 4 * words.size()));
+        put(&bytes, 0, 4, 0x02000000 | static_cast<std::int64_t>(4 + 4 * words.size()));
         for (std::size_t n = 0; n < words.size(); ++n) {
             put(&bytes, 8 + 4 * n, 4, words[n]);
         }

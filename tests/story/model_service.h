@@ -35,7 +35,7 @@ struct ModelService : ModelEnclosure {
 
     static Bytes header(U8_t protocol, U32_t command, int recipient, std::size_t size) {
         Bytes bytes(size);
-        put(&bytes, 8, 4, 0x0E010000 | static_cast<U32_t>(size));
+        put(&bytes, 8, 4, 0x0E010000 | static_cast<std::int64_t>(size));
         put(&bytes, 12, 4, U32_t{protocol} << 24 | command);
         bytes[16] = 33;
         put(&bytes, 20, 4, U32_t{1} << recipient);

@@ -23,7 +23,7 @@ TEST(PageLaw, ConfigurationPageNamesTypesAndCounts) {
     Chance chance(1);
     Walk walk(registersRow());
     walk.service.run("link 1");
-    for (int n = 0; n < 200; ++n) {
+    for (int n = 0; n < STEPS; ++n) {
         const std::size_t types = chance.of<std::size_t>({0, 1, 4, 5, 5, 5, 6, 255});
         std::vector<U8_t> counts;
         esaControl.elementTypeMaxNumber = static_cast<U8_t>(types);
@@ -68,7 +68,7 @@ TEST(PageLaw, RequestsAreEchoed) {
     Chance chance(1);
     Walk walk(registersRow());
     walk.service.run("link 1");
-    for (int n = 0; n < 100; ++n) {
+    for (int n = 0; n < STEPS / 4; ++n) {
         walk.model.type = esaControl.enclosureType = chance.of<U8_t>({1, 9});
         walk.model.key["coolingMaxNumber"] = chance.of<int>({2, 8, 9});
         walk.model.key["temperatureSensorMaxNumber"] = chance.of<int>({0, 8, 12});

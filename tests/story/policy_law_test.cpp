@@ -16,7 +16,7 @@ class PolicyLaw : public testing::TestWithParam<StoryRow> {
 
 // Several bits at once go together; those that are no fault light nothing.
 TEST_P(PolicyLaw, Faults) {
-    for (int n = 0; n < 300; ++n) {
+    for (int n = 0; n < STEPS; ++n) {
         const U32_t bits = chance.of<U32_t>({0x1, 0x2, 0x4, 0x8, 0x10, 0x10, 0xC, 0x13, 0x20, 0});
         const ESA_CODE_e code = chance.of<ESA_CODE_e>(
             {ESA_E_OK, ESA_E_OK, ESA_E_GENERR, ESA_E_GENERR, ESA_E_GENERR_I2C_UNAVAILABLE});
@@ -31,7 +31,7 @@ TEST_P(PolicyLaw, Faults) {
 
 // Loads on the ladder and off it, averages at thresholds, below zero and beyond 16 bits.
 TEST_P(PolicyLaw, LoadsFollowTheAverage) {
-    for (int n = 0; n < 400; ++n) {
+    for (int n = 0; n < STEPS; ++n) {
         const int around = chance.of<int>({32, 38, 44, 41, 35, 29, -1, 30000, -20000});
         for (std::size_t sensor = 0; sensor < Model::SENSORS; ++sensor) {
             const int degrees = chance.of<int>({around, around, around + 1, 32767});
@@ -55,7 +55,7 @@ TEST_P(PolicyLaw, LoadsFollowTheAverage) {
 }
 
 TEST_P(PolicyLaw, BandsAndOverheat) {
-    for (int n = 0; n < 400; ++n) {
+    for (int n = 0; n < STEPS; ++n) {
         for (std::size_t sensor = 0; sensor < Model::SENSORS; ++sensor) {
             const int degrees = chance.of<int>({-40, 0, 35, 36, 45, 46, 55, 56, 120, 32767});
             const int band = chance.of<int>({0, 1, 2, 3});

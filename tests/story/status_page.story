@@ -67,3 +67,15 @@ sensors 00000000
 alarms  00000020 200000(F9)
 > send command=29 1D10000000FF0000 0200000000000000 00000000 00000000 00000000 00000000 FFFFFF5F DFFFFF00; page
 alarms  00000000 000000(00)
+
+== The Xyratex chassis judges fans by 500 RPM
+# 1200000 / (240 x 10) and / (239 x 10)
+> use xyratex; set i2cConnected 1; set fanSpeedDivisor 10; set coolingMaxNumber 2; set deviceMaxNumber 0; set powerSupplyMaxNumber 0; set temperatureSensorMaxNumber 0; hide log bus fields
+> show page; reg 63 32 F0; reg 63 36 EF; page
+event   fan fault status: warning, fans 2, failed 0x01 (fan 0)
+reply   to environment manager: GOOD, enclosure status page, 104 bytes, handle 0
+drives  00000000
+supply  00000000
+fans    00000000 000032E2 000032E0
+sensors 00000000
+alarms  00000000 000000(02)

@@ -14,6 +14,12 @@
 #include "tests/support/hex.h"
 #include "tests/support/trace_capture.h"
 
+#ifdef __powerpc__
+constexpr int STEPS = 100;  // is emulated
+#else
+constexpr int STEPS = 400;
+#endif
+
 class Chance {
   public:
     explicit Chance(unsigned seed) : random_(seed) {}
