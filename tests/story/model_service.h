@@ -3,8 +3,7 @@
 #pragma once
 
 #include "tests/story/model_enclosure.h"
-
-using Bytes = std::vector<std::uint8_t>;
+#include "tests/support/laws.h"
 
 struct ModelService : ModelEnclosure {
     using Fields = std::vector<std::pair<std::size_t, std::int64_t>>;  // offset, word
@@ -69,6 +68,7 @@ struct ModelService : ModelEnclosure {
 
     // A page ends in a byte that is not counted.
     void reply(U32_t command, const Bytes& page) {
+        say("esaSndDiagPage", "Send out a Diagnostic Page.");
         Bytes bytes = header(18, command, 26, HEADER + 1);
         put(&bytes, 17, 2, 0x401A);
         bytes.insert(bytes.end(), page.begin(), page.end());

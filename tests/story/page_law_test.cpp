@@ -20,19 +20,19 @@ Bytes configurationPage(std::size_t types, const std::vector<U8_t>& counts) {
 
 // It needs room for all of it.
 TEST(PageLaw, ConfigurationPageNamesTypesAndCounts) {
-    Chance chance(1);
-    Walk walk(registersRow());
+    Random random(1);
+    Walk walk(noneRow());
     walk.service.run("link 1");
     for (int n = 0; n < STEPS; ++n) {
-        const std::size_t types = chance.of<std::size_t>({0, 1, 4, 5, 5, 5, 6, 255});
+        const std::size_t types = random.of<std::size_t>({0, 1, 4, 5, 5, 5, 6, 255});
         std::vector<U8_t> counts;
         esaControl.elementTypeMaxNumber = static_cast<U8_t>(types);
         for (const PageSection& section : PAGE_SECTIONS) {
-            counts.push_back(static_cast<U8_t>(chance.below(256)));
+            counts.push_back(static_cast<U8_t>(random.below(256)));
             esaControl.*section.count = counts.back();
         }
         const std::size_t room =
-            48 + 4 * types + chance.of<std::size_t>({0, 1}) - chance.of<std::size_t>({0, 1});
+            48 + 4 * types + random.of<std::size_t>({0, 1}) - random.of<std::size_t>({0, 1});
         if (room >= 48 + 4 * types) {
             walk.model.reply(0x1C, configurationPage(types, counts));
         }
@@ -41,12 +41,15 @@ TEST(PageLaw, ConfigurationPageNamesTypesAndCounts) {
     }
 }
 
-// Its number in one of two words, and its handle.
+// Its number in one of two words, and its handle. One that no word has room for gets none.
 TEST(PageLaw, RepliesAreForTheRequestor) {
-    Walk walk(registersRow());
+    Walk walk(noneRow());
     walk.service.run("link 1");
     for (U32_t from = 0; from < 256; ++from) {
-        if (from < 64) {
+        if (from >= 64) {
+            walk.model.say("esaStatusSend", "MMSG requestor [{}] can not be a recipient, no reply.",
+                           from);
+        } else {
             walk.model.reply(0x1D, Bytes(4));
             Bytes& reply = walk.model.messages.back();
             reply.pop_back();
@@ -65,28 +68,47 @@ TEST(PageLaw, RepliesAreForTheRequestor) {
 // Without a back-end, and of a type nobody knows: what peers asked for comes back, sensors as they
 // were read last, and what is beyond the arrays as unreadable.
 TEST(PageLaw, RequestsAreEchoed) {
-    Chance chance(1);
-    Walk walk(registersRow());
+    Random random(1);
+    Walk walk(noneRow());
     walk.service.run("link 1");
     for (int n = 0; n < STEPS / 4; ++n) {
-        walk.model.type = esaControl.enclosureType = chance.of<U8_t>({1, 9});
-        walk.model.key["coolingMaxNumber"] = chance.of<int>({2, 8, 9});
-        walk.model.key["temperatureSensorMaxNumber"] = chance.of<int>({0, 8, 12});
+        walk.model.type = esaControl.enclosureType = random.of<U8_t>({1, 9});
+        walk.model.key["coolingMaxNumber"] = random.of<int>({2, 8, 9});
+        walk.model.key["temperatureSensorMaxNumber"] = random.of<int>({0, 8, 12});
         esaControl.deviceMaxNumber = 16;
         esaControl.powerSupplyMaxNumber = 3;
         esaControl.audibleAlarmMaxNumber = 1;
         esaControl.coolingMaxNumber = static_cast<U8_t>(walk.model.fans());
         esaControl.temperatureSensorMaxNumber = static_cast<U8_t>(walk.model.sensors());
         for (std::size_t sensor = 0; sensor < Model::SENSORS; ++sensor) {
-            const int degrees = chance.below(9) == 0 ? 32767 : chance.below(256) - 128;
+            const int degrees =
+                random.onceIn(9) ? 32767 : static_cast<int>(random.below(256)) - 128;
             walk.model.readings[sensor] = degrees;
             esaControl.temperatureSensor[sensor] = static_cast<S16_t>(degrees);
         }
-        const auto record = [&] { return fmt::format("{:08X}", chance.below(0x10000) * 0x10001U); };
+        const auto record = [&] { return fmt::format("{:08X}", random.below(0x10000) * 0x10001U); };
         ASSERT_TRUE(walk.step(fmt::format("put drives {} {}, supply {} {}, fans {} {}, alarms 0 {}",
-                                          chance.below(16), record(), chance.below(3), record(),
-                                          chance.below(2), record(), record())));
+                                          random.below(16), record(), random.below(3), record(),
+                                          random.below(2), record(), record())));
         ASSERT_TRUE(walk.step("page"));
+    }
+}
+
+// 4060 bytes fit, a record more does not.
+TEST(PageLaw, WhatFitsNoMessageIsNotSent) {
+    StoryService service(noneRow());
+    service.run("link 1");
+    for (const PageSection& section : PAGE_SECTIONS) {
+        esaControl.*section.count = 255;
+    }
+    esaControl.temperatureSensorMaxNumber = 0;
+    for (std::size_t alarms = 220; alarms < 256; ++alarms) {
+        esaControl.audibleAlarmMaxNumber = static_cast<U8_t>(alarms);
+        service.run("page");
+        const std::size_t size = 92 + 4 * (3 * 255 + alarms);
+        const auto replies = service.take();
+        ASSERT_EQ(replies.size(), size <= 4060 ? 1U : 0U) << size;
+        ASSERT_TRUE(replies.empty() || replies[0].bytes().size() == size);
     }
 }
 

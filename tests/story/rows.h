@@ -46,8 +46,8 @@ struct StoryRow {
 
 std::span<const StoryRow> storyRows();
 
-// An enclosure of plain registers.
-const StoryRow& registersRow();
+// No enclosure services.
+const StoryRow& noneRow();
 
 // Shows in the test's name.
 inline void PrintTo(const StoryRow& row, std::ostream* out) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -16,8 +15,6 @@
 #include "lab/chassis/catalog.h"
 #include "link/esa_mmsg.h"
 #include "start/esa_init.h"
-#include "tests/story/calls.h"
-#include "tests/story/registers.h"
 #include "tests/support/fake_system_calls.h"
 #include "tests/support/hex.h"
 #include "tests/support/personality_dir.h"
@@ -81,7 +78,6 @@ StoryService::StoryService(const StoryRow& row)
     theBus = &chassis_->bus();
     switch_.open();
     enclosureCommands();
-    registerCommands();
     serviceCommands();
 }
 
@@ -184,25 +180,12 @@ void StoryService::send(const std::map<std::string, U32_t>& header, const Bytes&
     }
     Bytes bytes = message.bytes();
     std::ranges::copy(userData, bytes.begin() + MMSG_K_HEADER_SIZE);
-    wholeLength_ = bytes.size();
-    if (cut_ != 0) {
-        std::ranges::copy(bytes, esaControl.esaInMsg);
-        headerSet(wireView<MMCH_t>(bytes.data()), "length", narrowTo<U32_t>(cut_));
-    }
     bytes.resize(be16At(bytes, 10));
     switch_.send(bytes);
     esaLoopPass();
     if (hasPolled()) {
         throw std::logic_error("the pass of this message polled as well");
     }
-}
-
-static std::vector<Number> numbersFrom(const Words& words, std::size_t first) {
-    std::vector<Number> numbers;
-    for (std::size_t n = first; n < words.all.size(); ++n) {
-        numbers.push_back(words.value(n));
-    }
-    return numbers;
 }
 
 // Requests apart: "fans 2 80000004, alarms 0 80000002".
@@ -220,8 +203,8 @@ void StoryService::put(const Words& words) {
     for (const Words& request : requestsOf(words)) {
         if (request[0] == "leds") {
             drives_.clear();
-            for (const Number drive : numbersFrom(request, 1)) {
-                drives_[static_cast<std::size_t>(drive)] = {0, 0, 0, 0x04};
+            for (std::size_t n = 1; n < request.all.size(); ++n) {
+                drives_[request.u8(n)] = {0, 0, 0, 0x04};
             }
         } else {
             records[request[0]][request.u8(1)] = hexBytes(request[2]);
@@ -251,14 +234,6 @@ void StoryService::devicesCut(const std::string& device, bool cut) {
     }
 }
 
-static U8_t hexByte(const std::string& word) {
-    return hexBytes(word).at(0);
-}
-
-RegisterChip& StoryService::chip(const std::string& address) {
-    return dynamic_cast<RegisterChassis&>(*chassis_).chip(hexByte(address));
-}
-
 // ---- commands ----
 
 void StoryService::enclosureCommands() {
@@ -277,30 +252,7 @@ void StoryService::enclosureCommands() {
     commands_["drive"] = [this](auto& w) { chassis_->setDrivePresent(w.number(1), w[2] == "in"); };
     commands_["cut"] = [this](auto& w) { devicesCut(w[1], true); };
     commands_["mend"] = [this](auto& w) { devicesCut(w[1], false); };
-    commands_["fail"] = [this](auto& w) {
-        enclab::FaultRule fault{.nth = w.u32(1)};
-        if (!w[2].empty()) {
-            fault.addresses = {chassis_->addressOf(w[2])};
-        }
-        chassis_->bus().add(fault);
-    };
     commands_["wait"] = [this](auto& w) { chassis_->advance(std::chrono::seconds(w.number(1))); };
-}
-
-void StoryService::registerCommands() {
-    commands_["use"] = [this](auto& w) { use(w[1]); };
-    commands_["up"] = [this](auto& w) {
-        use(w[1]);
-        callRoutine("init", {});
-    };
-    commands_["reg"] = [this](auto& w) {
-        U8_t number = hexByte(w[2]);
-        for (const U8_t value : hexBytes(w.from(3))) {
-            chip(w[1]).set(number++, value);
-        }
-    };
-    commands_["next"] = [this](auto& w) { chip(w[1]).setNext(hexByte(w[2]), hexBytes(w.from(3))); };
-    commands_["input"] = [this](auto& w) { chip(w[1]).setInputs(hexByte(w[2]), hexByte(w[3])); };
 }
 
 void StoryService::serviceCommands() {
@@ -312,8 +264,6 @@ void StoryService::serviceCommands() {
             poll();
         }
     };
-    commands_["set"] = [](auto& w) { setField(w[1], numbersFrom(w, 2)); };
-    commands_["call"] = [this](auto& w) { result_ = callRoutine(w[1], numbersFrom(w, 2)); };
     commands_["page"] = [this](auto&) { send({}, hexBytes("1C800200FFFF0000")); };
     commands_["put"] = [this](auto& w) { put(w); };
     commands_["send"] = [this](auto& w) {
@@ -331,25 +281,11 @@ void StoryService::serviceCommands() {
     };
 }
 
-void StoryService::use(const std::string& file) {
-    std::ifstream lines(std::string(GOLDEN_DIR) + "/" + file + "/registers.txt");
-    if (!lines) {
-        throw std::invalid_argument("no registers of " + file);
-    }
-    for (std::string line; std::getline(lines, line);) {
-        run(line.substr(0, line.find('#')));
-    }
-}
-
-std::string StoryService::run(const std::string& command) {
-    result_.clear();
+void StoryService::run(const std::string& command) {
     const Words words(command);
-    if (!words.all.empty()) {
-        const auto found = commands_.find(words[0]);
-        if (found == commands_.end()) {
-            throw std::invalid_argument("no such command: " + command);
-        }
-        found->second(words);
+    const auto found = commands_.find(words[0]);
+    if (found == commands_.end()) {
+        throw std::invalid_argument("no such command: " + command);
     }
-    return result_;
+    found->second(words);
 }

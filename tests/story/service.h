@@ -25,8 +25,6 @@ constexpr PageSection PAGE_SECTIONS[] = {{"drives", &EsaControl_t::deviceMaxNumb
                                          {"sensors", &EsaControl_t::temperatureSensorMaxNumber},
                                          {"alarms", &EsaControl_t::audibleAlarmMaxNumber}};
 
-class RegisterChip;
-
 class StoryService {
   public:
     explicit StoryService(const StoryRow& row);
@@ -38,41 +36,26 @@ class StoryService {
     enclab::Chassis& chassis() { return *chassis_; }
     const std::map<std::string, int>& tuning() const { return tuning_; }
 
-    // Does what a command says, and throws when it cannot. Registers, addresses and records are
-    // hexadecimal.
+    // Does what a command says, and throws when it cannot. Records are hexadecimal.
     // The enclosure:
     //   fan N pull|return, temp N|all DEGREES, rail NAME VOLTS, psu lost|good, drive N out|in,
-    //   cut DEVICE|all, mend DEVICE|all, fail N, fail N DEVICE (the N-th transfer), wait SECONDS
-    // An enclosure of plain registers (a row without chips):
-    //   use FILE: lines of tests/golden/FILE/registers.txt; up FILE: and bring-up
-    //   reg ADDRESS NUMBER VALUE...: registers from there on; next ADDRESS NUMBER VALUE...: what
-    //   the next reads give; input ADDRESS NUMBER MASK: bits that writes leave alone
+    //   cut DEVICE|all, mend DEVICE|all, wait SECONDS
     // The service:
     //   tune KEY VALUE: of the personality file; start: until the loop is entered
     //   link TYPE: a service of that type without start-up, connected
     //   poll [N]: passes up to the next hardware poll
-    //   set FIELD VALUE...; call ROUTINE ARGUMENT...: what it returns is the result
     // The peers:
     //   page: asks for the status page
     //   put SECTION N RECORD, ...: a control page that selects these records; "leds N..." stands
     //   for drives with lit fault LEDs, which later pages repeat
     //   send [FIELD=NUMBER]... DATA...: a message with these header fields
-    // Returns the result of a routine called, " = 0".
-    std::string run(const std::string& command);
-
-    // Later messages end after so many bytes; what they lack stands in the receive buffer as from
-    // an older message. 0: whole. Returns how long the latest message was meant to be.
-    std::size_t cutMessages(std::size_t length) {
-        cut_ = length;
-        return wholeLength_;
-    }
+    void run(const std::string& command);
 
     // Messages sent since the last call. Throws when the stream is no whole messages.
     std::vector<enclab::Message> take();
 
   private:
     void enclosureCommands();
-    void registerCommands();
     void serviceCommands();
     std::string personalityText() const;
     void start();
@@ -81,9 +64,7 @@ class StoryService {
     // A message with these header fields, and the pass that handles it.
     void send(const std::map<std::string, U32_t>& header, const Bytes& userData);
     void put(const Words& words);
-    void use(const std::string& file);
     void devicesCut(const std::string& device, bool cut);
-    RegisterChip& chip(const std::string& address);
 
     const StoryRow& row_;
     std::unique_ptr<enclab::Chassis> chassis_;
@@ -91,7 +72,4 @@ class StoryService {
     std::map<std::string, std::function<void(const Words&)>> commands_;
     std::map<std::string, int> tuning_;
     std::map<std::size_t, Bytes> drives_;  // records of the drives as last requested
-    std::string result_;
-    std::size_t cut_ = 0;
-    std::size_t wholeLength_ = 0;
 };

@@ -6,12 +6,10 @@
 #include <fmt/ranges.h>
 #include <gtest/gtest.h>
 
-#include <random>
-#include <set>
-
 #include "tests/story/model.h"
 #include "tests/story/service.h"
 #include "tests/support/hex.h"
+#include "tests/support/laws.h"
 #include "tests/support/trace_capture.h"
 
 #ifdef __powerpc__
@@ -20,24 +18,12 @@ constexpr int STEPS = 100;  // is emulated
 constexpr int STEPS = 400;
 #endif
 
-class Chance {
-  public:
-    explicit Chance(unsigned seed) : random_(seed) {}
-    int below(int count) { return static_cast<int>(random_() % static_cast<unsigned>(count)); }
-    template <typename Value>
-    Value of(const std::vector<Value>& all) {
-        return all[random_() % all.size()];
-    }
-
-  private:
-    std::mt19937 random_;
-};
-
 // Functions whose lines the model says; those of chips and link are judged elsewhere.
 constexpr std::string_view LOGGING =
     " faultNameTrace esaCompositeFaultManage faultSet faultClear ledOn esaSupplyConditionUpdate "
     "esaFanFaultMark esaFanFailStatusRead fanFailLedFollow temperatureAverage ladderStep "
-    "ladderMove fansToFullLoad coolReport bandReport esaTemperatureOverheatCheck fanRead ";
+    "esaSndDiagPage esaStatusSend knownPageSend ladderMove fansToFullLoad coolReport bandReport "
+    "esaTemperatureOverheatCheck fanRead ";
 
 struct Outcome {
     std::vector<Bytes> messages;

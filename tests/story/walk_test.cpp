@@ -10,12 +10,12 @@ constexpr unsigned SEEDS = STEPS / 33;
 using Acts = std::vector<std::string>;
 
 // A record of a control page. Off is rare: it ends the story of a VSC055 chassis.
-std::string request(Chance& chance, const enclab::Chassis& chassis) {
-    const int fan = chance.below(chassis.fans()), supply = chance.below(2);
-    const int flags = 1 << chance.below(8);
-    return chance.of<std::string>(
-        {fmt::format("leds {} 3 9", chance.below(chassis.slots())), "leds",
-         fmt::format("fans {} {}", fan, chance.below(8) > 0 ? "80000004" : "80000000"),
+std::string request(Random& random, const enclab::Chassis& chassis) {
+    const auto fan = random.below(chassis.fans()), supply = random.below(2);
+    const int flags = 1 << random.below(8);
+    return random.of<std::string>(
+        {fmt::format("leds {} 3 9", random.below(chassis.slots())), "leds",
+         fmt::format("fans {} {}", fan, random.onceIn(8) ? "80000000" : "80000004"),
          fmt::format("fans {} 00000000", fan), fmt::format("supply {} 80000000", supply),
          fmt::format("supply {} 80000002", supply), fmt::format("supply {} 80000006", supply),
          fmt::format("supply {} 00000002", supply), fmt::format("alarms 0 800000{:02X}", flags),
@@ -23,34 +23,34 @@ std::string request(Chance& chance, const enclab::Chassis& chassis) {
          fmt::format("alarms 0 000000{:02X}", flags), "alarms 0 80000002"});
 }
 
-std::string railAct(Chance& chance, const enclab::Chassis& chassis) {
-    const std::string rail = chance.of(chassis.rails()).name;
-    const double part = chance.of<double>({1, 1, 1.08, 0.92, 1.12, 0.88});
+std::string railAct(Random& random, const enclab::Chassis& chassis) {
+    const std::string rail = chassis.rails()[random.below(chassis.rails().size())].name;
+    const double part = random.of<double>({1, 1, 1.08, 0.92, 1.12, 0.88});
     return fmt::format("rail {} {}", rail, part * (rail.starts_with("12") ? 12 : 5));
 }
 
 // What may happen, and what a chassis may ask for.
-std::string act(Chance& chance, const enclab::Chassis& chassis) {
+std::string act(Random& random, const enclab::Chassis& chassis) {
     const enclab::ChassisParts& parts = chassis.parts();
-    const int fan = chance.below(chassis.fans());
-    const int around = chance.of<int>({0, 29, 32, 35, 38, 41, 44, 48, 54, 60});
-    const double degrees = around + chance.below(10) / 2.0 - 2;
-    const std::string device = chance.of(chassis.devices()).name;
-    const std::string requested = request(chance, chassis);
-    return chance.of<std::string>(
+    const auto fan = random.below(chassis.fans());
+    const int around = random.of<int>({0, 29, 32, 35, 38, 41, 44, 48, 54, 60});
+    const double degrees = around + static_cast<double>(random.below(10)) / 2 - 2;
+    const std::string device = chassis.devices()[random.below(chassis.devices().size())].name;
+    const std::string requested = request(random, chassis);
+    return random.of<std::string>(
         {fmt::format("fan {} pull", fan),
          fmt::format("fan {} return", fan),
          fmt::format("fan {} return", fan),
          fmt::format("temp all {}", degrees),
          fmt::format("temp all {}", degrees),
-         fmt::format("temp {} {}", chance.below(chassis.sensors()), degrees),
+         fmt::format("temp {} {}", random.below(chassis.sensors()), degrees),
          "cut " + device,
          "mend " + device,
          "mend all",
-         chance.below(3) == 0 ? "cut all" : "mend all",
+         random.onceIn(3) ? "cut all" : "mend all",
          "put " + requested,
          "put " + requested,
-         "put " + requested + ", " + request(chance, chassis),
+         "put " + requested + ", " + request(random, chassis),
          "page",
          "page",
          "poll",
@@ -58,26 +58,29 @@ std::string act(Chance& chance, const enclab::Chassis& chassis) {
          "wait 30",
          parts.redundancy ? "psu lost" : "poll",
          parts.redundancy ? "psu good" : "page",
-         parts.rails.empty() ? "poll" : railAct(chance, chassis),
-         parts.drivePresence ? fmt::format("drive {} {}", chance.below(chassis.slots()),
-                                           chance.below(2) > 0 ? "in" : "out")
+         parts.rails.empty() ? "poll" : railAct(random, chassis),
+         parts.drivePresence ? fmt::format("drive {} {}", random.below(chassis.slots()),
+                                           random.onceIn(2) ? "in" : "out")
                              : "poll"});
 }
 
 // Another personality file.
-Acts tuningActs(Chance& chance, const std::map<std::string, int>& tuning) {
+Acts tuningActs(Random& random, const std::map<std::string, int>& tuning) {
     Acts acts;
     for (const auto& [key, value] : tuning) {
         if (key.ends_with("Threshold")) {
-            acts.push_back(fmt::format("tune {} {}", key, value + chance.below(5) - 2));
+            acts.push_back(fmt::format("tune {} {}", key, value + random.of({-2, -1, 0, 1, 2})));
         }
     }
-    acts.push_back("tune overheatTemperatureLimit " + chance.of(Acts{"48", "60"}));
-    acts.push_back("tune fanPwmLoadMinimum " + chance.of(Acts{"0", "25", "26", "50", "51", "76"}));
-    acts.push_back("tune fanFaultRpmLimit " + chance.of(Acts{"0", "1500", "4477", "4478", "5000"}));
-    if (chance.below(6) == 0) {
+    acts.push_back("tune overheatTemperatureLimit " + random.of<std::string>({"48", "60"}));
+    acts.push_back("tune fanPwmLoadMinimum " +
+                   random.of<std::string>({"0", "25", "26", "50", "51", "76"}));
+    acts.push_back("tune fanFaultRpmLimit " +
+                   random.of<std::string>({"0", "1500", "4477", "4478", "5000"}));
+    if (random.onceIn(6)) {
         acts.push_back("tune coolingMaxNumber 44");
-        acts.push_back("tune temperatureSensorMaxNumber " + chance.of(Acts{"0", "1", "12"}));
+        acts.push_back("tune temperatureSensorMaxNumber " +
+                       random.of<std::string>({"0", "1", "12"}));
     }
     return acts;
 }
@@ -87,19 +90,19 @@ class EnclosureWalk : public testing::TestWithParam<StoryRow> {};
 TEST_P(EnclosureWalk, AgreesWithTheModel) {
     for (unsigned seed = 1; seed <= SEEDS; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
-        Chance chance(seed);
+        Random random(seed);
         Walk walk(GetParam());
         const enclab::Chassis& chassis = walk.service.chassis();
-        for (const std::string& command : tuningActs(chance, walk.service.tuning())) {
+        for (const std::string& command : tuningActs(random, walk.service.tuning())) {
             walk.step(command);
         }
         if (seed % 4 == 0) {
-            walk.step("cut " + chance.of(chassis.devices()).name);
+            walk.step("cut " + chassis.devices()[seed / 4 % chassis.devices().size()].name);
         }
         ASSERT_TRUE(walk.step("start"));
         for (int n = 0; n < 60; ++n) {
             // A poll is due with every eleventh message.
-            ASSERT_TRUE(walk.step(n % 8 == 0 ? "poll" : act(chance, chassis)));
+            ASSERT_TRUE(walk.step(n % 8 == 0 ? "poll" : act(random, chassis)));
         }
     }
 }
