@@ -20,7 +20,7 @@ TEST_P(PolicyLaw, Faults) {
         const U32_t bits = random.of<U32_t>({0x1, 0x2, 0x4, 0x8, 0x10, 0x10, 0xC, 0x13, 0x20, 0});
         const ESA_CODE_e code = random.of<ESA_CODE_e>(
             {ESA_E_OK, ESA_E_OK, ESA_E_GENERR, ESA_E_GENERR, ESA_E_GENERR_I2C_UNAVAILABLE});
-        model().alarm = static_cast<U32_t>(random.below(8));
+        model().alarm = random.of<U32_t>({0, 1, 2, 3, 4, 5, 6, 7});
         esaControl.alarmState = model().alarm;
         const U32_t before = model().faults;
         model().fault(bits, code);

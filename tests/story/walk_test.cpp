@@ -18,7 +18,8 @@ std::string request(Random& random, const enclab::Chassis& chassis) {
          fmt::format("fans {} {}", fan, random.onceIn(8) ? "80000000" : "80000004"),
          fmt::format("fans {} 00000000", fan), fmt::format("supply {} 80000000", supply),
          fmt::format("supply {} 80000002", supply), fmt::format("supply {} 80000006", supply),
-         fmt::format("supply {} 00000002", supply), fmt::format("alarms 0 800000{:02X}", flags),
+         fmt::format("supply {} 00000002", supply), "supply 0 80000002, supply 1 80000002",
+         "supply 0 80000000, supply 1 80000000", fmt::format("alarms 0 800000{:02X}", flags),
          fmt::format("alarms 0 A00000{:02X}", 0xFF ^ flags),
          fmt::format("alarms 0 000000{:02X}", flags), "alarms 0 80000002"});
 }
