@@ -12,7 +12,7 @@ struct Model : ModelPolicy {
 
     using ModelPolicy::ModelPolicy;
 
-    // A command of StoryService, but for routines and registers.
+    // A command of StoryService, but for "link" and "send".
     void run(const std::string& command) {
         const Words words(command);
         if (words[0] == "start") {
