@@ -225,17 +225,6 @@ struct ModelPolicy : ModelService {
         return result;
     }
 
-    // Of the Xyratex chassis.
-    void fanLed(bool isFailed) {
-        const char* now = isFailed ? "ON" : "OFF";
-        if (((leds & FAN_FAIL) != 0) == isFailed) {
-            say("fanFailLedFollow", "FAN Fail LED already [{}].", now);
-            return;
-        }
-        ledWrite(FAN_FAIL, isFailed);
-        say("fanFailLedFollow", "Turn [{}] FAN Fail LED.", now);
-    }
-
     // ---- loads ----
 
     // Booked whatever comes of it. A Xyratex output drives four fans.
@@ -365,13 +354,6 @@ struct ModelPolicy : ModelService {
         }
         if (code != 1 && is(Board::xyratex)) {
             fanLed(code != 0);
-        }
-    }
-
-    void alarmPoll() {
-        const U32_t found = alarmRead();
-        if (std::exchange(alarm, found) != found) {
-            alarmEvent(found == 1 || found == 4 ? 2 : 1);
         }
     }
 

@@ -183,6 +183,13 @@ struct ModelService : ModelEnclosure {
     // That of the Xyratex chassis runs by itself.
     U32_t alarmRead() { return reach(0) ? static_cast<U32_t>(alarmState) : 7; }
 
+    void alarmPoll() {
+        const U32_t found = alarmRead();
+        if (std::exchange(alarm, found) != found) {
+            alarmEvent(found == 1 || found == 4 ? 2 : 1);
+        }
+    }
+
     // ---- LEDs ----
 
     // Booked whatever comes of it. A port goes to the chip whole: drives 0 to 7, and all others.
@@ -193,6 +200,17 @@ struct ModelService : ModelEnclosure {
         if (device >= 0 && reach(device) && (device == 0 || ledsDriven)) {
             ledsLit = (ledsLit & ~port) | (leds & port);
         }
+    }
+
+    // Of the Xyratex chassis.
+    void fanLed(bool isFailed) {
+        const char* now = isFailed ? "ON" : "OFF";
+        if (((leds & FAN_FAIL) != 0) == isFailed) {
+            say("fanFailLedFollow", "FAN Fail LED already [{}].", now);
+            return;
+        }
+        ledWrite(FAN_FAIL, isFailed);
+        say("fanFailLedFollow", "Turn [{}] FAN Fail LED.", now);
     }
 
     std::map<std::string, int> key;
