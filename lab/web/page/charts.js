@@ -196,9 +196,8 @@ function addRow(state) {
 
 export function showHeat(state, page) {
   latest = state;
-  const now = [
-    state.directory, state.daemon.pid, state.chassis.name, state.chassis.sensors.length
-  ].join();
+  const now =
+      [state.directory, state.daemon.pid, state.chassis.name, state.chassis.sensors.length].join();
   if (now !== key) {
     key = now;
     build(state);

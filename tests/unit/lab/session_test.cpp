@@ -17,8 +17,8 @@
 #include "lab/session/control_server.h"
 #include "lab/session/lab.h"
 #include "lab/session/lab_json.h"
-#include "tests/support/cases.h"
 #include "tests/support/hex.h"
+#include "tests/support/script.h"
 #include "tests/unit/lab/random.h"
 
 using namespace std::chrono_literals;
@@ -160,7 +160,7 @@ class CommandsTest : public LabDirectoryTest {
         const std::string command = says ? match[1].str() : line;
         const char sign = says ? match[2].str()[0] : '~';
         const std::string expected = says ? match[3].str() : "";
-        const std::vector<std::string> words = wordsOf(command);
+        const std::vector<std::string> words = Words(command).all;
         const auto byte = [&](std::size_t n) {
             return static_cast<std::uint8_t>(std::stoi(words.at(n), nullptr, 16));
         };
