@@ -91,19 +91,20 @@ void Child::launch(const std::vector<std::string>& arguments,
 }
 
 void Child::readOutput() {
-    output_.async_read_some(asio::buffer(chunk_),
-                            [this](const asio::error_code& error, std::size_t count) {
-                                if (error == asio::error::operation_aborted) {
-                                    return;
-                                }
-                                takeOutput(count);
-                                if (error) {
-                                    outputOpen_ = false;
-                                    reportExit();
-                                } else {
-                                    readOutput();
-                                }
-                            });
+    output_.async_read_some(
+        asio::buffer(chunk_),
+        [this, alive = std::weak_ptr(alive_)](const asio::error_code& error, std::size_t count) {
+            if (alive.expired()) {
+                return;
+            }
+            takeOutput(count);
+            if (error) {
+                outputOpen_ = false;
+                reportExit();
+            } else {
+                readOutput();
+            }
+        });
 }
 
 void Child::takeOutput(std::size_t count) {
@@ -118,8 +119,8 @@ void Child::takeOutput(std::size_t count) {
 }
 
 void Child::watch() {
-    childEnded_.async_wait([this](const asio::error_code& error, int) {
-        if (error) {
+    childEnded_.async_wait([this, alive = std::weak_ptr(alive_)](const asio::error_code&, int) {
+        if (alive.expired()) {
             return;
         }
         if (reap()) {

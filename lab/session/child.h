@@ -10,6 +10,7 @@
 #include <asio/signal_set.hpp>
 #include <csignal>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -61,6 +62,8 @@ class Child {
     std::optional<int> status_;  // as of waitpid
     bool outputOpen_ = true;
     bool exitReported_ = false;
+    // What asio has already queued comes in spite of the end of its object.
+    const std::shared_ptr<bool> alive_ = std::make_shared<bool>();
 };
 
 }  // namespace enclab

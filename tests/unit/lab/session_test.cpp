@@ -137,6 +137,21 @@ TEST(ChildTest, CountsItsProcessorTimeAndIsGoneEvenWhenItIgnoresTheTermination) 
     EXPECT_EQ(kill(pid, 0), -1);
 }
 
+TEST(ChildTest, MayGoWhileItsEndIsBeingTold) {
+    for (int round = 0; round < 20; ++round) {
+        asio::io_context io;
+        std::unique_ptr<Child> children[2];
+        for (auto& child : children) {
+            child = std::make_unique<Child>(io, std::vector<std::string>{"/bin/true"},
+                                            std::vector<std::string>{}, [](const std::string&) {});
+            auto& other = &child == children ? children[1] : children[0];
+            child->onExit([&] { other.reset(); });
+        }
+        io.run();
+        EXPECT_NE(children[0] == nullptr, children[1] == nullptr);
+    }
+}
+
 class CommandsTest : public LabDirectoryTest {
   protected:
     void make(const std::string& chassis) {
