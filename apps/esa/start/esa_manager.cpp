@@ -9,22 +9,6 @@
 
 namespace {
 
-struct FaultWord {
-    U32_t bit;
-    const char* word;
-};
-constexpr FaultWord FAULT_WORDS[] = {
-    {ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE, " supply voltage"},
-    {ESA_K_FAULT_POWER_SUPPLY_REDUNDANCY, " supply redundancy"},
-    {ESA_K_FAULT_FAN, " fan"},
-    {ESA_K_FAULT_TEMPERATURE_OVERHEAT, " overheat"},
-    {ESA_K_FAULT_I2C_BUS, " I2C"},
-};
-
-const char* faultWord(const FaultWord& fault) {
-    return (esaControl.compositeFaultStatus & fault.bit) != 0 ? fault.word : "";
-}
-
 // What the text is made of.
 struct State {
     KORVO_E_CHASSIS_t type;
@@ -35,12 +19,17 @@ struct State {
 };
 
 void statusTell(const State& state) {
+    const auto word = [&state](U32_t fault, const char* text) {
+        return (state.faults & fault) != 0 ? text : "";
+    };
     char text[120];
-    std::snprintf(text, sizeof text, "%s%s, link %s, faults:%s%s%s%s%s%s",
-                  esaChassisOrNone().facts.title, state.polled ? "" : ", not polled",
-                  state.linkUp ? "up" : "down", faultWord(FAULT_WORDS[0]),
-                  faultWord(FAULT_WORDS[1]), faultWord(FAULT_WORDS[2]), faultWord(FAULT_WORDS[3]),
-                  faultWord(FAULT_WORDS[4]), state.faults != 0 ? "" : " none");
+    std::snprintf(
+        text, sizeof text, "%s%s, link %s, faults:%s%s%s%s%s%s", esaChassisOrNone().facts.title,
+        state.polled ? "" : ", not polled", state.linkUp ? "up" : "down",
+        word(ESA_K_FAULT_POWER_SUPPLY_VOLTAGE_TOLERANCE, " supply voltage"),
+        word(ESA_K_FAULT_POWER_SUPPLY_REDUNDANCY, " supply redundancy"),
+        word(ESA_K_FAULT_FAN, " fan"), word(ESA_K_FAULT_TEMPERATURE_OVERHEAT, " overheat"),
+        word(ESA_K_FAULT_I2C_BUS, " I2C"), state.faults != 0 ? "" : " none");
     notifyStatus(text);
 }
 
