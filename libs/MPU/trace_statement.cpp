@@ -69,5 +69,5 @@ void TRACE__bugCheckStatement(U8_t module, const char* file, const char* functio
     prepare(module, file, function, line, format, arguments);
     va_end(arguments);
     TRACE__logInfo(1, 1);
-    std::abort();  // not reached
+    std::abort();  // GCOVR_EXCL_LINE: not reached
 }
