@@ -2,9 +2,9 @@
 // Expected bytes as people type them, and bytes as people read them.
 #pragma once
 
-#include <cctype>
 #include <cstdint>
 #include <cstdio>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -12,14 +12,8 @@
 
 // Bytes of a text of hexadecimal digits; white space is free, '#' comments run to the line's end.
 inline std::vector<std::uint8_t> hexBytes(std::string_view text) {
-    std::string digits;
-    bool comment = false;
-    for (const char c : text) {
-        comment = c == '#' || (comment && c != '\n');
-        if (!comment && std::isspace(static_cast<unsigned char>(c)) == 0) {
-            digits += c;
-        }
-    }
+    static const std::regex free("#[^\n]*|\\s");
+    const std::string digits = std::regex_replace(std::string(text), free, "");
     if (digits.size() % 2 != 0 ||
         digits.find_first_not_of("0123456789abcdefABCDEF") != digits.npos) {
         throw std::invalid_argument("not a text of whole bytes");
@@ -32,12 +26,12 @@ inline std::vector<std::uint8_t> hexBytes(std::string_view text) {
 }
 
 // "01 00 00 00\n02 ...": four bytes a line, so that a difference shows as lines.
-inline std::string hexText(const std::vector<std::uint8_t>& bytes) {
+inline std::string hexText(const std::vector<std::uint8_t>& bytes, std::size_t inLine = 4) {
     std::string text;
     char digits[4];
     for (std::size_t at = 0; at < bytes.size(); ++at) {
-        std::snprintf(digits, sizeof digits, "%02X%c", bytes[at],
-                      at % 4 == 3 || at + 1 == bytes.size() ? '\n' : ' ');
+        const bool ends = at % inLine == inLine - 1 || at + 1 == bytes.size();
+        std::snprintf(digits, sizeof digits, "%02X%c", bytes[at], ends ? '\n' : ' ');
         text += digits;
     }
     return text;
@@ -47,11 +41,8 @@ inline std::string hexText(std::string_view typed) {
 }
 // "01 00 00 ..." in one line.
 inline std::string hexLine(const std::vector<std::uint8_t>& bytes) {
-    std::string text = hexText(bytes);
-    for (char& c : text) {
-        c = c == '\n' ? ' ' : c;
-    }
-    return text.substr(0, text.size() - (text.empty() ? 0 : 1));
+    const std::string line = hexText(bytes, bytes.size() + 1);
+    return line.substr(0, line.find('\n'));
 }
 // Lines "OFFSET: 01 00 ..." of 32 bytes each, those that are all zero left out.
 inline std::vector<std::string> hexRows(std::vector<std::uint8_t> bytes) {

@@ -6,8 +6,7 @@
 #include <exception>
 #include <fstream>
 #include <iomanip>
-#include <iterator>
-#include <set>
+#include <regex>
 #include <sstream>
 
 char scriptStep[500];
@@ -64,7 +63,7 @@ const std::string& commandOf(const ScriptStep& step) {
     return step.command;
 }
 
-std::vector<ScriptChapter> scriptRead(const std::string& path, const ScriptLine& meaning) {
+std::vector<ScriptChapter> scriptRead(const std::string& path) {
     std::ifstream file(path);
     std::vector<ScriptChapter> chapters(1);
     std::string title;
@@ -83,8 +82,8 @@ std::vector<ScriptChapter> scriptRead(const std::string& path, const ScriptLine&
             ++steps;
         } else if (!line.empty() && !line.starts_with("# ")) {
             ScriptStep& step = chapter.at(chapter.size() - 1);
-            std::ranges::copy(meaning(line), std::back_inserter(step.expected));
-            step.numbers.resize(step.expected.size(), number);
+            step.expected.push_back(line);
+            step.numbers.push_back(number);
         }
     }
     EXPECT_GT(steps, 0) << path;
@@ -99,42 +98,30 @@ bool scriptWrites() {
     return std::ranges::find(arguments, "--write") != arguments.end();
 }
 
-// "byte 34 (pageLength): 02 is 03" where two lines differ in a row of bytes, "32: 01 00 02 ...";
-// otherwise nothing. The player may name the field of its latest record that holds a byte.
-std::string scriptByte(const std::string& expected, const std::string& got,
-                       const ScriptPlayer& player) {
-    const auto words = [](const std::string& line) {
-        std::istringstream stream(line);
-        return Lines{std::istream_iterator<std::string>(stream), {}};
-    };
-    const auto other = [](const std::string& word) {
-        return word.size() != 2 || word.find_first_not_of("0123456789ABCDEF") != word.npos;
-    };
-    const Lines line = words(expected), came = words(got);
-    const auto [at, now] = std::ranges::mismatch(line, came);
-    if (at == line.end() || now == came.end() || other(*at) || other(*now)) {
+// "byte 34: 02 is 03" where two rows of bytes differ, "32: 01 00 02 ..."; otherwise nothing.
+std::string scriptByte(const std::string& expected, const std::string& got) {
+    static const std::regex row("(?:([0-9]+): )?((?:[0-9A-F]{2} ?){4,})");
+    std::smatch was, is;
+    if (!std::regex_match(expected, was, row) || !std::regex_match(got, is, row)) {
         return "";
     }
-    const auto row = std::find_if(std::reverse_iterator(at), line.rend(), other).base();
-    if (std::find_if(at, line.end(), other) - row < 4) {
-        return "";
-    }
-    const unsigned long start =
-        row == line.begin() + 1 ? std::strtoul(line[0].c_str(), nullptr, 10) : 0;
-    const std::size_t byte = start + static_cast<std::size_t>(at - row);
-    const std::string name = player.field ? " (" + player.field(byte) + ")" : "";
-    return "byte " + std::to_string(byte) + name + ": " + *at + " is " + *now;
+    const std::string line = was[2], now = is[2];
+    const auto differs = std::ranges::mismatch(line, now).in1 - line.begin();
+    const std::size_t byte = static_cast<std::size_t>(differs) / 3;
+    const std::size_t start = std::strtoul(was[1].str().c_str(), nullptr, 10);
+    return 3 * byte >= std::min(line.size(), now.size())
+               ? ""
+               : "byte " + std::to_string(start + byte) + ": " + line.substr(3 * byte, 2) + " is " +
+                     now.substr(3 * byte, 2);
 }
 
 namespace distance = testing::internal::edit_distance;
-using ScriptEdits = std::vector<distance::EditType>;
 
 // What differs, with the lines' numbers in the file.
-std::string scriptDiff(const ScriptStep& step, const Lines& got, const ScriptEdits& edits,
-                       const ScriptPlayer& player) {
+std::string scriptDiff(const ScriptStep& step, const Lines& got) {
     std::ostringstream text;
     std::size_t e = 0, g = 0, shown = 0;
-    for (const auto edit : edits) {
+    for (const auto edit : distance::CalculateOptimalEdits(step.expected, got)) {
         if (edit != distance::kMatch && ++shown <= 10) {
             if (edit != distance::kAdd) {
                 text << "\n" << std::setw(6) << step.numbers[e] << " - " << step.expected[e];
@@ -143,7 +130,7 @@ std::string scriptDiff(const ScriptStep& step, const Lines& got, const ScriptEdi
                 text << "\n       + " << got[g];
             }
             const std::string byte =
-                edit == distance::kReplace ? scriptByte(step.expected[e], got[g], player) : "";
+                edit == distance::kReplace ? scriptByte(step.expected[e], got[g]) : "";
             text << (byte.empty() ? "" : "\n         ") << byte;
         }
         e += edit != distance::kAdd;
@@ -156,24 +143,15 @@ std::string scriptDiff(const ScriptStep& step, const Lines& got, const ScriptEdi
 // Lines of the file, by number, and what shall stand there instead.
 using ScriptChanges = std::map<int, Lines>;
 
-void scriptChange(const ScriptStep& step, const Lines& got, const ScriptEdits& edits,
-                  ScriptChanges& changes) {
-    ScriptChanges all = {{step.number, {"> " + step.command}}};
-    int at = step.number;
-    std::size_t e = 0, g = 0;
-    std::set<int> wrong;
-    for (const auto edit : edits) {
-        at = edit == distance::kAdd ? at : step.numbers[e++];
-        Lines& now = all[at];
-        if (edit != distance::kRemove) {
-            now.push_back(got[g++]);
+// Line by line; what is more goes to the last one.
+void scriptChange(const ScriptStep& step, const Lines& got, ScriptChanges& changes) {
+    Lines* now = &changes[step.number];
+    *now = {"> " + step.command};
+    for (std::size_t n = 0; n < std::max(got.size(), step.numbers.size()); ++n) {
+        now = n < step.numbers.size() ? &changes[step.numbers[n]] : now;
+        if (n < got.size()) {
+            now->push_back(got[n]);
         }
-        if (edit != distance::kMatch) {
-            wrong.insert(at);
-        }
-    }
-    for (const int number : wrong) {
-        changes[number] = all[number];
     }
 }
 
@@ -190,11 +168,11 @@ void scriptWrite(const std::string& path, const ScriptChanges& changes) {
     std::ofstream(path) << text;
 }
 
-Lines scriptLines(const std::string& text, const ScriptLine& meaning) {
+Lines scriptLines(const std::string& text) {
     std::istringstream stream(text);
     Lines lines;
     for (std::string line; std::getline(stream, line);) {
-        std::ranges::copy(meaning(line), std::back_inserter(lines));
+        lines.push_back(line);
     }
     std::erase(lines, "");
     return lines;
@@ -202,23 +180,22 @@ Lines scriptLines(const std::string& text, const ScriptLine& meaning) {
 
 }  // namespace
 
-void scriptPlayEach(const std::string& path, const std::function<ScriptPlayer()>& begin,
-                    const ScriptLine& meaning) {
+void scriptPlayEach(const std::string& path,
+                    const std::function<std::unique_ptr<Player>()>& begin) {
     ScriptChanges changes;
-    for (const ScriptChapter& chapter : scriptRead(path, meaning)) {
-        const ScriptPlayer player = begin();
+    for (const ScriptChapter& chapter : scriptRead(path)) {
+        const auto player = begin();
         for (const ScriptStep& step : chapter) {
-            const Lines got = scriptLines(player.run(commandOf(step)), meaning);
+            const Lines got = scriptLines(player->run(commandOf(step)));
             if (got == step.expected) {
                 continue;
             }
-            const auto edits = distance::CalculateOptimalEdits(step.expected, got);
             if (!scriptWrites()) {
-                ADD_FAILURE() << step.place << scriptDiff(step, got, edits, player);
+                ADD_FAILURE() << step.place << scriptDiff(step, got);
                 break;
             }
             ADD_FAILURE() << "written, review: " << step.place;
-            scriptChange(step, got, edits, changes);
+            scriptChange(step, got, changes);
         }
     }
     if (!changes.empty()) {

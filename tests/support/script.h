@@ -27,7 +27,6 @@ struct Words {
     long long value(std::size_t n) const;
     int number(std::size_t n) const { return static_cast<int>(value(n)); }
     std::uint8_t u8(std::size_t n) const { return static_cast<std::uint8_t>(value(n)); }
-    std::uint16_t u16(std::size_t n) const { return static_cast<std::uint16_t>(value(n)); }
     std::uint32_t u32(std::size_t n) const { return static_cast<std::uint32_t>(value(n)); }
     // Everything from word `n` on.
     std::string from(std::size_t n) const;
@@ -61,13 +60,6 @@ class Player {
     std::string said_;
 };
 
-// Lines a line of the file stands for: itself, or what a player's own way of writing makes of it.
-using ScriptLine = std::function<Lines(const std::string&)>;
-
-inline Lines scriptAsWritten(const std::string& line) {
-    return {line};
-}
-
 struct ScriptStep {
     int number;         // of its line in the file
     std::string place;  // "print.txt:12: COMMAND, in CHAPTER"
@@ -78,42 +70,17 @@ struct ScriptStep {
 using ScriptChapter = std::vector<ScriptStep>;
 
 // For those that play by themselves. Steps in front of the first title are a chapter, too.
-std::vector<ScriptChapter> scriptRead(const std::string& path,
-                                      const ScriptLine& meaning = scriptAsWritten);
+std::vector<ScriptChapter> scriptRead(const std::string& path);
 
 // The command of a step that is about to be played, which the watchdog is told.
 const std::string& commandOf(const ScriptStep& step);
 
-// A player as the reader sees it. `field` may be empty: the name of the field of the latest record
-// that holds a byte.
-struct ScriptPlayer {
-    std::function<std::string(const std::string&)> run;
-    std::function<std::string(std::size_t)> field;
-};
-
-// Plays each chapter with a new player, up to its first wrong step.
-void scriptPlayEach(const std::string& path, const std::function<ScriptPlayer()>& begin,
-                    const ScriptLine& meaning);
-
 // The step that is played, for the watchdog.
 extern char scriptStep[500];
 
-// `make` returns a player.
-template <typename Make>
-void scriptPlay(const std::string& path, Make make, const ScriptLine& meaning) {
-    using P = decltype(make());
-    const auto begin = [&] {
-        const std::shared_ptr<P> player(new P(make()));
-        ScriptPlayer seen = {[player](const std::string& text) { return player->run(text); }, {}};
-        if constexpr (requires { player->field(std::size_t{}); }) {
-            seen.field = [player](std::size_t byte) { return player->field(byte); };
-        }
-        return seen;
-    };
-    scriptPlayEach(path, begin, meaning);
-}
+// Plays each chapter with a new player, up to its first wrong step.
+void scriptPlayEach(const std::string& path, const std::function<std::unique_ptr<Player>()>& begin);
 template <typename P>
 void scriptPlay(const std::string& path) {
-    scriptPlay(
-        path, [] { return P(); }, scriptAsWritten);
+    scriptPlayEach(path, [] { return std::make_unique<P>(); });
 }

@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 
 SwitchListener::SwitchListener() {
@@ -100,21 +101,15 @@ static std::string messageName(const Bytes& message) {
     if ((message.at(17) & 0x40) != 0) {
         return "reply " + std::to_string(message.size());
     }
-    switch (be32At(message, 12)) {
-        case 0x08000001:
-            return "event " + std::to_string(be16At(message, 64 + 150)) + "/" +
-                   std::to_string(message.at(64 + 147));
-        case 0x0C000001:
-            return "init";
-        case 0x0C00000E:
-            return be32At(message, 48) == 2 ? "led on" : "led off";
-        case 0x0C000010:
-            return "mail";
-        case 0x0D000001:
-            return "shutdown";
-        default:
-            return "?";
+    const std::uint32_t opcode = be32At(message, 12);
+    if (opcode == 0x08000001) {
+        return "event " + std::to_string(be16At(message, 64 + 150)) + "/" +
+               std::to_string(message.at(64 + 147));
     }
+    const char* const led = be32At(message, 48) == 2 ? "led on" : "led off";
+    const std::map<std::uint32_t, const char*> names = {
+        {0x0C000001, "init"}, {0x0C00000E, led}, {0x0C000010, "mail"}, {0x0D000001, "shutdown"}};
+    return names.contains(opcode) ? names.at(opcode) : "?";
 }
 
 std::vector<std::string> messageNames(const std::vector<Bytes>& messages) {
