@@ -7,7 +7,7 @@
 #include <sys/socket.h>
 
 #include <csignal>
-#include <cstring>
+#include <regex>
 #include <set>
 
 #include "esa_evl.h"
@@ -38,14 +38,16 @@ class Link : public testing::Test {
         esaLinkDown();
         pMpuParams = nullptr;
     }
-    // Faults, then trace lines; a dump's rows are dots behind its title.
+    // Faults, then trace lines; a dump's rows are dots behind its title, a socket is N.
     Lines said() {
+        static const std::regex number("socket \\[[0-9]+");
         Lines lines = takeFaults();
         for (const std::string& line : trace.take()) {
             if (line.starts_with("0x")) {
                 lines.back() += ".";
             } else {
-                lines.push_back(line.substr(line.find_first_not_of(' ', line.find(": ") + 1)));
+                const auto text = line.substr(line.find_first_not_of(' ', line.find(": ") + 1));
+                lines.push_back(std::regex_replace(text, number, "socket [N"));
             }
         }
         return lines;
@@ -59,13 +61,32 @@ class Link : public testing::Test {
 
 }  // namespace
 
-// Messages back to back, cut anywhere; failures and ends anywhere.
+// Messages back to back; failures and ends anywhere.
 TEST_F(Link, APassTakesWhatTheRulesSayOffAnyStream) {
     std::ranges::fill(esaControl.esaWorkSpace, U8_t{0xEE});
     systemCalls.nextSocket = -1;
     EXPECT_FALSE(esaLinkOpen());
     Stream stream;
     std::string unsent;
+    // Messages, cut anywhere.
+    const auto piece = [&]() -> std::optional<std::string> {
+        while (unsent.size() < 300) {
+            const std::size_t most = random.onceIn(20) ? 65535 : 64 + random.below(200),
+                              length =
+                                  random.of<std::size_t>({most, most, 0, 63, 64, 65, 4064, 4065});
+            Bytes message = random.bytes(std::max<std::size_t>(length, 64));
+            message[10] = static_cast<U8_t>(length >> 8);
+            message[11] = static_cast<U8_t>(length);
+            unsent.append(message.begin(), message.end());
+        }
+        const std::size_t some = random.below(150),
+                          size = random.onceIn(2) ? 0
+                                                  : random.of<std::size_t>(
+                                                        {some, some, 1, 63, 64, 65, 5000, 20000});
+        const std::string cut = unsent.substr(0, stream.come.size() > 50000 ? 0 : size);
+        unsent.erase(0, cut.size());
+        return cut;
+    };
     for (int round = 0; round < 2500; ++round) {
         SCOPED_TRACE(round);
         if (stream.isDown) {
@@ -74,48 +95,28 @@ TEST_F(Link, APassTakesWhatTheRulesSayOffAnyStream) {
             }
             ASSERT_TRUE(listener.accept());
             const std::string buffer = stream.buffer;
-            stream = {};
-            stream.isDown = false;
+            stream = Stream();
             stream.buffer = buffer;
+            stream.isDown = false;
             unsent.clear();
             said();
         }
-        const auto cut = [&] {
-            while (unsent.size() < 300) {
-                const std::size_t usual = 64 + random.below(200),
-                                  length = random.of<std::size_t>(
-                                      {usual, usual, 0, 1, 63, 64, 65, 4063, 4064, 4065, 8200,
-                                       random.onceIn(5) ? 65535 : usual});
-                Bytes message = random.bytes(std::max<std::size_t>(length, 64));
-                message[10] = static_cast<U8_t>(length >> 8);
-                message[11] = static_cast<U8_t>(length);
-                unsent.append(message.begin(), message.end());
-            }
-            const std::size_t size = random.of<std::size_t>(
-                {random.below(150), random.below(150), 0, 1, 63, 64, 65, 5000, 20000});
-            const std::string piece = unsent.substr(0, size);
-            unsent.erase(0, size);
-            return piece;
-        };
-        stream.untilEnd = stream.ended || !random.onceIn(20) ? 0 : 1 + random.below(3);
-        stream.coming.resize(stream.ended || stream.come.size() > 50000 ? 0
-                             : stream.untilEnd != 0                     ? stream.untilEnd
-                                                                        : random.below(7));
-        std::ranges::generate(stream.coming, [&] { return random.onceIn(2) ? "" : cut(); });
+        stream.coming.resize(stream.ended ? 0 : random.below(7));
+        std::ranges::generate(stream.coming, piece);
+        if (!stream.ended && random.onceIn(20)) {
+            stream.coming.emplace_back(std::nullopt);
+        }
         stream.errors.resize(random.onceIn(6) ? random.below(4) : 0);
         std::ranges::generate(stream.errors, [&] {
-            return random.of(
-                {0, 0, 0, 0, EINTR, EINTR, EAGAIN, ENOBUFS, ENOMEM, ECONNRESET, EBADF});
+            return random.of({0, 0, 0, EINTR, EINTR, EAGAIN, ENOBUFS, ENOMEM, ECONNRESET});
         });
         systemCalls = {};
         systemCalls.receiveErrors = stream.errors;
-        systemCalls.onPoll = [&, coming = stream.coming, untilEnd = stream.untilEnd]() mutable {
+        systemCalls.onPoll = [&, coming = stream.coming]() mutable {
             if (!coming.empty()) {
-                listener.send({coming.front().begin(), coming.front().end()});
+                const std::optional<std::string> next = coming.front();
+                next ? listener.send({next->begin(), next->end()}) : listener.drop();
                 coming.pop_front();
-            }
-            if (untilEnd-- == 1) {
-                listener.drop();
             }
         };
         systemCalls.onPoll();
@@ -149,15 +150,13 @@ class LinkHistory : public Link {
         undelivered.clear();
         waitedInVain = false;
         attempt();
-        const int socket = systemCalls.nextSocket != 0 ? systemCalls.nextSocket : dup(0);
-        close(systemCalls.nextSocket != 0 ? -1 : socket);  // the one that is given next
         if (state != UP) {
             expected = {systemCalls.nextSocket != 0
                             ? "esaInit(): Linux socket function fails for ESA socket!"
                             : "esaInit(): Linux connect function fails for MSM/ESA socket!"};
         }
-        if (state == DOWN && socket >= 0) {
-            expected.push_back(linkIsDown(socket));
+        if (state == DOWN && systemCalls.nextSocket >= 0) {
+            expected.push_back(LINK_IS_DOWN);
         }
         EXPECT_EQ(esaLinkOpen(), state == UP);
         EXPECT_TRUE(state != UP || listener.accept());
@@ -175,13 +174,12 @@ class LinkHistory : public Link {
         EXPECT_TRUE(!due || (connectWait != 0 && connectWait < 100000)) << connectWait;
         if (due && state == UP) {
             EXPECT_TRUE(listener.accept());
-            expected = {
-                text("The link to MSM is up again with socket [", esaControl.socketFdMSM, "].")};
+            expected = {"The link to MSM is up again with socket [N]."};
         }
     }
     void down() {
         if (state != DOWN) {
-            expected.push_back(linkIsDown(esaControl.socketFdMSM));
+            expected.push_back(LINK_IS_DOWN);
             state = DOWN;
             passesDown = 0;
             lost.clear();
@@ -202,9 +200,9 @@ class LinkHistory : public Link {
         const std::string again = text("MMSG with opcode [0x", std::hex, protocol << 24 | type,
                                        "] is not sent, the link to MSM is down.");
         int result = -1;
-        const int flags = waitedInVain ? MSG_DONTWAIT : 0;
-        const bool wasUp = state == UP;
-        if (wasUp) {
+        systemCalls.sendFlags = -1;
+        const int flags = state != UP ? -1 : waitedInVain ? MSG_DONTWAIT : 0;
+        if (state == UP) {
             const int error =
                 script(&systemCalls.sendErrors, {0, 0, 0, 0, EAGAIN, ENOBUFS, ENOMEM, EPIPE,
                                                  ECONNRESET, ENOTCONN, EBADF, -10, -10});
@@ -223,7 +221,7 @@ class LinkHistory : public Link {
                            : undelivered.insert(kind.second).second;
         }
         EXPECT_EQ(esaMmsgSend({"sender", "sender()", 1}), result);
-        EXPECT_EQ(wasUp ? systemCalls.sendFlags : flags, flags);
+        EXPECT_EQ(systemCalls.sendFlags, flags);
         const Bytes whole(esaControl.esaWorkSpace, esaControl.esaWorkSpace + size);
         EXPECT_EQ(listener.take(), std::vector<Bytes>(result == size ? 1 : 0, whole));
     }
@@ -304,16 +302,12 @@ TEST_F(LinkHistory, OfTheLinkAndOfWhatIsLostIsKnownWhatTheRulesSay) {
 TEST_F(Link, ADirectoryThatFitsTheAddressIsConnectedTo) {
     const std::string path = listener.directory();
     for (const std::size_t length :
-         {path.size(), std::size_t{96}, std::size_t{97}, std::size_t{98}, std::size_t{128}}) {
+         {path.size(), std::size_t{97}, std::size_t{98}, std::size_t{128}}) {
         params = {};
         (std::string(length - path.size(), '/') + path).copy(params.mmsgDirectory, 128);
         params.nonVolatileDirectory[0] = 'x';
-        EXPECT_EQ(esaLinkOpen(), length < 98) << length;
-        esaLinkDown();
         systemCalls.connects = 0;
-        for (int pass = 0; pass < 20; ++pass) {
-            EXPECT_EQ(esaLinkPass(), length < 98 && pass == 9);
-        }
+        EXPECT_EQ(esaLinkOpen(), length < 98) << length;
         EXPECT_EQ(systemCalls.connects, length < 98 ? 1 : 0) << length;
         esaLinkDown();
     }

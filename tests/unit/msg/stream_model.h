@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <deque>
-#include <string>
+#include <optional>
 
-#include "state/esa_control.h"
 #include "tests/support/laws.h"
 #include "tests/support/switch_listener.h"
 
@@ -16,15 +15,12 @@ inline bool passes(int error) {
     return error == EINTR || error == EAGAIN || error == ENOBUFS || error == ENOMEM;
 }
 
-inline std::string linkIsDown(int socket) {
-    return text("The link to MSM on socket [", socket, "] is down.");
-}
+inline const std::string LINK_IS_DOWN = "The link to MSM on socket [N] is down.";
 
 // A pass has five short waits; before the first and in each of them something may come.
 struct Stream {
-    std::string come;                // and not yet taken
-    std::deque<std::string> coming;  // next
-    std::size_t untilEnd = 0;        // the stream ends with so many of these; 0: it does not
+    std::string come;                               // and not yet taken
+    std::deque<std::optional<std::string>> coming;  // next, or the stream's end
     bool ended = false;
     std::deque<int> errors;  // of the next receives, 0: none
 
@@ -49,10 +45,10 @@ struct Stream {
     }
     void arrive() {
         if (!coming.empty()) {
-            come += coming.front();
+            come += coming.front().value_or("");
+            ended = ended || !coming.front();
             coming.pop_front();
         }
-        ended = untilEnd-- == 1 || ended;
     }
     bool wait() {
         if (steps-- == 0) {
@@ -77,7 +73,7 @@ struct Stream {
         traced.push_back(dump);
         isDown = !passes(error);
         if (isDown) {
-            traced.push_back(linkIsDown(esaControl.socketFdMSM));
+            traced.push_back(LINK_IS_DOWN);
         }
         return error == EINTR;
     }
