@@ -2,7 +2,6 @@
 // Messages: what a received one makes the service say and do, and the bytes of those it sends.
 #include <csignal>
 #include <functional>
-#include <map>
 
 #include "link/esa_event.h"
 #include "link/esa_mmsg.h"
@@ -12,6 +11,7 @@
 #include "ses/esa_status.h"
 #include "ses/esa_test_msg.h"
 #include "tests/support/fake_alt_event_log.h"
+#include "tests/support/hex.h"
 #include "tests/support/laws.h"
 #include "tests/support/switch_listener.h"
 #include "tests/support/trace_capture.h"
@@ -138,97 +138,85 @@ TEST_F(Messages, WhatComesOfAReceivedOneFollowsFromItsFields) {
 
 namespace {
 
-using Words = std::vector<U32_t>;
-
 struct Outgoing {
     std::function<S32_t()> send;
     std::string sender;  // of a fault
     Lines lines;
-    U32_t length;
-    std::map<std::size_t, Words> words;  // that are not zero, by their places
+    std::size_t size;
+    std::string bytes;  // "PLACE:BYTES ...", those that are not zero
 };
 
+std::string hex(int digits, U32_t number) {
+    char text[9];
+    std::snprintf(text, sizeof text, "%0*X", digits, number);
+    return text;
+}
+
 // The first `count` of numbers of 16 bits.
-Words halves(const auto& numbers, std::size_t count) {
-    Words words(4);
+std::string halves(const auto& numbers, std::size_t count) {
+    std::string all;
     for (std::size_t n = 0; n < std::min(count, std::size(numbers)); ++n) {
-        words[n / 2] |= U32_t{static_cast<U16_t>(numbers[n])} << (n % 2 == 0 ? 16 : 0);
+        all += hex(4, static_cast<U16_t>(numbers[n]));
     }
-    return words;
+    return all;
 }
 
-// The control page of a test message, behind its command: some drives are faulty, the
-// rest is on, the alarm muted.
-Words testPage() {
-    Words words = {0x1D080000, 0, 0x02000000, 0};
-    const auto section = [&words](Words elements, std::size_t count) {
-        words.push_back(0);
-        elements.resize(std::min(elements.size(), count));
-        words.insert(words.end(), elements.begin(), elements.end());
-    };
+// The control page of a test message: some drives are faulty, the rest is on, the alarm muted.
+std::string testPage() {
     const EsaControl_t& c = esaControl;
-    section({4, 0, 0, 4, 0, 0, 0, 4, 0, 0, 0, 0, 4, 0, 0, 0}, c.deviceMaxNumber);
-    section({4, 4, 4}, c.powerSupplyMaxNumber);
-    section(Words(255, 4), c.coolingMaxNumber);
-    section({2}, c.audibleAlarmMaxNumber);
-    words[1] = narrowTo<U32_t>(4 * words.size() - 8) << 16;
-    return words;
+    std::string page = "0200000000000000";
+    const auto section = [&page](const std::string& flags, std::size_t count) {
+        page += "00000000";
+        for (const char flag : flags.substr(0, count)) {
+            page += std::string("0000000") + flag;
+        }
+    };
+    section("4004000400004000", c.deviceMaxNumber);
+    section("444", c.powerSupplyMaxNumber);
+    section(std::string(255, '4'), c.coolingMaxNumber);
+    section("2", c.audibleAlarmMaxNumber);
+    return page;
 }
 
-Outgoing testMessage(U8_t command, U8_t page, const std::string& word, const Words& block) {
+Outgoing testMessage(U8_t command, U8_t page, const std::string& word, const std::string& data) {
     Lines lines = {"This test SES Command Message is from Local Blade.", word,
                    "Send out a Test SES Command MMSG from the ESA to ESA.", "<printed>"};
     std::erase(lines, "");
-    const auto length = block.empty() ? 0U : narrowTo<U32_t>(64 + 4 * block.size());
-    return {[=] { return esaTestMsg(command, page); },
-            "esaTestMsg",
-            lines,
-            length,
-            {{12, {0x12000000U | command}}, {16, {0x21002100}}, {24, {2}}, {64, block}}};
+    return {[=] { return esaTestMsg(command, page); }, "esaTestMsg", lines,
+            data.empty() ? 0 : 64 + data.size() / 2,
+            "12:120000" + hex(2, command) + "21002100 24:00000002 64:" + data};
 }
 
 std::vector<Outgoing> allOutgoing() {
     const EsaControl_t& c = esaControl;
-    const auto led = [](ESA_CODE_e status, const char* what, U32_t color) {
-        return Outgoing{[status] { return esaCompositeFaultMmsgToStartupSend(status); },
-                        "esaCompositeFaultMmsgToStartupSend",
-                        {text("[", what, "] Composite Fault LED in Startup.")},
-                        64,
-                        {{12, {0x0C00000E}}, {20, {0x40000}}, {44, {2, color}}}};
-    };
-    const U32_t elements = 0U + c.powerSupplyMaxNumber + c.deviceMaxNumber + c.coolingMaxNumber;
-    const Words page = testPage();
-    return {
-        led(ESA_E_OK, "Clear", 1),
-        led(ESA_E_GENERR, "Set", 2),
-        {esaEmailNotificationMmsgToStartupSend,
-         "esaEmailNotificationMmsgToStartupSend",
-         {"Send Email Notification MMSG To Startup."},
-         64,
-         {{12, {0x0C000010}}, {20, {0x40000}}}},
-        // Deliberately another's name.
-        {esaOrderlyShutdownMmsgToStartupSend,
-         "esaEventMmsgToEmpSend",
-         {"Send request of Orderly Shutdown to Startup"},
-         64,
-         {{12, {0x0D000001}}, {20, {0x40000}}, {48, {1}}}},
-        {esaReportTimeoutProcess,
-         "esaEventMmsgToEmpSend",
-         {"Send the Enclosure Services Statistics Event Log."},
-         360,
-         {{12, {0x08000001}},
-          {20, {0x08000000}},
-          {208, {1, 0x0301000A, U32_t{c.enclosureType} << 24}},
-          {228, {c.coolingMaxNumber, c.temperatureSensorMaxNumber}},
-          {272, {9}},
-          {280, {0x40150000, 0, 0xC0278000, 0}},  // 5.25 and -11.75 volts
-          {296, halves(c.fanRpmSpeed, c.coolingMaxNumber)},
-          {312, halves(c.temperatureSensor, c.temperatureSensorMaxNumber)}}},
-        testMessage(28, 9, "", {0x1C800900, (4 * elements + 21) << 16}),
-        testMessage(
-            29, 2, text("mmsg_length = [", 64 + 4 * page.size(), "], sizeof(MMCH_t) = [64]"), page),
-        testMessage(29, 3, "Un-supported SES Page [3].", {}),
-        testMessage(30, 2, "Un-supported SES Command [30].", {})};
+    const std::string page = testPage(), led = "esaCompositeFaultMmsgToStartupSend";
+    const U32_t room = 4U * (c.powerSupplyMaxNumber + c.deviceMaxNumber + c.coolingMaxNumber) + 21;
+    const auto pageSize = static_cast<U32_t>(page.size() / 2);
+    return {{[] { return esaCompositeFaultMmsgToStartupSend(ESA_E_OK); }, led,
+             Lines{"[Clear] Composite Fault LED in Startup."}, 64,
+             "12:0C00000E 20:00040000 44:0000000200000001"},
+            {[] { return esaCompositeFaultMmsgToStartupSend(ESA_E_GENERR); }, led,
+             Lines{"[Set] Composite Fault LED in Startup."}, 64,
+             "12:0C00000E 20:00040000 44:0000000200000002"},
+            {esaEmailNotificationMmsgToStartupSend, "esaEmailNotificationMmsgToStartupSend",
+             Lines{"Send Email Notification MMSG To Startup."}, 64, "12:0C000010 20:00040000"},
+            // Deliberately another's name.
+            {esaOrderlyShutdownMmsgToStartupSend, "esaEventMmsgToEmpSend",
+             Lines{"Send request of Orderly Shutdown to Startup"}, 64,
+             "12:0D000001 20:00040000 48:00000001"},
+            // 5.25 and -11.75 volts
+            {esaReportTimeoutProcess, "esaEventMmsgToEmpSend",
+             Lines{"Send the Enclosure Services Statistics Event Log."}, 360,
+             "12:08000001 20:08000000 208:000000010301000A" + hex(2, c.enclosureType) +
+                 " 228:" + hex(8, c.coolingMaxNumber) + hex(8, c.temperatureSensorMaxNumber) +
+                 " 272:00000009 280:4015000000000000C027800000000000 296:" +
+                 halves(c.fanRpmSpeed, c.coolingMaxNumber) +
+                 " 312:" + halves(c.temperatureSensor, c.temperatureSensorMaxNumber)},
+            testMessage(28, 9, "", "1C800900" + hex(4, room & 0xFFFF) + "0000"),
+            testMessage(29, 2, text("mmsg_length = [", 72 + pageSize, "], sizeof(MMCH_t) = [64]"),
+                        "1D080000" + hex(4, pageSize) + "0000" + page),
+            testMessage(29, 3, "Un-supported SES Page [3].", ""),
+            testMessage(30, 2, "Un-supported SES Command [30].", "")};
 }
 
 }  // namespace
@@ -237,8 +225,8 @@ std::vector<Outgoing> allOutgoing() {
 TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlacesAndItsSendersNameWhenItIsLost) {
     Random random(22);
     SwitchListener peer;
-    const auto address =
-        static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(esaControl.esaWorkSpace));
+    const std::string address =
+        hex(8, static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(esaControl.esaWorkSpace)));
     for (int round = 0; round < 30; ++round) {
         std::generate_n(&esaControl.deviceMaxNumber, 5, [&random] {
             return random.of<U8_t>({0, 1, 2, 3, 4, 7, 8, 9, 16, 17, 255});
@@ -252,16 +240,17 @@ TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlacesAndItsSendersNameWhenItIs
             peer.drop();
             esaControl.socketFdMSM = peer.connect();
             random.fill(esaControl.esaWorkSpace);
-            auto words = outgoing.words;
-            words[0] = {address, address, 0x0E010000 | outgoing.length};
-            words[16].resize(1, 0x21000000);
-            Bytes message(outgoing.length);
-            for (const auto& [at, these] : words) {
-                for (std::size_t n = 0; at + n < message.size() && n < 4 * these.size(); ++n) {
-                    message[at + n] = static_cast<U8_t>(these[n / 4] >> (24 - n % 4 * 8));
-                }
+            Bytes message(std::max<std::size_t>(outgoing.size, 100));
+            message[16] = 33;
+            std::istringstream parts("0:" + address + address + " 8:0E01" +
+                                     hex(4, static_cast<U32_t>(outgoing.size)) + " " +
+                                     outgoing.bytes);
+            for (std::string part; parts >> part;) {
+                const Bytes bytes = hexBytes(part.substr(part.find(':') + 1));
+                std::ranges::copy(bytes, &message.at(std::stoul(part)));
             }
-            ASSERT_EQ(outgoing.send(), static_cast<S32_t>(outgoing.length));
+            message.resize(outgoing.size);
+            ASSERT_EQ(outgoing.send(), static_cast<S32_t>(outgoing.size));
             ASSERT_EQ(said(&trace), outgoing.lines);
             const std::vector<Bytes> sent = peer.take();
             ASSERT_EQ(sent.empty() ? Bytes() : sent.at(0), message) << outgoing.lines.at(0);
