@@ -191,7 +191,7 @@ std::vector<Outgoing> allOutgoing() {
     const EsaControl_t& c = esaControl;
     const std::string page = testPage(), led = "esaCompositeFaultMmsgToStartupSend";
     const U32_t room = 4U * (c.powerSupplyMaxNumber + c.deviceMaxNumber + c.coolingMaxNumber) + 21;
-    const auto pageSize = static_cast<U32_t>(page.size() / 2);
+    const auto pageSize = narrowTo<U32_t>(page.size() / 2);
     return {{[] { return esaCompositeFaultMmsgToStartupSend(ESA_E_OK); }, led,
              Lines{"[Clear] Composite Fault LED in Startup."}, 64,
              "12:0C00000E 20:00040000 44:0000000200000001"},
@@ -225,8 +225,8 @@ std::vector<Outgoing> allOutgoing() {
 TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlacesAndItsSendersNameWhenItIsLost) {
     Random random(22);
     SwitchListener peer;
-    const std::string address =
-        hex(8, static_cast<U32_t>(reinterpret_cast<std::uintptr_t>(esaControl.esaWorkSpace)));
+    const U32_t space = reinterpret_cast<std::uintptr_t>(esaControl.esaWorkSpace) & UINT32_MAX;
+    const std::string address = hex(8, space);
     for (int round = 0; round < 30; ++round) {
         std::generate_n(&esaControl.deviceMaxNumber, 5, [&random] {
             return random.of<U8_t>({0, 1, 2, 3, 4, 7, 8, 9, 16, 17, 255});
@@ -243,8 +243,7 @@ TEST_F(Messages, EachThatIsSentHasItsBytesInTheirPlacesAndItsSendersNameWhenItIs
             Bytes message(std::max<std::size_t>(outgoing.size, 100));
             message[16] = 33;
             std::istringstream parts("0:" + address + address + " 8:0E01" +
-                                     hex(4, static_cast<U32_t>(outgoing.size)) + " " +
-                                     outgoing.bytes);
+                                     hex(4, narrowTo<U32_t>(outgoing.size)) + " " + outgoing.bytes);
             for (std::string part; parts >> part;) {
                 const Bytes bytes = hexBytes(part.substr(part.find(':') + 1));
                 std::ranges::copy(bytes, &message.at(std::stoul(part)));
