@@ -64,7 +64,8 @@ static void transfersAdd(Typed* typed, const std::smatch& match) {
     }
     for (const auto& value : values) {
         const auto text = transferText(match.str(5)[0], address, number, value);
-        typed->transfers.push_back({text, address, number++, value, (match.str(4) + " ")[0]});
+        typed->transfers.push_back(
+            {text, ++typed->count, address, number++, value, (match.str(4) + " ")[0]});
         typed->lines.push_back(text);
     }
 }
@@ -79,6 +80,7 @@ Typed typedBy(const Lines& lines) {
     for (const std::string& line : lines) {
         for (std::sregex_iterator item(line.begin(), line.end(), ITEM), end; item != end; ++item) {
             const std::smatch& match = *item;
+            EXPECT_EQ(match.prefix().str().find_first_not_of(" :"), line.npos) << line;
             switch (match.str()[0]) {
                 case '#':
                     break;
@@ -198,7 +200,8 @@ int Bench::transfer(bool isWrite, U8_t address, U8_t number, U8_t* value) {
         stored = static_cast<U8_t>((stored & kept) | (*value & ~kept));
     }
     *value = answer && !isWrite ? *answer : *value;
-    say(transferText(isWrite ? 'W' : 'R', address, number, answer ? answer = *value : answer));
+    say(transferText(isWrite ? 'W' : 'R', address, number,
+                     answer ? std::optional(*value) : answer));
     errno = ENXIO;
     return answer ? 0 : -1;
 }
@@ -208,6 +211,7 @@ S32_t Bench::say(const std::string& line) {
     lines_.push_back(line);
     return 0;
 }
+
 void Bench::traceTake() {
     std::ranges::copy(trace_->take(), std::back_inserter(lines_));
 }

@@ -37,10 +37,23 @@ constexpr Enclosure ENCLOSURES[] = {
     {KORVO_E_CHASSIS_PELTO_TOLVEX, "vsc055", 16, 2, 3, 2},
 };
 
+// Sections of status and control pages; elements at most.
+struct Section {
+    const char* name;
+    U8_t EsaControl_t::*count;
+    int most;
+};
+constexpr Section SECTIONS[] = {{"drives", &EsaControl_t::deviceMaxNumber, 16},
+                                {"supply", &EsaControl_t::powerSupplyMaxNumber, 3},
+                                {"fans", &EsaControl_t::coolingMaxNumber, 8},
+                                {"sensors", &EsaControl_t::temperatureSensorMaxNumber, 8},
+                                {"alarms", &EsaControl_t::audibleAlarmMaxNumber, 1}};
+
 // ---- what is typed in tests/golden ----
 
 struct Transfer {
     std::string text;  // "W 41 98=27", "R 41 98 fails", "sleep 3"
+    int position = 0;  // among the transfers, from 1 on
     int address = 0, number = 0;
     std::optional<U8_t> value = {};
     char mark = ' ';
@@ -51,6 +64,7 @@ struct Typed {
     std::vector<Transfer> transfers;
     Lines lines;  // transfers, and what is said between them
     std::string result = "good";
+    int count = 0;  // of transfers that are no waits
 };
 Typed typedBy(const Lines& lines);
 const std::vector<ScriptChapter>& goldenOf(const std::string& folder);
@@ -61,8 +75,6 @@ class Bench {
   public:
     explicit Bench(KORVO_E_CHASSIS_t type);
     ~Bench();
-    Bench(const Bench&) = delete;
-    Bench& operator=(const Bench&) = delete;
 
     // A service of this type that knows no more than its personality file, and its enclosure in
     // good health; every other address answers, too.

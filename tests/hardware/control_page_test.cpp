@@ -7,6 +7,11 @@
 
 namespace {
 
+// What the state holds of a section.
+#define SECTION(element)                                                       \
+    esaControl.element##MaxNumber, &esaControl.element##ElementControlOverall, \
+        esaControl.element##ElementControl
+
 // Works on the service's own state, which is put back for the service.
 class Model {
   public:
@@ -39,91 +44,86 @@ class Model {
         at_ += 4;
         return true;
     }
+    // What changed is told, whether all records came or not.
     template <typename Record, int N, typename Act>
-    bool section(int count, U32_t* overall, Record (&records)[N], Act act) {
+    bool section(const char* event, int count, U32_t* overall, Record (&records)[N], Act act) {
+        changed_ = false;
+        const bool whole = recordsTake(count, overall, records, act);
+        return (!changed_ || say(event)) && whole;
+    }
+    template <typename Record, int N, typename Act>
+    bool recordsTake(int count, U32_t* overall, Record (&records)[N], Act act) {
         Be32 word;
-        if (!take(&word)) {
-            return false;
-        }
-        *overall = word;
-        for (int n = 0; n < count; ++n) {
+        bool whole = take(&word);
+        *overall = whole ? U32_t{word} : *overall;
+        for (int n = 0; whole && n < count; ++n) {
             U8_t record[4];
-            if (!take(&record)) {
-                return false;
-            }
-            if (n < N) {
+            whole = take(&record);
+            if (whole && n < N) {
                 std::memcpy(&records[n], record, 4);
                 act(n, (word >> 7 & 1) != 0 && record[0] >= 0x80, record[3]);
             }
         }
-        return true;
+        return whole;
     }
 
     // An LED follows RQST FAULT without SELECT.
     bool drives() {
-        bool changed = false;
-        const bool whole =
-            section(control_.deviceMaxNumber, &control_.deviceElementControlOverall,
-                    control_.deviceElementControl, [&](int n, bool, int flags) {
-                        const bool on = (flags & 4) != 0;
-                        if (on == ((control_.driveFaultLedStatus0 >> n & 1) != 0)) {
-                            say("Drive Fault LED already {} Drive [{}].", on ? "ON" : "OFF", n);
-                            return;
-                        }
-                        say("Turn {} Fault LED on Drive [{}].", on ? "On" : "Off", n);
-                        control_.driveFaultLedStatus0 ^= 1U << n;
-                        changed = true;
-                        if (row_.driveLedSet) {
-                            result = (on ? row_.driveLedSet : row_.driveLedClear)(n);
-                        }
-                    });
-        return (!changed || say("event 5/2")) && whole;
+        const auto act = [&](int n, bool, int flags) {
+            const bool on = (flags & 4) != 0;
+            if (on == ((esaControl.driveFaultLedStatus0 >> n & 1) != 0)) {
+                say("Drive Fault LED already {} Drive [{}].", on ? "ON" : "OFF", n);
+                return;
+            }
+            say("Turn {} Fault LED on Drive [{}].", on ? "On" : "Off", n);
+            esaControl.driveFaultLedStatus0 ^= 1U << n;
+            changed_ = true;
+            if (row_.driveLedSet) {
+                result = (on ? row_.driveLedSet : row_.driveLedClear)(n);
+            }
+        };
+        return section("event 5/2", SECTION(device), act);
     }
 
     // One indication for all: the latest selected request counts.
     bool supplies() {
-        bool changed = false;
-        const bool whole =
-            section(control_.powerSupplyMaxNumber, &control_.powerSupplyElementControlOverall,
-                    control_.powerSupplyElementControl, [&](int, bool selected, int flags) {
-                        const bool fault = (flags & 2) != 0;
-                        if (selected && fault == ((control_.powerSupplyStatus & 4) == 0)) {
-                            say("Fault LED already [{}] for Power Supply.", fault ? "ON" : "OFF");
-                        } else if (selected) {
-                            say("Turn {} Fault LED for Power Supply.", fault ? "On" : "Off");
-                            if (row_.supplyFaultIndicate) {
-                                row_.supplyFaultIndicate(fault ? ESA_E_GENERR : ESA_E_OK);
-                            }
-                            control_.powerSupplyStatus ^= 4;
-                            changed = true;
-                        }
-                    });
-        return (!changed || say("event 6/2")) && whole;
+        const auto act = [&](int, bool selected, int flags) {
+            const bool fault = (flags & 2) != 0;
+            if (selected && fault == ((esaControl.powerSupplyStatus & 4) == 0)) {
+                say("Fault LED already [{}] for Power Supply.", fault ? "ON" : "OFF");
+            } else if (selected) {
+                say("Turn {} Fault LED for Power Supply.", fault ? "On" : "Off");
+                if (row_.supplyFaultIndicate) {
+                    row_.supplyFaultIndicate(fault ? ESA_E_GENERR : ESA_E_OK);
+                }
+                esaControl.powerSupplyStatus ^= 4;
+                changed_ = true;
+            }
+        };
+        return section("event 6/2", SECTION(powerSupply), act);
     }
 
     // Sensors are stored from a place shifted by the fans; the alarm is where it should be.
     bool fansAndBehind() {
         const int fans = at_;
-        const int sensors = control_.temperatureSensorMaxNumber;
-        const auto act = [this](int n, bool selected, int flags) {
+        const int sensors = esaControl.temperatureSensorMaxNumber;
+        const auto fanAct = [this](int n, bool selected, int flags) {
             if (selected) {
                 fan(n, (flags & 4) != 0);
             }
         };
-        if (!section(control_.coolingMaxNumber, &control_.coolingElementControlOverall,
-                     control_.coolingElementControl, act)) {
+        const auto alarmAct = [this](int, bool selected, int flags) {
+            if (selected && (flags & 0xF2) != 0) {
+                alarm(flags);
+            }
+        };
+        if (!section("", SECTION(cooling), fanAct)) {
             return false;
         }
         at_ = fans + 4 + 4 * sensors;
-        section(sensors, &control_.temperatureSensorElementControlOverall,
-                control_.temperatureSensorElementControl, [](int, bool, int) {});
-        at_ = fans + 8 + 4 * (sensors + control_.coolingMaxNumber);
-        return section(control_.audibleAlarmMaxNumber, &control_.audibleAlarmElementControlOverall,
-                       control_.audibleAlarmElementControl, [this](int, bool selected, int flags) {
-                           if (selected && (flags & 0xF2) != 0) {
-                               alarm(flags);
-                           }
-                       });
+        section("", SECTION(temperatureSensor), [](int, bool, int) {});
+        at_ = fans + 8 + 4 * (sensors + esaControl.coolingMaxNumber);
+        return section("", SECTION(audibleAlarm), alarmAct);
     }
     void fan(int n, bool on) {
         const int size = row_.fanGroupSize, first = n / size * size;
@@ -131,8 +131,8 @@ class Model {
         if (row_.fanSwitch) {
             row_.fanSwitch(u8(first), on);
         }
-        std::fill_n(control_.fanPwmLoad + first, size, u8(on ? 100 : 0));
-        std::fill_n(control_.coolingElementOnOff + first, size, u8(on ? 2 : 1));
+        std::fill_n(esaControl.fanPwmLoad + first, size, u8(on ? 100 : 0));
+        std::fill_n(esaControl.coolingElementOnOff + first, size, u8(on ? 2 : 1));
     }
     // SET MUTE before UNRECOV and CRIT before NON-CRIT and INFO.
     void alarm(int flags) {
@@ -143,41 +143,39 @@ class Model {
         if (row_.alarmSet) {
             row_.alarmSet(state);
         }
-        control_.alarmState = state;
+        esaControl.alarmState = state;
         if (mutes && row_.alarmSilenced) {
             row_.alarmSilenced();
         }
     }
 
-    EsaControl_t& control_ = esaControl;
     const EsaChassis_t& row_ = esaChassisOrNone();
     Bench& bench_;
     const Bytes& list_;
     int length_, at_ = 0;
+    bool changed_ = false;
 };
 
-void stateChoose(Bench* bench) {
-    esaControl.deviceMaxNumber = u8(bench->below(19));
-    esaControl.powerSupplyMaxNumber = u8(bench->below(5));
-    esaControl.coolingMaxNumber = u8(bench->below(11));
-    esaControl.temperatureSensorMaxNumber = u8(bench->below(11));
-    esaControl.audibleAlarmMaxNumber = u8(bench->below(3));
+// Bytes of a list of all elements.
+std::size_t stateChoose(Bench* bench) {
+    std::size_t elements = 0;
+    for (const auto& [name, count, most] : SECTIONS) {
+        esaControl.*count = u8(bench->below(most + 3));
+        elements += esaControl.*count;
+    }
     esaControl.driveFaultLedStatus0 = static_cast<U32_t>(bench->below(0x10000));
     esaControl.powerSupplyStatus = static_cast<U32_t>(bench->below(8));
     esaControl.alarmState = static_cast<U32_t>(bench->below(8));
     bench->randomize(&esaControl.fanPwmLoad);
     bench->randomize(&esaControl.temperatureSensorElementControl);
+    return 4 * (std::size(SECTIONS) + elements);
 }
 
 TEST(ControlPage, DoesWhatItsRecordsAskFor) {
     Bench bench(KORVO_E_CHASSIS_NONE);
     for (int n = 0; n < 1500; ++n) {
         bench.restart(u8(1 + n % 9));  // the last two are of no row
-        stateChoose(&bench);
-        const int counts = esaControl.deviceMaxNumber + esaControl.powerSupplyMaxNumber +
-                           esaControl.coolingMaxNumber + esaControl.temperatureSensorMaxNumber +
-                           esaControl.audibleAlarmMaxNumber;
-        const Bytes list = bench.random.bytes(4 * (5 + static_cast<std::size_t>(counts)));
+        const Bytes list = bench.random.bytes(stateChoose(&bench));
         const int size = static_cast<int>(list.size());
         const int lost = n % 2 == 0 ? 0 : bench.below(size + 17);
         const bool isVolumeManager = bench.below(8) == 0;

@@ -16,16 +16,10 @@ namespace {
 
 // "put fans 2 80000004, alarms 0 80000002": the list that selects these records.
 Bytes listOf(const Words& words) {
-    const std::pair<const char*, int> sections[] = {
-        {"drives", esaControl.deviceMaxNumber},
-        {"supply", esaControl.powerSupplyMaxNumber},
-        {"fans", esaControl.coolingMaxNumber},
-        {"sensors", esaControl.temperatureSensorMaxNumber},
-        {"alarms", esaControl.audibleAlarmMaxNumber}};
     Bytes list;
-    for (const auto& [name, count] : sections) {
+    for (const auto& [name, count, most] : SECTIONS) {
         const std::size_t overall = list.size();
-        list.resize(overall + 4 + 4 * static_cast<std::size_t>(count));
+        list.resize(overall + 4 + std::size_t{4} * (esaControl.*count));
         for (std::size_t n = 1; n + 2 < words.all.size(); n += 3) {
             if (words[n] == name) {
                 list[overall + 3] = 0x80;
@@ -95,8 +89,8 @@ const std::map<std::string, std::function<std::string(const Words&)>> CALLS = {
     {"follow",
      silent([](auto& w) { esaChassis()->supplyInputs[w.u8(1)].follow(w[2] == "good", true); })},
     {"fans", silent([](auto& w) { esaChassis()->fanFaultShow(w[1] == "bad"); })},
-    {"led on", [](auto& w) { return codeText(esaChassis()->driveLedSet(w.number(2))); }},
-    {"led off", [](auto& w) { return codeText(esaChassis()->driveLedClear(w.number(2))); }},
+    {"led-on", [](auto& w) { return codeText(esaChassis()->driveLedSet(w.number(1))); }},
+    {"led-off", [](auto& w) { return codeText(esaChassis()->driveLedClear(w.number(1))); }},
     {"present", [](auto& w) { return codeText(esaChassis()->drivePresent(w.number(1))); }},
     {"presence", silent([](auto&) { xyratexDrivePresenceRead(); })},
     {"alarm",
@@ -148,12 +142,17 @@ Lines trafficWithout(std::size_t lost, const std::vector<Transfer>& transfers) {
     return traffic;
 }
 
+// A line that is typed without its beginning starts with two dots.
+bool isSame(const std::string& line, const std::string& typed) {
+    return typed.starts_with("..") ? line.ends_with(typed.substr(2)) : line == typed;
+}
+
 // Without the words of the log that nobody typed.
 Lines judged(const Lines& lines, const Lines& typed) {
     Lines kept;
     auto next = typed.begin();
     for (const std::string& line : lines) {
-        if (next != typed.end() && line.find(*next) != line.npos) {
+        if (next != typed.end() && isSame(line, *next)) {
             kept.push_back(*next++);
         } else if (isTransfer(line)) {
             kept.push_back(line);
@@ -222,8 +221,7 @@ void Traffic::callsCheck(const ScriptStep& step) {
             bench.answers.push_back(transfer.value);
         }
         const Words words(command);
-        const std::string name = words[0] == "led" ? words[0] + " " + words[1] : words[0];
-        outcomeCheck(CALLS.at(name)(words), typed);
+        outcomeCheck(CALLS.at(words[0])(words), typed);
     }
 }
 
@@ -233,12 +231,10 @@ void Traffic::lossCheck(const ScriptStep& step, const std::vector<Transfer>& tra
                         std::size_t lost) {
     const Transfer& transfer = transfers[lost];
     const bool ends = transfer.mark == '!' && transfer.goesOn == std::string::npos;
-    const auto waits = std::count_if(transfers.begin(), transfers.begin() + static_cast<long>(lost),
-                                     [](const Transfer& each) { return each.address == 0; });
     SCOPED_TRACE(step.place + ", without " + transfer.text);
     esaControl.compositeFaultStatus = 0x80000002;
     esaControl.fanFaultRpmLimit = 0;
-    bench.failing = static_cast<int>(lost) - static_cast<int>(waits) + 1;
+    bench.failing = transfer.position;
     EXPECT_EQ(run(&bench, commandOf(step)) == "good", !ends);
     const Lines said = bench.take();
     EXPECT_EQ(trafficOf(said), trafficOf(trafficWithout(lost, transfers)));
@@ -253,8 +249,8 @@ TEST_P(Traffic, GoesOnOrEndsWithoutOneTransfer) {
             const bool isMoot =
                 step.command == "registers" || step.command == "calls" ||
                 (step.command.starts_with("put") && (is("w83782d") || is("chenbro")));
-            const auto transfers = typedBy(step.expected).transfers;
-            for (std::size_t lost = 0; !isMoot && lost < transfers.size(); ++lost) {
+            const auto transfers = typedBy(isMoot ? Lines{} : step.expected).transfers;
+            for (std::size_t lost = 0; lost < transfers.size(); ++lost) {
                 const Transfer& transfer = transfers[lost];
                 const bool isOfDump = step.command == "init" && transfer.goesOn < transfers.size();
                 if (transfer.address != 0 && transfer.mark != '?' && (!isOfDump || lost % 7 == 0)) {
@@ -291,31 +287,6 @@ TEST_P(Traffic, OfAW83782dSetsItsCountsWhereItIsTheType) {
     EXPECT_EQ(esaControl.fanPwm50To25TemperatureThreshold, 32U);
     EXPECT_EQ(std::ranges::count(esaControl.coolingElementOnOff, ESA_E_FAN_ON),
               esaControl.coolingMaxNumber);
-}
-
-// What a file claims does not matter where a design sets its counts at bring-up.
-TEST_P(Traffic, PollAndPageGoAsFarAsTheArrays) {
-    static U8_t page[6000];
-    U8_t EsaControl_t::*const fields[] = {
-        &EsaControl_t::deviceMaxNumber, &EsaControl_t::powerSupplyMaxNumber,
-        &EsaControl_t::coolingMaxNumber, &EsaControl_t::temperatureSensorMaxNumber};
-    const int sizes[] = {16, 3, 8, 8};
-    for (int n = 0; n < 12; ++n) {
-        const Bytes counts = bench.random.bytes(4);
-        Lines traffic[2];
-        for (const bool cut : {false, true}) {
-            bench.restart(GetParam().type);
-            for (std::size_t field = 0; field < 4; ++field) {
-                const int count = n % 2 == 0 ? counts[field] : counts[field] % 10;
-                esaControl.*fields[field] = u8(cut ? std::min(count, sizes[field]) : count);
-            }
-            esaChassis()->init();
-            esaChassis()->poll();
-            statusPageBuild(page);
-            traffic[cut] = trafficOf(bench.take());
-        }
-        EXPECT_EQ(traffic[0], traffic[1]);
-    }
 }
 
 TEST(TrafficOfAllChassis, IsWrittenDown) {
