@@ -1,79 +1,91 @@
 // SPDX-License-Identifier: Apache-2.0
 // An enclosure and its service by their rules, written from the documents and apart from the
 // service's code: what must come of a command in messages, log lines and states. It knows steps,
-// not transfers: a device answers all through a command or not at all.
+// not transfers: a device answers all through a command or not at all. What hands do it takes from
+// the lab's enclosure, before the service has seen it.
 #pragma once
 
 #include "tests/story/model_policy.h"
+#include "tests/story/service.h"
 
 struct Model : ModelPolicy {
-    using Records = std::map<int, U32_t>;
-    static constexpr U32_t SELECT = 0x80000000;
+    using Page = std::vector<U32_t>;
 
-    using ModelPolicy::ModelPolicy;
-
-    // A command of StoryService, but for "link" and "send".
-    void run(const std::string& command) {
-        const Words words(command);
-        if (words[0] == "start") {
-            start();
-        } else if (words[0] == "poll") {
-            poll();
-        } else if (words[0] == "page") {
-            page();
-        } else if (words[0] == "put") {
-            control(words);
-        } else if (words[0] == "tune") {
-            key.at(words[1]) = words.number(2);
-        } else {
-            touch(words);
-        }
-    }
+    explicit Model(const StoryService& service)
+        : ModelPolicy(service.row, *service.chassis, service.personality) {}
 
     // What the latest control page said of an element.
-    U32_t asked(const char* section, int n) const {
-        const auto records = controls.find(section);
-        return records != controls.end() && records->second.contains(n) ? records->second.at(n) : 0;
+    U32_t asked(Section section, int n) const {
+        const auto record = requests.find({section, n});
+        return record == requests.end() ? 0 : record->second;
+    }
+
+    void page(U8_t code, int room) {
+        if (!isAnswerable()) {
+            return;
+        }
+        code == 1 ? configurationPage(room) : statusPage();
+    }
+
+    bool isAnswerable() {
+        if (requestor >= 64) {
+            say("esaStatusSend", "MMSG requestor [{}] can not be a recipient, no reply.",
+                requestor);
+        }
+        return requestor < 64;
+    }
+
+    // With a status byte in front, so that a page's last byte is not sent: here it stands behind.
+    void reply(U32_t command, const Page& page) {
+        say("esaSndDiagPage", "Send out a Diagnostic Page.");
+        const std::size_t size = 64 + 4 * std::max<std::size_t>(page.size(), 1);
+        enclab::Message& message = send(18, command, requestor, size);
+        message.header().mmsg_cont = 0x40;
+        message.header().dest_ep = requestor;
+        message.header().handle = handle;
+        Bytes bytes = message.bytes();
+        bytes.resize(size + (page.empty() ? 0 : 1));
+        for (std::size_t n = 0; n < page.size(); ++n) {
+            *wireView<Be32>(&bytes[65 + 4 * n]) = page[n];
+        }
+        message = enclab::Message(bytes);
     }
 
     // ---- status page ----
 
-    // Reads the enclosure as it is asked for, and tells at once what is new.
-    void page() {
-        std::vector<U32_t> words;
-        drivesPage(&words);
-        suppliesPage(&words);
-        fansPage(&words);
-        sensorsPage(&words);
-        alarmPage(&words);
-        Bytes bytes(8 + 4 * words.size());
-        put(&bytes, 0, 4, 0x02000000 | static_cast<std::int64_t>(4 + 4 * words.size()));
-        for (std::size_t n = 0; n < words.size(); ++n) {
-            put(&bytes, 8 + 4 * n, 4, words[n]);
-        }
-        reply(0x1C, bytes);
+    // Reads the enclosure as it is asked for, and tells at once what is new. Each type has an
+    // overall word in front.
+    void statusPage() {
+        Page page(2);
+        drivesPage(&page);
+        suppliesPage(&page);
+        fansPage(&page);
+        sensorsPage(&page);
+        alarmPage(&page);
+        page[0] = 0x02000000 | static_cast<U32_t>(4 * page.size() - 4);
+        reply(0x1C, page);
     }
 
-    void drivesPage(std::vector<U32_t>* words) {
-        words->push_back(0);
+    void drivesPage(Page* page) {
+        page->push_back(0);
         for (int slot = 0; slot < slots; ++slot) {
-            const bool isOut = is(Board::xyratex) && (!reach(0) || absent.contains(slot));
-            words->push_back((isOut ? 0x05000000U : 0x01000000U) | static_cast<U32_t>(slot) << 16 |
-                             (asked("drives", slot) & 4));
+            const bool isOut = is(Board::xyratex) && (!reach(0) || !chassis.drivePresent(slot));
+            page->push_back((isOut ? 0x05000000U : 0x01000000U) | static_cast<U32_t>(slot) << 16 |
+                            (asked(DRIVES, slot) & 4));
         }
     }
 
     // Conditions are one for all supplies. Where there are two, the one read last stands; the
-    // Xyratex chassis shows both.
+    // Xyratex chassis shows both, and reads them the other way round.
     U32_t supplyPage(bool* changed) {
-        U32_t word = 0x01000000;
         if (is(Board::xyratex)) {
             const bool isRedundant = supplyCheck(REDUNDANCY, true, changed);
             const bool isMains = supplyCheck(VOLTAGE, true, changed);
             return (isRedundant ? 0x01000000U : 0x05000000U) | (isMains ? 0U : 0x40U) |
                    (isRedundant && isMains ? 0U : 2U);
         }
-        for (const U32_t condition : supplyOrder()) {
+        U32_t word = 0x01000000;
+        for (const U32_t condition : row.conditions) {
             const bool good = supplyCheck(condition, true, changed);
             word = (good ? 0x01000000U : 0x05000000U) |
                    (condition == VOLTAGE && !good ? 0x40U : 0U) |
@@ -82,12 +94,12 @@ struct Model : ModelPolicy {
         return word;
     }
 
-    void suppliesPage(std::vector<U32_t>* words) {
+    void suppliesPage(Page* page) {
         bool changed = false;
-        words->push_back(0);
+        page->push_back(0);
         for (int n = 0; n < supplies; ++n) {
-            const U32_t word = is(Board::none) ? 0x01000000 : supplyPage(&changed);
-            words->push_back(word | (asked("supply", n) & 6) | 1);
+            const U32_t word = supplyPage(&changed);
+            page->push_back(word | (asked(SUPPLIES, n) & 6) | 1);
         }
         if (changed) {
             supplyEvent(2);
@@ -96,7 +108,7 @@ struct Model : ModelPolicy {
 
     // Tens of RPM in ten bits. A fan that cannot be read is shown as running.
     U32_t fanPage(int fan, bool* changed) {
-        const int speed = fan < FANS ? fanRead(fan) : NO_PULSES;
+        const int speed = fan < ARRAY ? fanRead(fan) : NO_PULSES;
         if (speed < 0) {
             return 0xE0;
         }
@@ -111,68 +123,91 @@ struct Model : ModelPolicy {
         return word | (speed <= 500 ? 2 : 0);
     }
 
-    void fansPage(std::vector<U32_t>* words) {
+    void fansPage(Page* page) {
         bool changed = false;
-        words->push_back(0);
-        for (int fan = 0; fan < fans(); ++fan) {
+        page->push_back(0);
+        for (int fan = 0; fan < key.coolingMaxNumber; ++fan) {
             const U32_t word = fanPage(fan, &changed);
-            words->push_back(word | (fan < FANS ? asked("fans", fan) & 4 : 0));
+            page->push_back(word | (fan < ARRAY ? asked(FANS, fan) & 4 : 0));
         }
         if (changed) {
             fanEvent();
         }
     }
 
-    void sensorsPage(std::vector<U32_t>* words) {
-        words->push_back(0);
+    void sensorsPage(Page* page) {
+        page->push_back(0);
         temperaturesRead();
-        for (int sensor = 0; sensor < sensors(); ++sensor) {
-            const int now = sensor < SENSORS ? readings[sensor] : UNREADABLE;
+        for (int sensor = 0; sensor < key.temperatureSensorMaxNumber; ++sensor) {
+            const int now = sensor < ARRAY ? readings[sensor] : UNREADABLE;
             const U32_t flags = (now > 55 ? 0x20U : 0U) | (now > 60 ? 0x10U : 0U) |
                                 (now < 1 ? 0x80U : 0U) | (now < 0 ? 0x40U : 0U);
             const U32_t shifted = static_cast<U32_t>(now + 20) & 0xFF;
-            words->push_back(now == UNREADABLE ? 0 : shifted << 8 | flags);
+            page->push_back(now == UNREADABLE ? 0 : shifted << 8 | flags);
         }
     }
 
-    void alarmPage(std::vector<U32_t>* words) {
-        const U32_t request = asked("alarms", 0);
+    void alarmPage(Page* page) {
+        const U32_t request = asked(ALARMS, 0);
         const U32_t now = is(Board::xyratex) ? alarmRead() : alarm;
         const bool isMuted = is(Board::none) ? (request & 2) != 0 : now == 0;
-        words->push_back(0);
-        words->push_back((request & 0x200000F8) | (isMuted ? 2 : 0) | (request >> 1 & 1));
+        page->push_back(0);
+        page->push_back((request & 0x200000F8) | (isMuted ? 2 : 0) | (request >> 1 & 1));
+    }
+
+    // ---- configuration page ----
+
+    // The types with their counts. It needs room for all of it.
+    void configurationPage(int room) {
+        const auto typed = [](U32_t type, int count) {
+            return type << 24 | static_cast<U32_t>(count) << 16;
+        };
+        const Page page = {0x01000040,
+                           0,
+                           0x20000524,
+                           0,
+                           0,
+                           0,
+                           0,
+                           0,
+                           0,
+                           0,
+                           0,
+                           0,
+                           typed(1, slots),
+                           typed(2, supplies),
+                           typed(3, key.coolingMaxNumber),
+                           typed(4, key.temperatureSensorMaxNumber),
+                           typed(6, 1)};
+        if (room >= 68) {
+            reply(0x1C, page);
+        }
     }
 
     // ---- control page ----
 
-    // "fans 2 80000004, leds 3 9": records the page does not name are 0, but lit LEDs stay.
-    void control(const Words& words) {
-        controls.clear();
-        std::istringstream list(words.from(1));
-        for (std::string text; std::getline(list, text, ',');) {
-            const Words request(text);
-            if (request[0] == "leds") {
-                lit.clear();
-            }
-            for (std::size_t n = 1; request[0] == "leds" && n < request.all.size(); ++n) {
-                lit[request.number(n)] = 4;
-            }
-            if (request[0] != "leds") {
-                controls[request[0]][request.number(1)] =
-                    static_cast<U32_t>(std::stoul(request[2], nullptr, 16));
-            }
-        }
-        controls["drives"].insert(lit.begin(), lit.end());
+    // That of the volume manager is for drives, and gets no reply.
+    void put(const Records& records) {
+        const bool isVolumeManager = requestor == MMSG_E_EPID_VOLMGRMP;
+        const auto isTaken = [=](const auto& request) {
+            return !isVolumeManager || request.first.first == DRIVES;
+        };
+        std::erase_if(requests, isTaken);
+        std::ranges::copy_if(records, std::inserter(requests, requests.end()), isTaken);
         drivesControl();
+        if (isVolumeManager) {
+            return;
+        }
         suppliesControl();
-        for (const auto& [fan, request] : controls["fans"]) {
-            if ((request & SELECT) != 0) {
-                fanControl(fan, (request & 4) != 0);
+        for (int fan = 0; fan < ARRAY; ++fan) {
+            if ((asked(FANS, fan) & SELECT) != 0) {
+                fanControl(fan, (asked(FANS, fan) & 4) != 0);
             }
         }
-        alarmControl(asked("alarms", 0));
-        reply(0x1D, Bytes(4));
-        messages.back().pop_back();  // no page
+        alarmControl(asked(ALARMS, 0));
+        if (isAnswerable()) {
+            reply(0x1D, {});
+        }
     }
 
     // Selected or not.
@@ -180,29 +215,30 @@ struct Model : ModelPolicy {
         const U32_t before = leds;
         for (int slot = 0; slot < slots; ++slot) {
             const U32_t bit = U32_t{1} << slot;
-            const bool isLit = (asked("drives", slot) & 4) != 0;
+            const bool isLit = (asked(DRIVES, slot) & 4) != 0;
             if (((leds & bit) != 0) != isLit) {
                 ledWrite(bit, isLit);
             }
         }
         if (leds != before) {
-            event(5, 2, {{156, slots}, {176, leds & 0xFFFF}});
+            EsaEventData_t& data = event(5, 2);
+            data.numberOfDrive = static_cast<U32_t>(slots);
+            data.driveFaultLedStatus0 = leds & 0xFFFF;
         }
     }
 
     // One indication for all, booked as the chassis's own fault. Bit 2: there is none.
     void suppliesControl() {
         bool changed = false;
-        for (const auto& [n, request] : controls["supply"]) {
-            const bool fails = (request & 2) != 0;
-            if ((request & SELECT) == 0 || fails != ((supply & 4) != 0)) {
+        for (int n = 0; n < supplies; ++n) {
+            const bool fails = (asked(SUPPLIES, n) & 2) != 0;
+            if ((asked(SUPPLIES, n) & SELECT) == 0 || fails != ((supply & 4) != 0)) {
                 continue;
             }
             if (is(Board::xyratex)) {
                 ledWrite(PSU_OK, !fails);
             } else if (!is(Board::none)) {
-                fault(is(Board::vsc055) || is(Board::w83792ad) ? REDUNDANCY : VOLTAGE,
-                      fails ? -1 : 0);
+                fault(row.conditions[0], fails ? -1 : 0);
             }
             supply ^= 4;
             changed = true;
@@ -217,10 +253,13 @@ struct Model : ModelPolicy {
     void fanControl(int fan, bool on) {
         const int size = is(Board::xyratex) ? 4 : 1;
         if (!is(Board::none) && reachFan(fan)) {
-            chipLoad(fan / size, on && is(Board::w83782d) ? 100 * 100 / 255.0 : chipDuty(on * 100));
             powered = powered && (on || !is(Board::vsc055));
+            for (int other = 0; !powered && other < chassis.fans(); ++other) {
+                chipLoad(other, 0);
+            }
+            chipLoad(fan / size, on && is(Board::w83782d) ? 100 * 100 / 255.0 : chipDuty(on * 100));
         }
-        std::fill_n(loads + fan / size * size, size, on * 100);
+        std::fill_n(&loads[static_cast<std::size_t>(fan / size * size)], size, on * 100);
     }
 
     // Mute wins, then unrecoverable and critical.
@@ -236,6 +275,7 @@ struct Model : ModelPolicy {
         }
     }
 
-    std::map<std::string, Records> controls;
-    Records lit;  // drives of "leds"
+    U8_t requestor = MMSG_E_EPID_ENVIRONMP;
+    U32_t handle = 0;
+    Records requests;
 };

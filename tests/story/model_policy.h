@@ -5,58 +5,40 @@
 #include "tests/story/model_service.h"
 
 struct ModelPolicy : ModelService {
-    static constexpr int SENSORS = 8;  // at most
+    static constexpr int ARRAY = 8;       // fans and sensors at most
+    static constexpr int NO_PULSES = -1;  // in place of RPM
+    static constexpr int UNREACHED = -2;
     static constexpr int UNREADABLE = 32767;
-    static constexpr int UNREACHED = -2;  // in place of RPM
-    // Up from 25, 50 and 75 percent, and down to them.
-    static constexpr const char* UP[] = {"fanPwm25To50TemperatureThreshold",
-                                         "fanPwm50To75TemperatureThreshold",
-                                         "fanPwm75To100TemperatureThreshold"};
-    static constexpr const char* DOWN[] = {"fanPwm50To25TemperatureThreshold",
-                                           "fanPwm75To50TemperatureThreshold",
-                                           "fanPwm100To75TemperatureThreshold"};
 
     using ModelService::ModelService;
 
     // Fans, or groups of them, whose load is chosen.
-    int policyFans() const { return is(Board::xyratex) ? 2 : std::min(fans(), FANS); }
-    int policySensors() const { return std::min(sensors(), SENSORS); }
+    int policyFans() const {
+        return is(Board::xyratex) ? 2 : std::min(key.coolingMaxNumber, ARRAY);
+    }
+    int policySensors() const { return std::min(key.temperatureSensorMaxNumber, ARRAY); }
 
     // ---- start-up ----
 
     void start() {
-        const auto pair = [this](const char* low, const char* high) {
-            return key.at(low) | key.at(high) << 16;
-        };
-        type = row.selected;
-        event(10, 1,
-              {{164, fans()},
-               {168, sensors()},
-               {208, 11},
-               {264, pair("fanSpeedDivisor", "overheatTemperatureLimit")},
-               {268, pair(UP[0], UP[1])},
-               {272, pair(UP[2], DOWN[2])},
-               {276, pair(DOWN[1], DOWN[0])},
-               {280, pair("fanFaultRpmLimit", "fanPwmLoadMinimum")}});
-        startupSend(12, 1, 0, 0);
-        type = row.type;
-        slots = row.selected == KORVO_E_CHASSIS_NONE ? 16 : row.slots;
-        supplies = row.selected == KORVO_E_CHASSIS_NONE ? 3 : row.supplies;
+        supplies = is(Board::none) || key.chassis.empty() ? 3 : row.supplies;
+        slots = is(Board::none) || key.chassis.empty() ? 16 : row.slots;
         if (is(Board::none)) {
-            event(10, 1, {{208, 8}});
+            const bool isKnown = row.type == KORVO_E_CHASSIS_NONE;
+            informationEvent(isKnown ? 1 : 2, isKnown ? 8 : 2, 0, isKnown ? 0 : -1);
         } else if (bringUp()) {
-            event(10, 1, {{208, 2}});
+            informationEvent(1, 2);
         }
     }
 
     // The first device that does not answer ends it, of a VSC055 chassis for good.
-    bool missing(U32_t bit, U32_t information) {
+    bool missing(U32_t bit) {
         connected = connected && !is(Board::vsc055);
         devices |= bit;
         if (isVitesse()) {
             fault(BUS_FAULT, -1);
         }
-        busEvent(information, 0, false);
+        informationEvent(2, row.informationAtStart, 0, -1);
         if (!isVitesse()) {
             fault(BUS_FAULT, -1);
         }
@@ -67,14 +49,14 @@ struct ModelPolicy : ModelService {
     bool devicesFound() {
         for (int n = 0; n < monitors(); ++n) {
             if (!monitorAnswers(n, false)) {
-                return missing(isVitesse() ? 0x001 : 0, row.informationAtStart);
+                return missing(isVitesse() ? 0x001 : 0);
             }
             connected = true;
         }
         alarm = is(Board::vsc055) ? 3 : 0;
         for (int sensor = 0; is(Board::vsc055) && sensor < policySensors(); ++sensor) {
-            if (sensor >= sensorsFitted() || !answers(1 + sensor)) {
-                return missing(U32_t{2} << sensor, row.informationAtStart);
+            if (sensor >= chassis.sensors() || !answers(1 + sensor)) {
+                return missing(U32_t{2} << sensor);
             }
         }
         return true;
@@ -86,9 +68,7 @@ struct ModelPolicy : ModelService {
         }
         slots = row.slots;
         supplies = row.supplies;
-        for (const auto& [name, value] : row.ownTuning) {
-            key[name] = value;
-        }
+        row.bringUp(&key);
         for (int fan = 0; fan < policyFans(); ++fan) {
             load(fan, row.loadAtStart);
         }
@@ -96,25 +76,17 @@ struct ModelPolicy : ModelService {
             reachMonitor(n);
         }
         supply = isVitesse() ? VOLTAGE | REDUNDANCY : VOLTAGE;
-        leds = ledsLit = is(Board::xyratex) ? PSU_OK : 0;
-        alarmSet(is(Board::xyratex) ? 0 : 3);
+        leds = lit = is(Board::xyratex) ? PSU_OK : 0;
         alarm = is(Board::xyratex) ? 0 : 3;
+        alarmSet(alarm);
         if (is(Board::w83792ad)) {  // its LEDs wake lit
             ledsDriven = reach(1);
-            ledsLit = ledsDriven ? 0xFFFF : 0;
+            lit = ledsDriven ? 0xFFFF : 0;
         }
         return !is(Board::w83792ad) || ledsDriven;
     }
 
     // ---- supplies ----
-
-    // Conditions as a poll reads them.
-    std::vector<U32_t> supplyOrder() const {
-        return is(Board::vsc055)     ? std::vector{REDUNDANCY}
-               : is(Board::xyratex)  ? std::vector{VOLTAGE, REDUNDANCY}
-               : is(Board::w83792ad) ? std::vector{REDUNDANCY, VOLTAGE}
-                                     : std::vector{VOLTAGE};
-    }
 
     // 0: good, -1: not, 1: not to be had. The first monitor that is not good ends it.
     int supplyRead(U32_t condition) {
@@ -122,7 +94,7 @@ struct ModelPolicy : ModelService {
             if (!reachMonitor(n)) {
                 return 1;
             }
-            if (!(condition == REDUNDANCY ? redundant : railsGood(n))) {
+            if (!(condition == REDUNDANCY ? chassis.redundancy() : railsGood(n))) {
                 return -1;
             }
         }
@@ -142,8 +114,10 @@ struct ModelPolicy : ModelService {
         }
         const bool isNew = ((supply & condition) != 0) != good;
         supply = good ? supply | condition : supply & ~condition;
-        is(Board::xyratex) ? xyratexSupplySay(condition, good, isNew, forPage)
-                           : supplySay(condition, good, isNew, forPage);
+        supplySay(condition, good, isNew, forPage);
+        if (is(Board::xyratex)) {
+            supplyShow(condition, good, isNew);
+        }
         if (isNew && !forPage) {
             supplyEvent(good ? 1 : 2);
         }
@@ -153,27 +127,25 @@ struct ModelPolicy : ModelService {
 
     // A page says a lasting voltage fault in the words of redundancy.
     void supplySay(U32_t condition, bool good, bool isNew, bool forPage) {
-        const char* now = good ? "OK" : "NOT OK";
-        if (!isNew) {
+        const bool isVoltage = condition == VOLTAGE;
+        const char *now = good ? "OK" : "NOT OK", *before = good ? "NOT OK" : "OK";
+        if (is(Board::xyratex) && forPage && !isNew) {
+            say("esaSupplyConditionUpdate", "{} LED already [{}].",
+                isVoltage ? "PSU OK" : "Power Redundancy Fail", isVoltage == good ? "ON" : "OFF");
+        } else if (!is(Board::xyratex) && !isNew) {
             say("esaSupplyConditionUpdate", "Power {} Status already [{}].",
-                condition == VOLTAGE && (good || !forPage) ? "Voltage Tolerance" : "Redundancy",
-                now);
-        } else if (condition == VOLTAGE && !forPage) {
+                isVoltage && (good || !forPage) ? "Voltage Tolerance" : "Redundancy", now);
+        } else if (!is(Board::xyratex) && isVoltage && !forPage) {
             say("esaSupplyConditionUpdate",
-                "Power Voltage Tolerance Status changed from [{}] to [{}].", good ? "NOT OK" : "OK",
-                now);
+                "Power Voltage Tolerance Status changed from [{}] to [{}].", before, now);
         }
     }
 
-    // Its LEDs; and it ends a reminder of what is over.
-    void xyratexSupplySay(U32_t condition, bool good, bool isNew, bool forPage) {
-        const bool lit = condition == VOLTAGE ? good : !good;
-        if (!isNew && forPage) {
-            say("esaSupplyConditionUpdate", "{} LED already [{}].",
-                condition == VOLTAGE ? "PSU OK" : "Power Redundancy Fail", lit ? "ON" : "OFF");
-        }
+    // The LEDs of a Xyratex chassis; and it ends a reminder of what is over.
+    void supplyShow(U32_t condition, bool good, bool isNew) {
         if (isNew) {
-            ledWrite(condition == VOLTAGE ? PSU_OK : REDUNDANCY_FAIL, lit);
+            ledWrite(condition == VOLTAGE ? PSU_OK : REDUNDANCY_FAIL,
+                     condition == VOLTAGE ? good : !good);
         } else if (good && condition == REDUNDANCY && alarmRead() == 2) {
             alarmSet(0);
             if (std::exchange(alarm, 0) != 0) {
@@ -184,12 +156,21 @@ struct ModelPolicy : ModelService {
 
     // ---- fans ----
 
+    // RPM as it reads, by whole counts of the tachometer.
     int fanRead(int fan) {
-        static constexpr int TACHOMETERS[] = {0, 8, 8, 3, 6, 6};  // by board
-        if (fan >= TACHOMETERS[static_cast<int>(row.board)]) {
+        if (fan >= row.tachometers) {
             return NO_PULSES;
         }
-        return reachFan(fan) ? rpm(fan) : UNREACHED;
+        if (!reachFan(fan)) {
+            return UNREACHED;
+        }
+        const double real = fan < chassis.fans() ? chassis.fanRpm(fan) : 0;
+        if (real == 0) {
+            return isVitesse() ? NO_PULSES : 0;
+        }
+        const int clock = isVitesse() ? 1200000 : 1350000;
+        const auto count = std::lround(clock / (real * row.fanSpeedDivisor));
+        return clock / (std::clamp(static_cast<int>(count), 1, 254) * row.fanSpeedDivisor);
     }
 
     bool fanMark(int fan, bool isFailed) {
@@ -205,13 +186,13 @@ struct ModelPolicy : ModelService {
     int fanSweep() {
         int result = 0;
         bool changed = false;
-        for (int fan = 0; fan < std::min(fans(), FANS); ++fan) {
+        for (int fan = 0; fan < std::min(key.coolingMaxNumber, ARRAY); ++fan) {
             const int found = fanRead(fan);
             if (found == UNREACHED && isVitesse()) {
                 return 1;
             }
             const int speed = std::max(found, 0);
-            const bool isFailed = speed < key.at("fanFaultRpmLimit");
+            const bool isFailed = speed < key.fanFaultRpmLimit;
             say("esaFanFailStatusRead", "Fan [{}] has speed [{}] RPM.", fan, speed);
             if (isFailed) {
                 say("esaFanFailStatusRead", "Return Fans Status [ERROR].");
@@ -227,36 +208,47 @@ struct ModelPolicy : ModelService {
 
     // ---- loads ----
 
-    // Booked whatever comes of it. A Xyratex output drives four fans.
+    // What the chip makes of a load, percent.
+    double chipDuty(int percent) const {
+        return isVitesse()           ? percent
+               : is(Board::w83792ad) ? std::min(percent * 16 / 100, 15) * 100 / 16.0
+                                     : std::min(percent * 256 / 100, 255) * 100 / 255.0;
+    }
+
+    // A Xyratex output drives four fans.
+    void chipLoad(int output, double percent) {
+        const int size = is(Board::xyratex) ? 4 : 1;
+        for (int fan = output * size; fan < std::min(output * size + size, chassis.fans()); ++fan) {
+            duties[static_cast<std::size_t>(fan)] = powered ? percent : 0;
+        }
+    }
+
+    // Booked whatever comes of it.
     void load(int fan, int percent) {
-        loads[fan] = percent;
+        loads[static_cast<std::size_t>(fan)] = percent;
         if (reachFan(fan)) {
             chipLoad(fan, chipDuty(percent));
         }
-    }
-    void chipLoad(int output, double percent) {
-        const int size = is(Board::xyratex) ? 4 : 1;
-        std::fill_n(duty + output * size, size, percent);
     }
 
     // A step at most, with a band between two in which a fan stays, and a floor for the way down.
     // Below zero counts as very hot.
     void ladder(int fan) {
-        const int load = loads[fan];
-        const auto isHotter = [this](const char* threshold) {
-            return static_cast<U32_t>(average) > static_cast<U32_t>(key.at(threshold));
-        };
-        const auto isCooler = [this](const char* threshold) {
-            return static_cast<U32_t>(average) < static_cast<U32_t>(key.at(threshold));
-        };
-        const int step = load / 25 - 1;
-        if (load % 25 != 0 || load == 0) {
-            say("ladderStep", "ESA never set this PWM Load [{}] on Fan [{}]?", load, fan);
-        } else if (step < 3 && isHotter(UP[step])) {
-            ladderMove(fan, load + 25);
-        } else if (step > 0 && isCooler(DOWN[step - 1]) &&
-                   key.at("fanPwmLoadMinimum") <= load - 25) {
-            ladderMove(fan, load - 25);
+        const int up[] = {key.fanPwm25To50TemperatureThreshold,
+                          key.fanPwm50To75TemperatureThreshold,
+                          key.fanPwm75To100TemperatureThreshold};
+        const int down[] = {0, key.fanPwm50To25TemperatureThreshold,
+                            key.fanPwm75To50TemperatureThreshold,
+                            key.fanPwm100To75TemperatureThreshold};
+        const int now = loads[static_cast<std::size_t>(fan)], step = now / 25 - 1;
+        const auto degrees = static_cast<U32_t>(average);
+        if (now == 0) {
+            say("ladderStep", "ESA never set this PWM Load [{}] on Fan [{}]?", now, fan);
+        } else if (step < 3 && degrees > static_cast<U32_t>(up[step])) {
+            ladderMove(fan, now + 25);
+        } else if (step > 0 && degrees < static_cast<U32_t>(down[step]) &&
+                   key.fanPwmLoadMinimum <= now - 25) {
+            ladderMove(fan, now - 25);
         }
     }
     void ladderMove(int fan, int percent) {
@@ -271,7 +263,7 @@ struct ModelPolicy : ModelService {
         for (int fan = 0; fan < policyFans(); ++fan) {
             if (climbs) {
                 ladder(fan);
-            } else if (failed != 0 && loads[fan] != 100) {
+            } else if (failed != 0 && loads[static_cast<std::size_t>(fan)] != 100) {
                 say("fansToFullLoad", "At least 1 Fan Fault, FanFaultStatus = [{:#x}]", failed);
                 say("fansToFullLoad", "Fan [{}] sets to 100 percent PWM Load", fan);
                 load(fan, 100);
@@ -281,27 +273,34 @@ struct ModelPolicy : ModelService {
 
     // ---- temperatures ----
 
+    // Degrees as they read. Half degrees are lost; of an LM75 the sign makes up for the half.
+    int reading(int sensor) const {
+        const double real = chassis.temperature(sensor);
+        if (isVitesse()) {
+            return static_cast<int>(std::floor(real)) + (real < 0 ? 1 : 0);
+        }
+        if (is(Board::w83792ad) && sensor > 0) {
+            return static_cast<int>(real);
+        }
+        const int rounded = static_cast<int>(std::round(real));
+        return is(Board::w83792ad) ? std::max(rounded, 0) : rounded;
+    }
+
     void temperaturesRead() {
-        const int count = is(Board::none)      ? 0
-                          : is(Board::xyratex) ? 2
-                          : is(Board::chenbro) ? 4
-                                               : policySensors();
-        for (int sensor = 0; sensor < count; ++sensor) {
-            const bool isThere = sensor < sensorsFitted() &&
+        const int count = row.sensors != 0 ? row.sensors : policySensors();
+        for (int sensor = 0; !is(Board::none) && sensor < count; ++sensor) {
+            const bool isThere = sensor < chassis.sensors() &&
                                  (isVitesse() ? reach(1 + sensor) : reachMonitor(sensor));
             readings[sensor] = isThere ? reading(sensor) : UNREADABLE;
         }
     }
 
-    // In 16 bits, without the unreadable ones; false when there is no other.
+    // Without the unreadable ones; false when there is no other.
     bool averaged() {
-        std::int16_t sum = 0;
-        int count = 0;
+        int sum = 0, count = 0;
         for (int sensor = 0; sensor < policySensors(); ++sensor) {
-            if (readings[sensor] != UNREADABLE) {
-                sum = static_cast<std::int16_t>(sum + readings[sensor]);
-                ++count;
-            }
+            sum += readings[sensor] != UNREADABLE ? readings[sensor] : 0;
+            count += readings[sensor] != UNREADABLE ? 1 : 0;
         }
         average = count == 0 ? average : sum / count;
         say("temperatureAverage",
@@ -314,79 +313,67 @@ struct ModelPolicy : ModelService {
     // Up to 35, 45, 55 degrees, and above. Each change is told.
     void band(int sensor) {
         static constexpr int OVER[] = {0, 35, 45, 55};
+        int& band = bands[static_cast<std::size_t>(sensor)];
         const int now = readings[sensor];
         const int found = now > 55 ? 3 : now > 45 ? 2 : now > 35 ? 1 : 0;
-        if (now == UNREADABLE || (found == 0 && bands[sensor] == 0)) {
+        if (now == UNREADABLE || (found == 0 && band == 0)) {
             return;
         }
         if (found == 0) {
             say("coolReport", "temperatureReportStatus[{}] reset all Temperature Events.", sensor);
         } else {
             say("bandReport", "temperatureReportStatus[{}] {} over {} degrees Event.", sensor,
-                found == bands[sensor] ? "already reported" : "reporting", OVER[found]);
+                found == band ? "already reported" : "reporting", OVER[found]);
         }
-        if (found != bands[sensor]) {
-            event(8, found > 1 ? 2 : 1,
-                  {{168, sensors()}, {192, found + 1}, {196, sensor}, {200, now * 0x10000}});
+        if (std::exchange(band, found) != found) {
+            EsaEventData_t& data = event(8, found > 1 ? 2 : 1);
+            data.numberOfTemperatureSensor = static_cast<U32_t>(key.temperatureSensorMaxNumber);
+            data.temperatureStatus = static_cast<U32_t>(found + 1);
+            data.temperatureSensorPosition = static_cast<U32_t>(sensor);
+            data.temperature = static_cast<S16_t>(now);
         }
-        bands[sensor] = found;
     }
 
     // Asked for anew each time, and said as 60 whatever the limit.
     void overheat() {
-        const auto limit = static_cast<U32_t>(key.at("overheatTemperatureLimit"));
-        if (static_cast<U32_t>(average) <= limit) {
+        if (static_cast<U32_t>(average) <= static_cast<U32_t>(key.overheatTemperatureLimit)) {
             fault(OVERHEAT, 0);
             return;
         }
         say("esaTemperatureOverheatCheck", "Temperature average over 60 degrees!");
         fault(OVERHEAT, -1);
-        event(10, 3, {{208, 1}});
+        informationEvent(3, 1);
         startupSend(13, 1, 0, 1);
     }
 
     // ---- poll ----
-
-    void fansPoll() {
-        const int code = fanSweep();
-        if (code != 1) {
-            fault(FAN_FAULT, code);
-        }
-        if (code != 1 && is(Board::xyratex)) {
-            fanLed(code != 0);
-        }
-    }
 
     void poll() {
         if (!connected) {
             return;
         }
         bool changed = false;
-        for (const U32_t condition : supplyOrder()) {
+        for (const U32_t condition : row.conditions) {
             supplyCheck(condition, false, &changed);
         }
-        fansPoll();
+        if (const int code = fanSweep(); code != 1) {
+            fault(FAN_FAULT, code);
+            if (is(Board::xyratex)) {
+                fanLed(code != 0);
+            }
+        }
         temperaturesRead();
         fanPolicy();
         for (int sensor = 0; sensor < policySensors(); ++sensor) {
             band(sensor);
         }
         overheat();
-        if (is(Board::xyratex)) {
-            alarmPoll();
+        const U32_t found = is(Board::xyratex) ? alarmRead() : alarm;
+        if (std::exchange(alarm, found) != found) {
+            alarmEvent(found == 1 || found == 4 ? 2 : 1);
         }
     }
 
-    std::string state() const {
-        return enclosureState() +
-               fmt::format(
-                   "faults {:#x}, devices {:#x}, fans {:#x}, supplies {}, alarm {}, average "
-                   "{}, loads {}, bands {}\n",
-                   faults, devices, failed, supply, alarm, average, fmt::join(loads, " "),
-                   fmt::join(bands, " "));
-    }
-
-    int loads[FANS] = {};
-    int readings[SENSORS] = {}, bands[SENSORS] = {};
-    int average = 0;
+    bool powered = true;  // the fans
+    int readings[ARRAY] = {};
 };

@@ -2,21 +2,65 @@
 // What the model's service sends and says, its transfers, composite faults, alarm and LEDs.
 #pragma once
 
-#include "tests/story/model_enclosure.h"
-#include "tests/support/laws.h"
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
-struct ModelService : ModelEnclosure {
-    using Fields = std::vector<std::pair<std::size_t, std::int64_t>>;  // offset, word
-    static constexpr U32_t LED_ON = 0x80000000, ALL_FAULTS = 0x1F;
-    static constexpr U32_t FAN_FAULT = 0x04, OVERHEAT = 0x08, BUS_FAULT = 0x10;
-    static constexpr std::size_t HEADER = 64;
+#include <algorithm>
+#include <cmath>
+#include <set>
+#include <string>
+#include <vector>
 
-    // `tuning`: keys of the personality file.
-    ModelService(const StoryRow& enclosure, std::map<std::string, int> tuning)
-        : ModelEnclosure(enclosure), key(std::move(tuning)) {}
+#include "lab/chassis/chassis.h"
+#include "lab/peers/message.h"
+#include "tests/story/rows.h"
 
-    int fans() const { return key.at("coolingMaxNumber"); }
-    int sensors() const { return key.at("temperatureSensorMaxNumber"); }
+// What an engineer sees of the enclosure, and what the service remembers.
+struct StoryState {
+    std::vector<double> duties;                            // of the fans, percent
+    U32_t lit = 0;                                         // LEDs: bit = drive, then status LEDs
+    std::string sound;                                     // of the alarm
+    U32_t faults = 0, devices = 0, alarm = 0, failed = 0;  // failed: bit = fan
+    U32_t supply = 0;  // voltage, redundancy, no fault requested
+    int average = 0;   // degrees
+    std::vector<int> loads = std::vector<int>(8), bands = std::vector<int>(8);
+
+    std::string text() const {
+        return fmt::format(
+            "fans at {:.0f}, LEDs {:#x}, alarm {}, faults {:#x}, devices {:#x}, state {}, fans "
+            "{:#x}, supplies {}, average {}, loads {}, bands {}\n",
+            fmt::join(duties, " "), lit, sound, faults, devices, alarm, failed, supply, average,
+            fmt::join(loads, " "), fmt::join(bands, " "));
+    }
+};
+
+struct ModelService : StoryState {
+    static constexpr U32_t PSU_OK = 0x10000, REDUNDANCY_FAIL = 0x20000, FAN_FAIL = 0x40000;
+    static constexpr U32_t FAN_FAULT = 0x04, OVERHEAT = 0x08, BUS_FAULT = 0x10, ALL_FAULTS = 0x1F;
+    static constexpr U32_t LED_ON = 0x80000000;
+
+    ModelService(const StoryRow& facts, const enclab::Chassis& enclosure,
+                 const enclab::Personality& tuning)
+        : row(facts), chassis(enclosure), key(tuning) {
+        for (int fan = 0; fan < chassis.fans(); ++fan) {
+            duties.push_back(chassis.fanLoadPercent(fan));
+        }
+        for (int n = 0; n < monitors(); ++n) {
+            sounding.insert(n);
+        }
+    }
+
+    bool is(Board board) const { return row.board == board; }
+    bool isVitesse() const { return is(Board::vsc055) || is(Board::xyratex); }
+    bool isMonitor() const { return is(Board::w83782d) || is(Board::chenbro); }
+    int monitors() const { return is(Board::chenbro) ? 4 : 1; }
+
+    // In front of each command; the alarm of a Xyratex chassis runs by itself.
+    void observe() {
+        messages.clear();
+        log.clear();
+        ownAlarm = is(Board::xyratex) ? static_cast<U32_t>(chassis.alarm()[1] - '0') : 0;
+    }
 
     // ---- the log and messages ----
 
@@ -26,57 +70,64 @@ struct ModelService : ModelEnclosure {
                       fmt::format(fmt::runtime(text), arguments...));
     }
 
-    static void put(Bytes* bytes, std::size_t at, std::size_t size, std::int64_t value) {
-        for (std::size_t n = 0; n < size; ++n) {
-            bytes->at(at + n) = static_cast<U8_t>(value >> 8 * (size - 1 - n));
-        }
-    }
-
-    static Bytes header(U8_t protocol, U32_t command, int recipient, std::size_t size) {
-        Bytes bytes(size);
-        put(&bytes, 8, 4, 0x0E010000 | static_cast<std::int64_t>(size));
-        put(&bytes, 12, 4, U32_t{protocol} << 24 | command);
-        bytes[16] = 33;
-        put(&bytes, 20, 4, U32_t{1} << recipient);
-        return bytes;
+    enclab::Message& send(U8_t protocol, U32_t command, int recipient, std::size_t size = 64) {
+        messages.push_back(
+            enclab::Message::make(protocol, command, MMSG_E_EPID_ES_ADAPTERMP, size));
+        messages.back().addRecipient(static_cast<U8_t>(recipient));
+        return messages.back();
     }
 
     void startupSend(U8_t protocol, U32_t request, U32_t use1, U32_t use2) {
-        messages.push_back(header(protocol, request, 18, HEADER));
-        put(&messages.back(), 44, 4, use1);
-        put(&messages.back(), 48, 4, use2);
+        MMCH_t& header = send(protocol, request, MMSG_E_EPID_STARTUPMP).header();
+        header.general_use1 = use1;
+        header.general_use2 = use2;
     }
 
-    // Type 1 informs, 2 warns, 3 is an error.
-    void event(U32_t id, U32_t eventType, const Fields& fields) {
-        Bytes bytes = header(8, 1, 27, HEADER + 296);
-        put(&bytes, HEADER + 147, 3, eventType << 16 | 0x0301);
-        put(&bytes, HEADER + 150, 2, id);
-        put(&bytes, HEADER + 152, 1, type);
-        for (const auto& [at, value] : fields) {
-            put(&bytes, HEADER + at, 4, value);
-        }
-        messages.push_back(bytes);
+    // Type 1 informs, 2 warns, 3 is an error. The caller fills the data in.
+    EsaEventData_t& event(U16_t id, U8_t eventType) {
+        enclab::Message& message = send(8, 1, MMSG_E_EPID_EVENTLOGMP, 64 + sizeof(EsaEvent_t));
+        auto& event = *wireView<EsaEvent_t>(const_cast<U8_t*>(message.bytes().data()) + 64);
+        event.header.evType = eventType;
+        event.header.evCategory = 3;
+        event.header.evIdVersion = 1;
+        event.header.evId = id;
+        event.data.enclosureType = row.type;
+        return event.data;
     }
-
-    void supplyEvent(U32_t eventType) { event(6, eventType, {{160, supplies}, {184, supply}}); }
-    void fanEvent() { event(7, 2, {{164, fans()}, {188, failed}}); }
-    void alarmEvent(U32_t eventType) { event(9, eventType, {{172, 1}, {204, alarm}}); }
-    void busEvent(U32_t information, U32_t sensor, bool isBack) {
-        event(10, 2, {{196, sensor}, {208, information}, {264, isBack ? 0 : -1}});
+    void informationEvent(U8_t eventType, U32_t information, U32_t sensor = 0, int result = 0) {
+        EsaEventData_t& data = event(10, eventType);
+        data.information = information;
+        data.temperatureSensorPosition = sensor;
+        data.general_use1 = static_cast<U32_t>(result);
     }
-
-    // A page ends in a byte that is not counted.
-    void reply(U32_t command, const Bytes& page) {
-        say("esaSndDiagPage", "Send out a Diagnostic Page.");
-        Bytes bytes = header(18, command, 26, HEADER + 1);
-        put(&bytes, 17, 2, 0x401A);
-        bytes.insert(bytes.end(), page.begin(), page.end());
-        put(&bytes, 10, 2, static_cast<std::int64_t>(bytes.size() - 1));
-        messages.push_back(bytes);
+    void supplyEvent(U8_t eventType) {
+        EsaEventData_t& data = event(6, eventType);
+        data.numberOfPowerSupply = static_cast<U32_t>(supplies);
+        data.powerSupplyStatus = supply;
+    }
+    void fanEvent() {
+        EsaEventData_t& data = event(7, 2);
+        data.numberOfFan = static_cast<U32_t>(key.coolingMaxNumber);
+        data.fanFaultStatus = failed;
+    }
+    void alarmEvent(U8_t eventType) {
+        EsaEventData_t& data = event(9, eventType);
+        data.numberOfAlarm = 1;
+        data.alarmState = alarm;
     }
 
     // ---- transfers ----
+
+    bool answers(int device) const {
+        const char* name = row.devices[static_cast<std::size_t>(device)].name;
+        return !chassis.bus().isCut(chassis.addressOf(name));
+    }
+    // Of a Chenbro chassis: monitor `n` at the address of the rule for fans, or of the other one.
+    // At 0x2A there are two, each for its rule.
+    bool monitorAnswers(int n, bool forFans) const {
+        const bool isShared = is(Board::chenbro) && n == (forFans ? 2 : 1);
+        return answers(n) && !(isShared && !answers(4));
+    }
 
     // A device's first failure and its first answer after it are told; the bus fault ends with the
     // last device that had failed.
@@ -88,7 +139,7 @@ struct ModelService : ModelEnclosure {
             } else if (devices == 0) {
                 fault(BUS_FAULT, 0);
             }
-            busEvent(device.information, device.sensor, answered);
+            informationEvent(2, device.information, device.sensor, answered ? 0 : -1);
         }
         return connected && answered;
     }
@@ -96,43 +147,40 @@ struct ModelService : ModelEnclosure {
         return transfer(row.devices[static_cast<std::size_t>(device)], answers(device));
     }
     // The monitor or controller; on a Chenbro chassis that of a backplane or a fan.
-    bool reachMonitor(int n) {
-        return is(Board::chenbro) ? transfer(row.devices[0], monitorAnswers(n, false)) : reach(0);
+    bool reachMonitor(int n, bool forFans = false) {
+        return transfer(row.devices[0], monitorAnswers(n, forFans));
     }
     bool reachFan(int fan) {
         static constexpr int MONITOR[] = {0, 0, 1, 2, 3, 3, 3, 3};
-        return is(Board::chenbro) ? transfer(row.devices[0], monitorAnswers(MONITOR[fan], true))
-                                  : reach(0);
+        return reachMonitor(is(Board::chenbro) ? MONITOR[fan] : 0, true);
     }
 
     // ---- composite faults ----
 
     // `status`: 0 gone, -1 present, 1 bus unavailable, which is no new fault and no end of one.
-    void fault(U32_t bits, int status) {
+    void fault(U32_t bit, int status) {
         static constexpr const char* NAMES[] = {"POWER_SUPPLY_VOLTAGE_TOLERANCE",
                                                 "POWER_SUPPLY_REDUNDANCY", "FAN",
                                                 "TEMPERATURE_OVERHEAT", "I2C_BUS_FAULT"};
-        if ((bits & ALL_FAULTS) != 0) {
-            say("faultNameTrace", "This Fault bit is [{}]", NAMES[std::countr_zero(bits)]);
-        }
-        const bool isKnown = (faults & bits) != 0;
-        say("esaCompositeFaultManage", "This Fault bit [{:#x}] {} currently.", bits,
+        const bool isKnown = (faults & bit) != 0;
+        say("faultNameTrace", "This Fault bit is [{}]", NAMES[std::countr_zero(bit)]);
+        say("esaCompositeFaultManage", "This Fault bit [{:#x}] {} currently.", bit,
             isKnown ? "exists" : "does NOT exist");
         if (isKnown && status == 0) {
-            faultEnd(bits);
+            faultEnd(bit);
         } else if (!isKnown && status == -1) {
-            faultBegin(bits);
+            faultBegin(bit);
         } else {
-            say("esaCompositeFaultManage", "The Fault bit [{:#x}] is already {}.", bits,
+            say("esaCompositeFaultManage", "The Fault bit [{:#x}] is already {}.", bit,
                 isKnown ? "set" : "clear");
         }
     }
 
     // The first one lights the LED and sounds a muted alarm; each is mailed.
-    void faultBegin(U32_t bits) {
-        say("faultSet", "Set the new Fault bit [{:#x}].", bits);
+    void faultBegin(U32_t bit) {
+        say("faultSet", "Set the new Fault bit [{:#x}].", bit);
         const bool isFirst = (faults & LED_ON) == 0;
-        faults |= bits | LED_ON;
+        faults |= bit | LED_ON;
         if (isFirst) {
             say("ledOn", "Turn on the Composite Fault LED.");
             startupSend(12, 14, 2, 2);
@@ -144,9 +192,9 @@ struct ModelService : ModelEnclosure {
     }
 
     // The last one puts the LED out and mutes the alarm.
-    void faultEnd(U32_t bits) {
-        say("faultClear", "Clear the current Fault bit [{:#x}].", bits);
-        faults &= ~bits;
+    void faultEnd(U32_t bit) {
+        say("faultClear", "Clear the current Fault bit [{:#x}].", bit);
+        faults &= ~bit;
         if ((faults & (LED_ON | ALL_FAULTS)) == LED_ON) {
             faults &= ~LED_ON;
             startupSend(12, 14, 2, 1);
@@ -166,39 +214,55 @@ struct ModelService : ModelEnclosure {
         }
     }
 
-    // Winbond monitors know sound and silence; VSC055 and W83792AD chassis have no alarm.
+    // Winbond monitors know sound and silence; VSC055 and W83792AD chassis have no alarm. That of
+    // the Xyratex chassis is idle only while its supplies are good.
     void alarmSet(U32_t state) {
         if (is(Board::xyratex) && reach(0)) {
-            alarmEnter(static_cast<int>(state));
+            ownAlarm = state == 0 && !(chassis.redundancy() && railsGood(0)) ? 1 : state;
         }
-        const bool has = is(Board::w83782d) || is(Board::chenbro);
-        for (int n = 0; has && (state == 1 || state == 3) && n < monitors(); ++n) {
+        for (int n = 0; isMonitor() && (state == 1 || state == 3) && n < monitors(); ++n) {
             if (connected && monitorAnswers(n, false)) {
-                setMember(&quiet, n, state == 3);  // before what may come of the answer
+                state == 1 ? sounding.insert(n), void() : void(sounding.erase(n));
             }
-            reachMonitor(n);
+            reachMonitor(n);  // what comes of it may move the alarm, too
         }
     }
+    U32_t alarmRead() { return reach(0) ? ownAlarm : 7; }
 
-    // That of the Xyratex chassis runs by itself.
-    U32_t alarmRead() { return reach(0) ? static_cast<U32_t>(alarmState) : 7; }
+    std::string soundText() const {
+        const auto loud = fmt::format("sounding on monitor {}", fmt::join(sounding, " "));
+        return is(Board::xyratex) ? fmt::format("S{}", ownAlarm)
+               : !isMonitor()     ? ""
+               : sounding.empty() ? "muted"
+                                  : loud;
+    }
 
-    void alarmPoll() {
-        const U32_t found = alarmRead();
-        if (std::exchange(alarm, found) != found) {
-            alarmEvent(found == 1 || found == 4 ? 2 : 1);
-        }
+    // ---- supplies ----
+
+    // The Xyratex supplies judge both rails themselves, elsewhere they are measured. Of those of a
+    // W83792AD a few bits are left: never good.
+    bool railsGood(int monitor) const {
+        const std::string at = is(Board::chenbro) ? fmt::format("@{}", monitor) : "";
+        return std::ranges::all_of(chassis.rails(),
+                                   [&](const enclab::ChassisRail& rail) {
+                                       const double nominal = rail.name == "5" + at    ? 5
+                                                              : rail.name == "12" + at ? 12
+                                                                                       : 0;
+                                       return nominal == 0 ||
+                                              std::abs(rail.volts - nominal) <= nominal / 10;
+                                   }) &&
+               !is(Board::w83792ad);
     }
 
     // ---- LEDs ----
 
     // Booked whatever comes of it. A port goes to the chip whole: drives 0 to 7, and all others.
-    void ledWrite(U32_t bit, bool lit) {
+    void ledWrite(U32_t bit, bool on) {
         const U32_t port = bit <= 0xFF ? 0xFF : ~U32_t{0xFF};
         const int device = isVitesse() ? 0 : is(Board::w83792ad) ? 1 : -1;
-        leds = lit ? leds | bit : leds & ~bit;
+        leds = on ? leds | bit : leds & ~bit;
         if (device >= 0 && reach(device) && (device == 0 || ledsDriven)) {
-            ledsLit = (ledsLit & ~port) | (leds & port);
+            lit = (lit & ~port) | (leds & port);
         }
     }
 
@@ -213,16 +277,17 @@ struct ModelService : ModelEnclosure {
         say("fanFailLedFollow", "Turn [{}] FAN Fail LED.", now);
     }
 
-    std::map<std::string, int> key;
-    std::vector<Bytes> messages;   // links 0, and a page's last byte, which is not sent
+    const StoryRow& row;
+    const enclab::Chassis& chassis;  // as it is before what is modelled
+    enclab::Personality key;
+    std::vector<enclab::Message> messages;
     std::vector<std::string> log;  // "FUNCTION:  TEXT"
 
-    U32_t type = KORVO_E_CHASSIS_NONE;
     int slots = 16, supplies = 3;
     bool connected = false;
-    bool moving = false;  // the alarm
-    U32_t faults = 0, devices = 0, alarm = 0;
-    U32_t failed = 0;  // bit = fan
-    U32_t supply = 0;  // voltage, redundancy, no fault requested
-    U32_t leds = 0;    // as ledsLit
+    bool moving = false;      // the alarm
+    U32_t ownAlarm = 0;       // of a Xyratex chassis, which runs by itself
+    std::set<int> sounding;   // monitors, from power-on
+    U32_t leds = 0;           // as lit
+    bool ledsDriven = false;  // by the expander
 };
