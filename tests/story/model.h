@@ -6,25 +6,15 @@
 #pragma once
 
 #include "tests/story/model_policy.h"
-#include "tests/story/service.h"
 
 struct Model : ModelPolicy {
+    using ModelPolicy::ModelPolicy;
     using Page = std::vector<U32_t>;
-
-    explicit Model(const StoryService& service)
-        : ModelPolicy(service.row, *service.chassis, service.personality) {}
 
     // What the latest control page said of an element.
     U32_t asked(Section section, int n) const {
         const auto record = requests.find({section, n});
         return record == requests.end() ? 0 : record->second;
-    }
-
-    void page(U8_t code, int room) {
-        if (!isAnswerable()) {
-            return;
-        }
-        code == 1 ? configurationPage(room) : statusPage();
     }
 
     bool isAnswerable() {
@@ -51,11 +41,18 @@ struct Model : ModelPolicy {
         message = enclab::Message(bytes);
     }
 
-    // ---- status page ----
+    // ---- pages ----
 
-    // Reads the enclosure as it is asked for, and tells at once what is new. Each type has an
-    // overall word in front.
-    void statusPage() {
+    // The status page reads the enclosure as it is asked for, and tells at once what is new. Each
+    // type has an overall word in front.
+    void page(U8_t code, int room) {
+        if (!isAnswerable()) {
+            return;
+        }
+        if (code == 1) {
+            configurationPage(room);
+            return;
+        }
         Page page(2);
         drivesPage(&page);
         suppliesPage(&page);
@@ -64,6 +61,22 @@ struct Model : ModelPolicy {
         alarmPage(&page);
         page[0] = 0x02000000 | static_cast<U32_t>(4 * page.size() - 4);
         reply(0x1C, page);
+    }
+
+    // The types with their counts. It needs room for all of it.
+    void configurationPage(int room) {
+        const int types[][2] = {{1, slots},
+                                {2, supplies},
+                                {3, key.coolingMaxNumber},
+                                {4, key.temperatureSensorMaxNumber},
+                                {6, 1}};
+        Page page = {0x01000040, 0, 0x20000524, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+        for (const auto& [type, count] : types) {
+            page.push_back(static_cast<U32_t>(type << 24 | count << 16));
+        }
+        if (room >= 68) {
+            reply(0x1C, page);
+        }
     }
 
     void drivesPage(Page* page) {
@@ -87,9 +100,7 @@ struct Model : ModelPolicy {
         U32_t word = 0x01000000;
         for (const U32_t condition : row.conditions) {
             const bool good = supplyCheck(condition, true, changed);
-            word = (good ? 0x01000000U : 0x05000000U) |
-                   (condition == VOLTAGE && !good ? 0x40U : 0U) |
-                   ((faults & condition) != 0 ? 2U : 0U);
+            word = good ? 0x01000000 : condition == VOLTAGE ? 0x05000042 : 0x05000002;
         }
         return word;
     }
@@ -155,35 +166,6 @@ struct Model : ModelPolicy {
         page->push_back((request & 0x200000F8) | (isMuted ? 2 : 0) | (request >> 1 & 1));
     }
 
-    // ---- configuration page ----
-
-    // The types with their counts. It needs room for all of it.
-    void configurationPage(int room) {
-        const auto typed = [](U32_t type, int count) {
-            return type << 24 | static_cast<U32_t>(count) << 16;
-        };
-        const Page page = {0x01000040,
-                           0,
-                           0x20000524,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           typed(1, slots),
-                           typed(2, supplies),
-                           typed(3, key.coolingMaxNumber),
-                           typed(4, key.temperatureSensorMaxNumber),
-                           typed(6, 1)};
-        if (room >= 68) {
-            reply(0x1C, page);
-        }
-    }
-
     // ---- control page ----
 
     // That of the volume manager is for drives, and gets no reply.
@@ -221,9 +203,8 @@ struct Model : ModelPolicy {
             }
         }
         if (leds != before) {
-            EsaEventData_t& data = event(5, 2);
-            data.numberOfDrive = static_cast<U32_t>(slots);
-            data.driveFaultLedStatus0 = leds & 0xFFFF;
+            event(5, 2,
+                  {{&Data::numberOfDrive, slots}, {&Data::driveFaultLedStatus0, leds & 0xFFFF}});
         }
     }
 
@@ -259,7 +240,7 @@ struct Model : ModelPolicy {
             }
             chipLoad(fan / size, on && is(Board::w83782d) ? 100 * 100 / 255.0 : chipDuty(on * 100));
         }
-        std::fill_n(&loads[static_cast<std::size_t>(fan / size * size)], size, on * 100);
+        std::fill_n(loads + fan / size * size, size, on * 100);
     }
 
     // Mute wins, then unrecoverable and critical.
@@ -275,7 +256,5 @@ struct Model : ModelPolicy {
         }
     }
 
-    U8_t requestor = MMSG_E_EPID_ENVIRONMP;
-    U32_t handle = 0;
     Records requests;
 };

@@ -5,9 +5,7 @@
 #include "tests/story/model_service.h"
 
 struct ModelPolicy : ModelService {
-    static constexpr int ARRAY = 8;       // fans and sensors at most
-    static constexpr int NO_PULSES = -1;  // in place of RPM
-    static constexpr int UNREACHED = -2;
+    static constexpr int NO_PULSES = -1, UNREACHED = -2;  // in place of RPM
     static constexpr int UNREADABLE = 32767;
 
     using ModelService::ModelService;
@@ -21,14 +19,17 @@ struct ModelPolicy : ModelService {
     // ---- start-up ----
 
     void start() {
-        supplies = is(Board::none) || key.chassis.empty() ? 3 : row.supplies;
-        slots = is(Board::none) || key.chassis.empty() ? 16 : row.slots;
+        countsTake(!is(Board::none) && !key.chassis.empty());
         if (is(Board::none)) {
             const bool isKnown = row.type == KORVO_E_CHASSIS_NONE;
             informationEvent(isKnown ? 1 : 2, isKnown ? 8 : 2, 0, isKnown ? 0 : -1);
         } else if (bringUp()) {
             informationEvent(1, 2);
         }
+    }
+    void countsTake(bool isFound) {
+        slots = isFound ? row.slots : 16;
+        supplies = isFound ? row.supplies : 3;
     }
 
     // The first device that does not answer ends it, of a VSC055 chassis for good.
@@ -48,7 +49,7 @@ struct ModelPolicy : ModelService {
     // Only a VSC055 chassis looks for its sensors.
     bool devicesFound() {
         for (int n = 0; n < monitors(); ++n) {
-            if (!monitorAnswers(n, false)) {
+            if (!answers(n)) {
                 return missing(isVitesse() ? 0x001 : 0);
             }
             connected = true;
@@ -66,14 +67,13 @@ struct ModelPolicy : ModelService {
         if (!devicesFound()) {
             return false;
         }
-        slots = row.slots;
-        supplies = row.supplies;
+        countsTake(true);
         row.bringUp(&key);
         for (int fan = 0; fan < policyFans(); ++fan) {
             load(fan, row.loadAtStart);
         }
         for (int n = 0; n < monitors(); ++n) {
-            reachMonitor(n);
+            reach(n);
         }
         supply = isVitesse() ? VOLTAGE | REDUNDANCY : VOLTAGE;
         leds = lit = is(Board::xyratex) ? PSU_OK : 0;
@@ -91,7 +91,7 @@ struct ModelPolicy : ModelService {
     // 0: good, -1: not, 1: not to be had. The first monitor that is not good ends it.
     int supplyRead(U32_t condition) {
         for (int n = 0; n < monitors(); ++n) {
-            if (!reachMonitor(n)) {
+            if (!reach(n)) {
                 return 1;
             }
             if (!(condition == REDUNDANCY ? chassis.redundancy() : railsGood(n))) {
@@ -114,10 +114,8 @@ struct ModelPolicy : ModelService {
         }
         const bool isNew = ((supply & condition) != 0) != good;
         supply = good ? supply | condition : supply & ~condition;
-        supplySay(condition, good, isNew, forPage);
-        if (is(Board::xyratex)) {
-            supplyShow(condition, good, isNew);
-        }
+        is(Board::xyratex) ? supplyShow(condition, good, isNew, forPage)
+                           : supplySay(condition, good, isNew, forPage);
         if (isNew && !forPage) {
             supplyEvent(good ? 1 : 2);
         }
@@ -128,29 +126,29 @@ struct ModelPolicy : ModelService {
     // A page says a lasting voltage fault in the words of redundancy.
     void supplySay(U32_t condition, bool good, bool isNew, bool forPage) {
         const bool isVoltage = condition == VOLTAGE;
-        const char *now = good ? "OK" : "NOT OK", *before = good ? "NOT OK" : "OK";
-        if (is(Board::xyratex) && forPage && !isNew) {
-            say("esaSupplyConditionUpdate", "{} LED already [{}].",
-                isVoltage ? "PSU OK" : "Power Redundancy Fail", isVoltage == good ? "ON" : "OFF");
-        } else if (!is(Board::xyratex) && !isNew) {
+        if (!isNew) {
             say("esaSupplyConditionUpdate", "Power {} Status already [{}].",
-                isVoltage && (good || !forPage) ? "Voltage Tolerance" : "Redundancy", now);
-        } else if (!is(Board::xyratex) && isVoltage && !forPage) {
+                isVoltage && (good || !forPage) ? "Voltage Tolerance" : "Redundancy",
+                good ? "OK" : "NOT OK");
+        } else if (isVoltage && !forPage) {
             say("esaSupplyConditionUpdate",
-                "Power Voltage Tolerance Status changed from [{}] to [{}].", before, now);
+                "Power Voltage Tolerance Status changed from [{}] to [{}].", good ? "NOT OK" : "OK",
+                good ? "OK" : "NOT OK");
         }
     }
 
     // The LEDs of a Xyratex chassis; and it ends a reminder of what is over.
-    void supplyShow(U32_t condition, bool good, bool isNew) {
+    void supplyShow(U32_t condition, bool good, bool isNew, bool forPage) {
+        const bool on = (condition == VOLTAGE) == good;
         if (isNew) {
-            ledWrite(condition == VOLTAGE ? PSU_OK : REDUNDANCY_FAIL,
-                     condition == VOLTAGE ? good : !good);
-        } else if (good && condition == REDUNDANCY && alarmRead() == 2) {
+            ledWrite(condition == VOLTAGE ? PSU_OK : REDUNDANCY_FAIL, on);
+        } else if (forPage) {
+            say("esaSupplyConditionUpdate", "{} LED already [{}].",
+                condition == VOLTAGE ? "PSU OK" : "Power Redundancy Fail", on ? "ON" : "OFF");
+        }
+        if (!isNew && good && condition == REDUNDANCY && alarmRead() == 2) {
             alarmSet(0);
-            if (std::exchange(alarm, 0) != 0) {
-                alarmEvent(1);
-            }
+            alarmFollow(0);
         }
     }
 
@@ -219,13 +217,13 @@ struct ModelPolicy : ModelService {
     void chipLoad(int output, double percent) {
         const int size = is(Board::xyratex) ? 4 : 1;
         for (int fan = output * size; fan < std::min(output * size + size, chassis.fans()); ++fan) {
-            duties[static_cast<std::size_t>(fan)] = powered ? percent : 0;
+            duties[fan] = powered ? percent : 0;
         }
     }
 
     // Booked whatever comes of it.
     void load(int fan, int percent) {
-        loads[static_cast<std::size_t>(fan)] = percent;
+        loads[fan] = percent;
         if (reachFan(fan)) {
             chipLoad(fan, chipDuty(percent));
         }
@@ -236,25 +234,23 @@ struct ModelPolicy : ModelService {
     void ladder(int fan) {
         const int up[] = {key.fanPwm25To50TemperatureThreshold,
                           key.fanPwm50To75TemperatureThreshold,
-                          key.fanPwm75To100TemperatureThreshold};
+                          key.fanPwm75To100TemperatureThreshold, UNREADABLE};
         const int down[] = {0, key.fanPwm50To25TemperatureThreshold,
                             key.fanPwm75To50TemperatureThreshold,
                             key.fanPwm100To75TemperatureThreshold};
-        const int now = loads[static_cast<std::size_t>(fan)], step = now / 25 - 1;
-        const auto degrees = static_cast<U32_t>(average);
+        const int now = loads[fan], step = now / 25 - 1;
+        const int degrees = average < 0 ? UNREADABLE - 1 : average;
         if (now == 0) {
             say("ladderStep", "ESA never set this PWM Load [{}] on Fan [{}]?", now, fan);
-        } else if (step < 3 && degrees > static_cast<U32_t>(up[step])) {
-            ladderMove(fan, now + 25);
-        } else if (step > 0 && degrees < static_cast<U32_t>(down[step]) &&
-                   key.fanPwmLoadMinimum <= now - 25) {
-            ladderMove(fan, now - 25);
+            return;
         }
-    }
-    void ladderMove(int fan, int percent) {
-        load(fan, percent);
-        say("ladderMove", "Temperature = [{}], Fan [{}] set to {} percent PWM", average, fan,
-            percent);
+        const bool falls = degrees < down[step] && key.fanPwmLoadMinimum <= now - 25;
+        if (degrees > up[step] || falls) {
+            const int next = degrees > up[step] ? now + 25 : now - 25;
+            load(fan, next);
+            say("ladderMove", "Temperature = [{}], Fan [{}] set to {} percent PWM", average, fan,
+                next);
+        }
     }
 
     // A failed fan sends all to full load, and nothing is averaged.
@@ -263,7 +259,7 @@ struct ModelPolicy : ModelService {
         for (int fan = 0; fan < policyFans(); ++fan) {
             if (climbs) {
                 ladder(fan);
-            } else if (failed != 0 && loads[static_cast<std::size_t>(fan)] != 100) {
+            } else if (failed != 0 && loads[fan] != 100) {
                 say("fansToFullLoad", "At least 1 Fan Fault, FanFaultStatus = [{:#x}]", failed);
                 say("fansToFullLoad", "Fan [{}] sets to 100 percent PWM Load", fan);
                 load(fan, 100);
@@ -273,25 +269,19 @@ struct ModelPolicy : ModelService {
 
     // ---- temperatures ----
 
-    // Degrees as they read. Half degrees are lost; of an LM75 the sign makes up for the half.
-    int reading(int sensor) const {
-        const double real = chassis.temperature(sensor);
-        if (isVitesse()) {
-            return static_cast<int>(std::floor(real)) + (real < 0 ? 1 : 0);
-        }
-        if (is(Board::w83792ad) && sensor > 0) {
-            return static_cast<int>(real);
-        }
-        const int rounded = static_cast<int>(std::round(real));
-        return is(Board::w83792ad) ? std::max(rounded, 0) : rounded;
-    }
-
+    // Of whole degrees. An LM75 reads one more below zero.
     void temperaturesRead() {
         const int count = row.sensors != 0 ? row.sensors : policySensors();
         for (int sensor = 0; !is(Board::none) && sensor < count; ++sensor) {
-            const bool isThere = sensor < chassis.sensors() &&
-                                 (isVitesse() ? reach(1 + sensor) : reachMonitor(sensor));
-            readings[sensor] = isThere ? reading(sensor) : UNREADABLE;
+            readings[sensor] = UNREADABLE;
+            if (sensor < chassis.sensors() && reachSensor(sensor)) {
+                const int real = static_cast<int>(chassis.temperature(sensor));
+                const bool isUnsigned = is(Board::w83792ad) && sensor == 0;
+                readings[sensor] = real >= 0     ? real
+                                   : isVitesse() ? real + 1
+                                   : isUnsigned  ? 0
+                                                 : real;
+            }
         }
     }
 
@@ -313,30 +303,28 @@ struct ModelPolicy : ModelService {
     // Up to 35, 45, 55 degrees, and above. Each change is told.
     void band(int sensor) {
         static constexpr int OVER[] = {0, 35, 45, 55};
-        int& band = bands[static_cast<std::size_t>(sensor)];
-        const int now = readings[sensor];
+        const int now = readings[sensor], before = bands[sensor];
         const int found = now > 55 ? 3 : now > 45 ? 2 : now > 35 ? 1 : 0;
-        if (now == UNREADABLE || (found == 0 && band == 0)) {
+        if (now == UNREADABLE || (found == 0 && before == 0)) {
             return;
         }
-        if (found == 0) {
-            say("coolReport", "temperatureReportStatus[{}] reset all Temperature Events.", sensor);
-        } else {
-            say("bandReport", "temperatureReportStatus[{}] {} over {} degrees Event.", sensor,
-                found == band ? "already reported" : "reporting", OVER[found]);
+        say(found == 0 ? "coolReport" : "bandReport",
+            found == 0 ? "temperatureReportStatus[{}] reset all Temperature Events."
+                       : "temperatureReportStatus[{}] {} over {} degrees Event.",
+            sensor, found == before ? "already reported" : "reporting", OVER[found]);
+        if (found != before) {
+            event(8, found > 1 ? 2 : 1,
+                  {{&Data::numberOfTemperatureSensor, key.temperatureSensorMaxNumber},
+                   {&Data::temperatureStatus, found + 1},
+                   {&Data::temperatureSensorPosition, sensor}})
+                .temperature = static_cast<S16_t>(now);
         }
-        if (std::exchange(band, found) != found) {
-            EsaEventData_t& data = event(8, found > 1 ? 2 : 1);
-            data.numberOfTemperatureSensor = static_cast<U32_t>(key.temperatureSensorMaxNumber);
-            data.temperatureStatus = static_cast<U32_t>(found + 1);
-            data.temperatureSensorPosition = static_cast<U32_t>(sensor);
-            data.temperature = static_cast<S16_t>(now);
-        }
+        bands[sensor] = found;
     }
 
     // Asked for anew each time, and said as 60 whatever the limit.
     void overheat() {
-        if (static_cast<U32_t>(average) <= static_cast<U32_t>(key.overheatTemperatureLimit)) {
+        if (average >= 0 && average <= key.overheatTemperatureLimit) {
             fault(OVERHEAT, 0);
             return;
         }
@@ -368,9 +356,8 @@ struct ModelPolicy : ModelService {
             band(sensor);
         }
         overheat();
-        const U32_t found = is(Board::xyratex) ? alarmRead() : alarm;
-        if (std::exchange(alarm, found) != found) {
-            alarmEvent(found == 1 || found == 4 ? 2 : 1);
+        if (is(Board::xyratex)) {
+            alarmFollow(alarmRead());
         }
     }
 

@@ -1,79 +1,85 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the model's service sends and says, its transfers, composite faults, alarm and LEDs.
+// What the model's service sends and says; its transfers, composite faults, alarm and LEDs.
 #pragma once
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
 #include <cmath>
-#include <set>
-#include <string>
-#include <vector>
 
-#include "lab/chassis/chassis.h"
-#include "lab/peers/message.h"
-#include "tests/story/rows.h"
+#include "tests/story/service.h"
 
-// What an engineer sees of the enclosure, and what the service remembers.
+// Fans and sensors at most.
+constexpr int ARRAY = 8;
+
+// What an engineer sees of an enclosure, and what the service remembers of it.
 struct StoryState {
-    std::vector<double> duties;                            // of the fans, percent
-    U32_t lit = 0;                                         // LEDs: bit = drive, then status LEDs
-    std::string sound;                                     // of the alarm
-    U32_t faults = 0, devices = 0, alarm = 0, failed = 0;  // failed: bit = fan
-    U32_t supply = 0;  // voltage, redundancy, no fault requested
-    int average = 0;   // degrees
-    std::vector<int> loads = std::vector<int>(8), bands = std::vector<int>(8);
+    void see(const enclab::Chassis& chassis) {
+        lit = sound = 0;
+        for (int fan = 0; fan < chassis.fans(); ++fan) {
+            duties[fan] = chassis.fanLoadPercent(fan);
+        }
+        for (int slot = 0; chassis.parts().driveLeds && slot < chassis.slots(); ++slot) {
+            lit |= U32_t{chassis.driveFaultLed(slot)} << slot;
+        }
+        int bit = 16;
+        for (const enclab::ChassisLed& led : chassis.statusLeds()) {
+            lit |= U32_t{led.lit} << bit++;
+        }
+        for (const char c : chassis.alarm()) {  // "S3 mute", "sounding on monitor 0 2"
+            sound |= '0' <= c && c <= '9' ? 1U << (c - '0') : 0U;
+        }
+    }
 
     std::string text() const {
         return fmt::format(
-            "fans at {:.0f}, LEDs {:#x}, alarm {}, faults {:#x}, devices {:#x}, state {}, fans "
-            "{:#x}, supplies {}, average {}, loads {}, bands {}\n",
+            "fans at {:.0f}, LEDs {:#x}, alarm {:#x}, faults {:#x}, devices {:#x}, alarm state {}, "
+            "fans {:#x}, supplies {}, average {}, loads {}, bands {}\n",
             fmt::join(duties, " "), lit, sound, faults, devices, alarm, failed, supply, average,
             fmt::join(loads, " "), fmt::join(bands, " "));
     }
+
+    double duties[ARRAY] = {};  // of the fans, percent
+    U32_t lit = 0, sound = 0;           // bit = drive, then status LED; state of the alarm, or monitor
+    U32_t faults = 0, devices = 0, alarm = 0;
+    U32_t failed = 0;  // bit = fan
+    U32_t supply = 0;  // voltage, redundancy, no fault requested
+    int average = 0, loads[ARRAY] = {}, bands[ARRAY] = {};
 };
 
 struct ModelService : StoryState {
     static constexpr U32_t PSU_OK = 0x10000, REDUNDANCY_FAIL = 0x20000, FAN_FAIL = 0x40000;
-    static constexpr U32_t FAN_FAULT = 0x04, OVERHEAT = 0x08, BUS_FAULT = 0x10, ALL_FAULTS = 0x1F;
-    static constexpr U32_t LED_ON = 0x80000000;
+    static constexpr U32_t FAN_FAULT = 0x04, OVERHEAT = 0x08, BUS_FAULT = 0x10;
+    static constexpr U32_t ALL_FAULTS = 0x1F, LED_ON = 0x80000000;
+    using Data = EsaEventData_t;
 
-    ModelService(const StoryRow& facts, const enclab::Chassis& enclosure,
-                 const enclab::Personality& tuning)
-        : row(facts), chassis(enclosure), key(tuning) {
-        for (int fan = 0; fan < chassis.fans(); ++fan) {
-            duties.push_back(chassis.fanLoadPercent(fan));
-        }
-        for (int n = 0; n < monitors(); ++n) {
-            sounding.insert(n);
-        }
-    }
+    explicit ModelService(const StoryService& service)
+        : row(service.row), chassis(*service.chassis), key(service.personality) {}
 
     bool is(Board board) const { return row.board == board; }
     bool isVitesse() const { return is(Board::vsc055) || is(Board::xyratex); }
-    bool isMonitor() const { return is(Board::w83782d) || is(Board::chenbro); }
     int monitors() const { return is(Board::chenbro) ? 4 : 1; }
 
-    // In front of each command; the alarm of a Xyratex chassis runs by itself.
-    void observe() {
+    // In front of each command of the service.
+    void observe(const StoryService& service) {
+        see(chassis);
+        requestor = service.requestor;
+        handle = service.handle;
         messages.clear();
         log.clear();
-        ownAlarm = is(Board::xyratex) ? static_cast<U32_t>(chassis.alarm()[1] - '0') : 0;
     }
 
     // ---- the log and messages ----
 
     template <typename... Arguments>
     void say(const char* function, const char* text, const Arguments&... arguments) {
-        log.push_back(std::string(function) + ":  " +
-                      fmt::format(fmt::runtime(text), arguments...));
+        log.push_back(function + (":  " + fmt::format(fmt::runtime(text), arguments...)));
     }
 
-    enclab::Message& send(U8_t protocol, U32_t command, int recipient, std::size_t size = 64) {
+    enclab::Message& send(U8_t protocol, U32_t command, U8_t recipient, std::size_t size = 64) {
         messages.push_back(
             enclab::Message::make(protocol, command, MMSG_E_EPID_ES_ADAPTERMP, size));
-        messages.back().addRecipient(static_cast<U8_t>(recipient));
+        messages.back().addRecipient(recipient);
         return messages.back();
     }
 
@@ -83,76 +89,74 @@ struct ModelService : StoryState {
         header.general_use2 = use2;
     }
 
-    // Type 1 informs, 2 warns, 3 is an error. The caller fills the data in.
-    EsaEventData_t& event(U16_t id, U8_t eventType) {
+    // Type 1 informs, 2 warns, 3 is an error.
+    Data& event(U16_t id, U8_t eventType,
+                std::initializer_list<std::pair<Be32 Data::*, std::int64_t>> fields) {
         enclab::Message& message = send(8, 1, MMSG_E_EPID_EVENTLOGMP, 64 + sizeof(EsaEvent_t));
-        auto& event = *wireView<EsaEvent_t>(const_cast<U8_t*>(message.bytes().data()) + 64);
+        auto& event = *wireView<EsaEvent_t>(&message.header() + 1);
         event.header.evType = eventType;
         event.header.evCategory = 3;
         event.header.evIdVersion = 1;
         event.header.evId = id;
         event.data.enclosureType = row.type;
+        for (const auto& [field, value] : fields) {
+            event.data.*field = static_cast<U32_t>(value);
+        }
         return event.data;
     }
     void informationEvent(U8_t eventType, U32_t information, U32_t sensor = 0, int result = 0) {
-        EsaEventData_t& data = event(10, eventType);
-        data.information = information;
-        data.temperatureSensorPosition = sensor;
-        data.general_use1 = static_cast<U32_t>(result);
+        event(10, eventType,
+              {{&Data::information, information},
+               {&Data::temperatureSensorPosition, sensor},
+               {&Data::general_use1, result}});
     }
     void supplyEvent(U8_t eventType) {
-        EsaEventData_t& data = event(6, eventType);
-        data.numberOfPowerSupply = static_cast<U32_t>(supplies);
-        data.powerSupplyStatus = supply;
+        event(6, eventType,
+              {{&Data::numberOfPowerSupply, supplies}, {&Data::powerSupplyStatus, supply}});
     }
     void fanEvent() {
-        EsaEventData_t& data = event(7, 2);
-        data.numberOfFan = static_cast<U32_t>(key.coolingMaxNumber);
-        data.fanFaultStatus = failed;
+        event(7, 2, {{&Data::numberOfFan, key.coolingMaxNumber}, {&Data::fanFaultStatus, failed}});
     }
-    void alarmEvent(U8_t eventType) {
-        EsaEventData_t& data = event(9, eventType);
-        data.numberOfAlarm = 1;
-        data.alarmState = alarm;
+    void alarmFollow(U32_t state) {
+        if (std::exchange(alarm, state) != state) {
+            event(9, state == 1 || state == 4 ? 2 : 1,
+                  {{&Data::numberOfAlarm, 1}, {&Data::alarmState, alarm}});
+        }
     }
 
     // ---- transfers ----
 
-    bool answers(int device) const {
-        const char* name = row.devices[static_cast<std::size_t>(device)].name;
-        return !chassis.bus().isCut(chassis.addressOf(name));
-    }
-    // Of a Chenbro chassis: monitor `n` at the address of the rule for fans, or of the other one.
-    // At 0x2A there are two, each for its rule.
-    bool monitorAnswers(int n, bool forFans) const {
-        const bool isShared = is(Board::chenbro) && n == (forFans ? 2 : 1);
-        return answers(n) && !(isShared && !answers(4));
+    // A Chenbro monitor has an address of the rule for fans, and one of another for all else. At
+    // 0x2A there are two, each for its rule.
+    bool answers(int device, bool forFans = false) const {
+        const auto isCut = [&](int n) {
+            return chassis.bus().isCut(
+                chassis.addressOf(row.devices[static_cast<std::size_t>(n)].name));
+        };
+        const bool isShared = is(Board::chenbro) && device == (forFans ? 2 : 1);
+        return !isCut(device) && !(isShared && isCut(4));
     }
 
     // A device's first failure and its first answer after it are told; the bus fault ends with the
     // last device that had failed.
-    bool transfer(const StoryDevice& device, bool answered) {
+    bool reach(int n, bool forFans = false) {
+        const StoryDevice& device = row.devices[static_cast<std::size_t>(n)];
+        const bool answered = answers(n, forFans);
         if (connected && ((devices & device.bit) != 0) == answered) {
             devices ^= device.bit;
-            if (!answered) {
-                fault(BUS_FAULT, -1);
-            } else if (devices == 0) {
-                fault(BUS_FAULT, 0);
+            if (!answered || devices == 0) {
+                fault(BUS_FAULT, answered ? 0 : -1);
             }
             informationEvent(2, device.information, device.sensor, answered ? 0 : -1);
         }
         return connected && answered;
     }
-    bool reach(int device) {
-        return transfer(row.devices[static_cast<std::size_t>(device)], answers(device));
-    }
-    // The monitor or controller; on a Chenbro chassis that of a backplane or a fan.
-    bool reachMonitor(int n, bool forFans = false) {
-        return transfer(row.devices[0], monitorAnswers(n, forFans));
-    }
     bool reachFan(int fan) {
         static constexpr int MONITOR[] = {0, 0, 1, 2, 3, 3, 3, 3};
-        return reachMonitor(is(Board::chenbro) ? MONITOR[fan] : 0, true);
+        return reach(is(Board::chenbro) ? MONITOR[fan] : 0, true);
+    }
+    bool reachSensor(int sensor) {
+        return reach(isVitesse() ? 1 + sensor : is(Board::chenbro) ? sensor : 0);
     }
 
     // ---- composite faults ----
@@ -178,9 +182,9 @@ struct ModelService : StoryState {
 
     // The first one lights the LED and sounds a muted alarm; each is mailed.
     void faultBegin(U32_t bit) {
-        say("faultSet", "Set the new Fault bit [{:#x}].", bit);
         const bool isFirst = (faults & LED_ON) == 0;
         faults |= bit | LED_ON;
+        say("faultSet", "Set the new Fault bit [{:#x}].", bit);
         if (isFirst) {
             say("ledOn", "Turn on the Composite Fault LED.");
             startupSend(12, 14, 2, 2);
@@ -214,44 +218,34 @@ struct ModelService : StoryState {
         }
     }
 
-    // Winbond monitors know sound and silence; VSC055 and W83792AD chassis have no alarm. That of
+    // W83782D monitors know sound and silence; VSC055 and W83792AD chassis have no alarm. That of
     // the Xyratex chassis is idle only while its supplies are good.
     void alarmSet(U32_t state) {
         if (is(Board::xyratex) && reach(0)) {
-            ownAlarm = state == 0 && !(chassis.redundancy() && railsGood(0)) ? 1 : state;
+            sound = state == 0 && !(chassis.redundancy() && railsGood(0)) ? 2 : 1U << state;
         }
-        for (int n = 0; isMonitor() && (state == 1 || state == 3) && n < monitors(); ++n) {
-            if (connected && monitorAnswers(n, false)) {
-                state == 1 ? sounding.insert(n), void() : void(sounding.erase(n));
+        const bool isSet = is(Board::w83782d) || is(Board::chenbro);
+        for (int n = 0; isSet && (state == 1 || state == 3) && n < monitors(); ++n) {
+            if (connected && answers(n)) {
+                sound = state == 1 ? sound | 1U << n : sound & ~(1U << n);
             }
-            reachMonitor(n);  // what comes of it may move the alarm, too
+            reach(n);  // what comes of it may move the alarm, too
         }
     }
-    U32_t alarmRead() { return reach(0) ? ownAlarm : 7; }
-
-    std::string soundText() const {
-        const auto loud = fmt::format("sounding on monitor {}", fmt::join(sounding, " "));
-        return is(Board::xyratex) ? fmt::format("S{}", ownAlarm)
-               : !isMonitor()     ? ""
-               : sounding.empty() ? "muted"
-                                  : loud;
-    }
+    U32_t alarmRead() { return reach(0) ? static_cast<U32_t>(std::countr_zero(sound)) : 7; }
 
     // ---- supplies ----
 
     // The Xyratex supplies judge both rails themselves, elsewhere they are measured. Of those of a
     // W83792AD a few bits are left: never good.
     bool railsGood(int monitor) const {
-        const std::string at = is(Board::chenbro) ? fmt::format("@{}", monitor) : "";
-        return std::ranges::all_of(chassis.rails(),
-                                   [&](const enclab::ChassisRail& rail) {
-                                       const double nominal = rail.name == "5" + at    ? 5
-                                                              : rail.name == "12" + at ? 12
-                                                                                       : 0;
-                                       return nominal == 0 ||
-                                              std::abs(rail.volts - nominal) <= nominal / 10;
-                                   }) &&
-               !is(Board::w83792ad);
+        bool isGood = !is(Board::w83792ad);
+        for (const auto& [name, volts] : chassis.rails()) {
+            const int nominal = name.starts_with("5") ? 5 : name.starts_with("12") ? 12 : 0;
+            const bool isMeant = !is(Board::chenbro) || name.back() == '0' + monitor;
+            isGood &= !isMeant || nominal == 0 || std::abs(volts - nominal) <= nominal / 10.0;
+        }
+        return isGood;
     }
 
     // ---- LEDs ----
@@ -269,25 +263,25 @@ struct ModelService : StoryState {
     // Of the Xyratex chassis.
     void fanLed(bool isFailed) {
         const char* now = isFailed ? "ON" : "OFF";
-        if (((leds & FAN_FAIL) != 0) == isFailed) {
-            say("fanFailLedFollow", "FAN Fail LED already [{}].", now);
-            return;
+        const bool isNew = ((leds & FAN_FAIL) != 0) != isFailed;
+        if (isNew) {
+            ledWrite(FAN_FAIL, isFailed);
         }
-        ledWrite(FAN_FAIL, isFailed);
-        say("fanFailLedFollow", "Turn [{}] FAN Fail LED.", now);
+        say("fanFailLedFollow", isNew ? "Turn [{}] FAN Fail LED." : "FAN Fail LED already [{}].",
+            now);
     }
 
     const StoryRow& row;
-    const enclab::Chassis& chassis;  // as it is before what is modelled
+    const enclab::Chassis& chassis;  // as it is in front of the command
     enclab::Personality key;
     std::vector<enclab::Message> messages;
     std::vector<std::string> log;  // "FUNCTION:  TEXT"
 
+    U8_t requestor = 0;  // of the command, as the handle
+    U32_t handle = 0;
     int slots = 16, supplies = 3;
     bool connected = false;
     bool moving = false;      // the alarm
-    U32_t ownAlarm = 0;       // of a Xyratex chassis, which runs by itself
-    std::set<int> sounding;   // monitors, from power-on
     U32_t leds = 0;           // as lit
     bool ledsDriven = false;  // by the expander
 };
