@@ -19,15 +19,14 @@ struct Model : ModelPolicy {
 
     bool isAnswerable() {
         if (requestor >= 64) {
-            say("esaStatusSend", "MMSG requestor [{}] can not be a recipient, no reply.",
-                requestor);
+            say("MMSG requestor [{}] can not be a recipient, no reply.", requestor);
         }
         return requestor < 64;
     }
 
     // With a status byte in front, so that a page's last byte is not sent: here it stands behind.
     void reply(U32_t command, const Page& page) {
-        say("esaSndDiagPage", "Send out a Diagnostic Page.");
+        say("Send out a Diagnostic Page.");
         const std::size_t size = 64 + 4 * std::max<std::size_t>(page.size(), 1);
         enclab::Message& message = send(18, command, requestor, size);
         message.header().mmsg_cont = 0x40;
@@ -90,58 +89,56 @@ struct Model : ModelPolicy {
 
     // Conditions are one for all supplies. Where there are two, the one read last stands; the
     // Xyratex chassis shows both, and reads them the other way round.
-    U32_t supplyPage(bool* changed) {
+    U32_t supplyPage() {
         if (is(Board::xyratex)) {
-            const bool isRedundant = supplyCheck(REDUNDANCY, true, changed);
-            const bool isMains = supplyCheck(VOLTAGE, true, changed);
+            const bool isRedundant = supplyCheck(REDUNDANCY, true);
+            const bool isMains = supplyCheck(VOLTAGE, true);
             return (isRedundant ? 0x01000000U : 0x05000000U) | (isMains ? 0U : 0x40U) |
                    (isRedundant && isMains ? 0U : 2U);
         }
         U32_t word = 0x01000000;
         for (const U32_t condition : row.conditions) {
-            const bool good = supplyCheck(condition, true, changed);
+            const bool good = supplyCheck(condition, true);
             word = good ? 0x01000000 : condition == VOLTAGE ? 0x05000042 : 0x05000002;
         }
         return word;
     }
 
     void suppliesPage(Page* page) {
-        bool changed = false;
         page->push_back(0);
         for (int n = 0; n < supplies; ++n) {
-            const U32_t word = supplyPage(&changed);
+            const U32_t word = supplyPage();
             page->push_back(word | (asked(SUPPLIES, n) & 6) | 1);
         }
-        if (changed) {
+        if (std::exchange(changed, false)) {
             supplyEvent(2);
         }
     }
 
     // Tens of RPM in ten bits. A fan that cannot be read is shown as running.
-    U32_t fanPage(int fan, bool* changed) {
+    U32_t fanPage(int fan) {
         const int speed = fan < ARRAY ? fanRead(fan) : NO_PULSES;
         if (speed < 0) {
             return 0xE0;
         }
-        say("fanRead", "Fan [{}] has RPM [{}] divided by a factor of 10.", fan, speed);
+        say("Fan [{}] has RPM [{}] divided by a factor of 10.", fan, speed);
         const auto tens = static_cast<U32_t>(speed / 10);
         const U32_t word = (tens & 0x300) << 14 | (tens & 0xFF) << 8 | (tens == 0 ? 0x08 : 0xE0);
         if (!is(Board::xyratex)) {
             return word;
         }
-        *changed |= fanMark(fan, speed <= 500);
+        changed |= fanMark(fan, speed <= 500);
         fanLed(failed != 0);
         return word | (speed <= 500 ? 2 : 0);
     }
 
     void fansPage(Page* page) {
-        bool changed = false;
         page->push_back(0);
         for (int fan = 0; fan < key.coolingMaxNumber; ++fan) {
-            const U32_t word = fanPage(fan, &changed);
+            const U32_t word = fanPage(fan);
             page->push_back(word | (fan < ARRAY ? asked(FANS, fan) & 4 : 0));
         }
-        if (changed) {
+        if (std::exchange(changed, false)) {
             fanEvent();
         }
     }
@@ -210,7 +207,6 @@ struct Model : ModelPolicy {
 
     // One indication for all, booked as the chassis's own fault. Bit 2: there is none.
     void suppliesControl() {
-        bool changed = false;
         for (int n = 0; n < supplies; ++n) {
             const bool fails = (asked(SUPPLIES, n) & 2) != 0;
             if ((asked(SUPPLIES, n) & SELECT) == 0 || fails != ((supply & 4) != 0)) {
@@ -224,7 +220,7 @@ struct Model : ModelPolicy {
             supply ^= 4;
             changed = true;
         }
-        if (changed) {
+        if (std::exchange(changed, false)) {
             supplyEvent(2);
         }
     }

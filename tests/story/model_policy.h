@@ -19,71 +19,23 @@ struct ModelPolicy : ModelService {
     // ---- start-up ----
 
     void start() {
-        countsTake(!is(Board::none) && !key.chassis.empty());
         if (is(Board::none)) {
             const bool isKnown = row.type == KORVO_E_CHASSIS_NONE;
             informationEvent(isKnown ? 1 : 2, isKnown ? 8 : 2, 0, isKnown ? 0 : -1);
-        } else if (bringUp()) {
-            informationEvent(1, 2);
+            return;
         }
-    }
-    void countsTake(bool isFound) {
-        slots = isFound ? row.slots : 16;
-        supplies = isFound ? row.supplies : 3;
-    }
-
-    // The first device that does not answer ends it, of a VSC055 chassis for good.
-    bool missing(U32_t bit) {
-        connected = connected && !is(Board::vsc055);
-        devices |= bit;
-        if (isVitesse()) {
-            fault(BUS_FAULT, -1);
-        }
-        informationEvent(2, row.informationAtStart, 0, -1);
-        if (!isVitesse()) {
-            fault(BUS_FAULT, -1);
-        }
-        return false;
-    }
-
-    // Only a VSC055 chassis looks for its sensors.
-    bool devicesFound() {
-        for (int n = 0; n < monitors(); ++n) {
-            if (!answers(n)) {
-                return missing(isVitesse() ? 0x001 : 0);
-            }
-            connected = true;
-        }
-        alarm = is(Board::vsc055) ? 3 : 0;
-        for (int sensor = 0; is(Board::vsc055) && sensor < policySensors(); ++sensor) {
-            if (sensor >= chassis.sensors() || !answers(1 + sensor)) {
-                return missing(U32_t{2} << sensor);
-            }
-        }
-        return true;
-    }
-
-    bool bringUp() {
-        if (!devicesFound()) {
-            return false;
-        }
-        countsTake(true);
+        slots = row.slots;
+        supplies = row.supplies;
         row.bringUp(&key);
         for (int fan = 0; fan < policyFans(); ++fan) {
             load(fan, row.loadAtStart);
         }
-        for (int n = 0; n < monitors(); ++n) {
-            reach(n);
-        }
         supply = isVitesse() ? VOLTAGE | REDUNDANCY : VOLTAGE;
-        leds = lit = is(Board::xyratex) ? PSU_OK : 0;
+        leds = is(Board::xyratex) ? PSU_OK : 0;
+        seen.lit = is(Board::w83792ad) ? 0xFFFF : leds;  // an expander wakes with its LEDs lit
         alarm = is(Board::xyratex) ? 0 : 3;
         alarmSet(alarm);
-        if (is(Board::w83792ad)) {  // its LEDs wake lit
-            ledsDriven = reach(1);
-            lit = ledsDriven ? 0xFFFF : 0;
-        }
-        return !is(Board::w83792ad) || ledsDriven;
+        informationEvent(1, 2);
     }
 
     // ---- supplies ----
@@ -103,7 +55,7 @@ struct ModelPolicy : ModelService {
 
     // False unless good. An unreachable VSC055 changes nothing in a poll. A page tells the fault
     // manager of the Xyratex chassis nothing, and its event comes when all supplies are read.
-    bool supplyCheck(U32_t condition, bool forPage, bool* changed) {
+    bool supplyCheck(U32_t condition, bool forPage) {
         const int code = supplyRead(condition);
         const bool good = code == 0;
         if (code == 1 && isVitesse() && !forPage) {
@@ -119,7 +71,7 @@ struct ModelPolicy : ModelService {
         if (isNew && !forPage) {
             supplyEvent(good ? 1 : 2);
         }
-        *changed |= isNew;
+        changed |= isNew && forPage;
         return good;
     }
 
@@ -127,12 +79,11 @@ struct ModelPolicy : ModelService {
     void supplySay(U32_t condition, bool good, bool isNew, bool forPage) {
         const bool isVoltage = condition == VOLTAGE;
         if (!isNew) {
-            say("esaSupplyConditionUpdate", "Power {} Status already [{}].",
+            say("Power {} Status already [{}].",
                 isVoltage && (good || !forPage) ? "Voltage Tolerance" : "Redundancy",
                 good ? "OK" : "NOT OK");
         } else if (isVoltage && !forPage) {
-            say("esaSupplyConditionUpdate",
-                "Power Voltage Tolerance Status changed from [{}] to [{}].", good ? "NOT OK" : "OK",
+            say("Power Voltage Tolerance Status changed from [{}] to [{}].", good ? "NOT OK" : "OK",
                 good ? "OK" : "NOT OK");
         }
     }
@@ -143,8 +94,8 @@ struct ModelPolicy : ModelService {
         if (isNew) {
             ledWrite(condition == VOLTAGE ? PSU_OK : REDUNDANCY_FAIL, on);
         } else if (forPage) {
-            say("esaSupplyConditionUpdate", "{} LED already [{}].",
-                condition == VOLTAGE ? "PSU OK" : "Power Redundancy Fail", on ? "ON" : "OFF");
+            say("{} LED already [{}].", condition == VOLTAGE ? "PSU OK" : "Power Redundancy Fail",
+                on ? "ON" : "OFF");
         }
         if (!isNew && good && condition == REDUNDANCY && alarmRead() == 2) {
             alarmSet(0);
@@ -174,7 +125,7 @@ struct ModelPolicy : ModelService {
     bool fanMark(int fan, bool isFailed) {
         const U32_t bit = U32_t{1} << fan;
         const bool isNew = ((failed & bit) != 0) != isFailed;
-        say("esaFanFaultMark", "{} {} on Fan [{}].", isNew ? "Now marking" : "Already marked",
+        say("{} {} on Fan [{}].", isNew ? "Now marking" : "Already marked",
             isFailed ? "Fault" : "OK", fan);
         failed = isFailed ? failed | bit : failed & ~bit;
         return isNew;
@@ -183,22 +134,22 @@ struct ModelPolicy : ModelService {
     // 0: all turn, -1: not all, 1: the VSC055 is gone, and what was found till then is not told.
     int fanSweep() {
         int result = 0;
-        bool changed = false;
         for (int fan = 0; fan < std::min(key.coolingMaxNumber, ARRAY); ++fan) {
             const int found = fanRead(fan);
             if (found == UNREACHED && isVitesse()) {
+                changed = false;
                 return 1;
             }
             const int speed = std::max(found, 0);
             const bool isFailed = speed < key.fanFaultRpmLimit;
-            say("esaFanFailStatusRead", "Fan [{}] has speed [{}] RPM.", fan, speed);
+            say("Fan [{}] has speed [{}] RPM.", fan, speed);
             if (isFailed) {
-                say("esaFanFailStatusRead", "Return Fans Status [ERROR].");
+                say("Return Fans Status [ERROR].");
                 result = -1;
             }
             changed |= fanMark(fan, isFailed);
         }
-        if (changed) {
+        if (std::exchange(changed, false)) {
             fanEvent();
         }
         return result;
@@ -217,7 +168,7 @@ struct ModelPolicy : ModelService {
     void chipLoad(int output, double percent) {
         const int size = is(Board::xyratex) ? 4 : 1;
         for (int fan = output * size; fan < std::min(output * size + size, chassis.fans()); ++fan) {
-            duties[fan] = powered ? percent : 0;
+            seen.duties[fan] = powered ? percent : 0;
         }
     }
 
@@ -241,15 +192,14 @@ struct ModelPolicy : ModelService {
         const int now = loads[fan], step = now / 25 - 1;
         const int degrees = average < 0 ? UNREADABLE - 1 : average;
         if (now == 0) {
-            say("ladderStep", "ESA never set this PWM Load [{}] on Fan [{}]?", now, fan);
+            say("ESA never set this PWM Load [{}] on Fan [{}]?", now, fan);
             return;
         }
         const bool falls = degrees < down[step] && key.fanPwmLoadMinimum <= now - 25;
         if (degrees > up[step] || falls) {
             const int next = degrees > up[step] ? now + 25 : now - 25;
             load(fan, next);
-            say("ladderMove", "Temperature = [{}], Fan [{}] set to {} percent PWM", average, fan,
-                next);
+            say("Temperature = [{}], Fan [{}] set to {} percent PWM", average, fan, next);
         }
     }
 
@@ -260,8 +210,8 @@ struct ModelPolicy : ModelService {
             if (climbs) {
                 ladder(fan);
             } else if (failed != 0 && loads[fan] != 100) {
-                say("fansToFullLoad", "At least 1 Fan Fault, FanFaultStatus = [{:#x}]", failed);
-                say("fansToFullLoad", "Fan [{}] sets to 100 percent PWM Load", fan);
+                say("At least 1 Fan Fault, FanFaultStatus = [{:#x}]", failed);
+                say("Fan [{}] sets to 100 percent PWM Load", fan);
                 load(fan, 100);
             }
         }
@@ -269,19 +219,20 @@ struct ModelPolicy : ModelService {
 
     // ---- temperatures ----
 
-    // Of whole degrees. An LM75 reads one more below zero.
+    // Half degrees are lost; of an LM75 the sign makes up for the half.
+    int reading(int sensor) const {
+        const double real = chassis.temperature(sensor);
+        const bool isDiode = is(Board::w83792ad) && sensor > 0;
+        return static_cast<int>(isVitesse()           ? std::floor(real) + (real < 0)
+                                : isDiode             ? real
+                                : is(Board::w83792ad) ? std::max(std::round(real), 0.0)
+                                                      : std::round(real));
+    }
     void temperaturesRead() {
         const int count = row.sensors != 0 ? row.sensors : policySensors();
         for (int sensor = 0; !is(Board::none) && sensor < count; ++sensor) {
-            readings[sensor] = UNREADABLE;
-            if (sensor < chassis.sensors() && reachSensor(sensor)) {
-                const int real = static_cast<int>(chassis.temperature(sensor));
-                const bool isUnsigned = is(Board::w83792ad) && sensor == 0;
-                readings[sensor] = real >= 0     ? real
-                                   : isVitesse() ? real + 1
-                                   : isUnsigned  ? 0
-                                                 : real;
-            }
+            const bool isThere = sensor < chassis.sensors() && reachSensor(sensor);
+            readings[sensor] = isThere ? reading(sensor) : UNREADABLE;
         }
     }
 
@@ -293,8 +244,7 @@ struct ModelPolicy : ModelService {
             count += readings[sensor] != UNREADABLE ? 1 : 0;
         }
         average = count == 0 ? average : sum / count;
-        say("temperatureAverage",
-            count == 0 ? "No readable temperature sensor, temperatureSensorAverage stays [{}]."
+        say(count == 0 ? "No readable temperature sensor, temperatureSensorAverage stays [{}]."
                        : "temperatureSensorAverage = [{}] degrees Celsius.",
             average);
         return count != 0;
@@ -308,8 +258,7 @@ struct ModelPolicy : ModelService {
         if (now == UNREADABLE || (found == 0 && before == 0)) {
             return;
         }
-        say(found == 0 ? "coolReport" : "bandReport",
-            found == 0 ? "temperatureReportStatus[{}] reset all Temperature Events."
+        say(found == 0 ? "temperatureReportStatus[{}] reset all Temperature Events."
                        : "temperatureReportStatus[{}] {} over {} degrees Event.",
             sensor, found == before ? "already reported" : "reporting", OVER[found]);
         if (found != before) {
@@ -328,7 +277,7 @@ struct ModelPolicy : ModelService {
             fault(OVERHEAT, 0);
             return;
         }
-        say("esaTemperatureOverheatCheck", "Temperature average over 60 degrees!");
+        say("Temperature average over 60 degrees!");
         fault(OVERHEAT, -1);
         informationEvent(3, 1);
         startupSend(13, 1, 0, 1);
@@ -337,12 +286,11 @@ struct ModelPolicy : ModelService {
     // ---- poll ----
 
     void poll() {
-        if (!connected) {
+        if (is(Board::none)) {
             return;
         }
-        bool changed = false;
         for (const U32_t condition : row.conditions) {
-            supplyCheck(condition, false, &changed);
+            supplyCheck(condition, false);
         }
         if (const int code = fanSweep(); code != 1) {
             fault(FAN_FAULT, code);
@@ -362,5 +310,7 @@ struct ModelPolicy : ModelService {
     }
 
     bool powered = true;  // the fans
-    int readings[ARRAY] = {};
+    int loads[ARRAY] = {}, readings[ARRAY] = {}, bands[ARRAY] = {};
+    int average = 0;
+    bool changed = false;  // what an event will tell
 };

@@ -12,10 +12,9 @@
 // Fans and sensors at most.
 constexpr int ARRAY = 8;
 
-// What an engineer sees of an enclosure, and what the service remembers of it.
-struct StoryState {
-    void see(const enclab::Chassis& chassis) {
-        lit = sound = 0;
+// What an engineer sees of an enclosure.
+struct StoryView {
+    explicit StoryView(const enclab::Chassis& chassis) {
         for (int fan = 0; fan < chassis.fans(); ++fan) {
             duties[fan] = chassis.fanLoadPercent(fan);
         }
@@ -30,27 +29,19 @@ struct StoryState {
             sound |= '0' <= c && c <= '9' ? 1U << (c - '0') : 0U;
         }
     }
-
     std::string text() const {
-        return fmt::format(
-            "fans at {:.0f}, LEDs {:#x}, alarm {:#x}, faults {:#x}, devices {:#x}, alarm state {}, "
-            "fans {:#x}, supplies {}, average {}, loads {}, bands {}\n",
-            fmt::join(duties, " "), lit, sound, faults, devices, alarm, failed, supply, average,
-            fmt::join(loads, " "), fmt::join(bands, " "));
+        return fmt::format("fans at {:.0f}, LEDs {:#x}, alarm {:#x}\n", fmt::join(duties, " "), lit,
+                           sound);
     }
 
     double duties[ARRAY] = {};  // of the fans, percent
-    U32_t lit = 0, sound = 0;           // bit = drive, then status LED; state of the alarm, or monitor
-    U32_t faults = 0, devices = 0, alarm = 0;
-    U32_t failed = 0;  // bit = fan
-    U32_t supply = 0;  // voltage, redundancy, no fault requested
-    int average = 0, loads[ARRAY] = {}, bands[ARRAY] = {};
+    U32_t lit = 0;              // bit = drive, then status LED
+    U32_t sound = 0;            // bit = state of the alarm, or monitor
 };
 
-struct ModelService : StoryState {
+struct ModelService {
     static constexpr U32_t PSU_OK = 0x10000, REDUNDANCY_FAIL = 0x20000, FAN_FAIL = 0x40000;
     static constexpr U32_t FAN_FAULT = 0x04, OVERHEAT = 0x08, BUS_FAULT = 0x10;
-    static constexpr U32_t ALL_FAULTS = 0x1F, LED_ON = 0x80000000;
     using Data = EsaEventData_t;
 
     explicit ModelService(const StoryService& service)
@@ -62,7 +53,7 @@ struct ModelService : StoryState {
 
     // In front of each command of the service.
     void observe(const StoryService& service) {
-        see(chassis);
+        seen = StoryView(chassis);
         requestor = service.requestor;
         handle = service.handle;
         messages.clear();
@@ -72,8 +63,8 @@ struct ModelService : StoryState {
     // ---- the log and messages ----
 
     template <typename... Arguments>
-    void say(const char* function, const char* text, const Arguments&... arguments) {
-        log.push_back(function + (":  " + fmt::format(fmt::runtime(text), arguments...)));
+    void say(const char* text, const Arguments&... arguments) {
+        log.push_back(fmt::format(fmt::runtime(text), arguments...));
     }
 
     enclab::Message& send(U8_t protocol, U32_t command, U8_t recipient, std::size_t size = 64) {
@@ -142,14 +133,14 @@ struct ModelService : StoryState {
     bool reach(int n, bool forFans = false) {
         const StoryDevice& device = row.devices[static_cast<std::size_t>(n)];
         const bool answered = answers(n, forFans);
-        if (connected && ((devices & device.bit) != 0) == answered) {
+        if (((devices & device.bit) != 0) == answered) {
             devices ^= device.bit;
             if (!answered || devices == 0) {
                 fault(BUS_FAULT, answered ? 0 : -1);
             }
             informationEvent(2, device.information, device.sensor, answered ? 0 : -1);
         }
-        return connected && answered;
+        return answered;
     }
     bool reachFan(int fan) {
         static constexpr int MONITOR[] = {0, 0, 1, 2, 3, 3, 3, 3};
@@ -161,56 +152,38 @@ struct ModelService : StoryState {
 
     // ---- composite faults ----
 
-    // `status`: 0 gone, -1 present, 1 bus unavailable, which is no new fault and no end of one.
+    // `status`: 0 gone, -1 present. The first one lights the LED and sounds a muted alarm, each is
+    // mailed, and the last one puts the LED out and mutes the alarm.
     void fault(U32_t bit, int status) {
         static constexpr const char* NAMES[] = {"POWER_SUPPLY_VOLTAGE_TOLERANCE",
                                                 "POWER_SUPPLY_REDUNDANCY", "FAN",
                                                 "TEMPERATURE_OVERHEAT", "I2C_BUS_FAULT"};
-        const bool isKnown = (faults & bit) != 0;
-        say("faultNameTrace", "This Fault bit is [{}]", NAMES[std::countr_zero(bit)]);
-        say("esaCompositeFaultManage", "This Fault bit [{:#x}] {} currently.", bit,
-            isKnown ? "exists" : "does NOT exist");
-        if (isKnown && status == 0) {
-            faultEnd(bit);
-        } else if (!isKnown && status == -1) {
-            faultBegin(bit);
+        const bool was = (faults & bit) != 0;
+        say("This Fault bit is [{}]", NAMES[std::countr_zero(bit)]);
+        say("This Fault bit [{:#x}] {} currently.", bit, was ? "exists" : "does NOT exist");
+        if (was == (status != 0)) {
+            say("The Fault bit [{:#x}] is already {}.", bit, was ? "set" : "clear");
+        } else if (was) {
+            say("Clear the current Fault bit [{:#x}].", bit);
+            faults &= ~bit;
+            ledFollow(faults == 0, 1, 3);
         } else {
-            say("esaCompositeFaultManage", "The Fault bit [{:#x}] is already {}.", bit,
-                isKnown ? "set" : "clear");
+            say("Set the new Fault bit [{:#x}].", bit);
+            say(faults == 0 ? "Turn on the Composite Fault LED."
+                            : "The Composite Fault LED is currently ON for other Faults.");
+            faults |= bit;
+            ledFollow(faults == bit, 2, 1);
+            startupSend(12, 16, 0, 0);
         }
     }
 
-    // The first one lights the LED and sounds a muted alarm; each is mailed.
-    void faultBegin(U32_t bit) {
-        const bool isFirst = (faults & LED_ON) == 0;
-        faults |= bit | LED_ON;
-        say("faultSet", "Set the new Fault bit [{:#x}].", bit);
-        if (isFirst) {
-            say("ledOn", "Turn on the Composite Fault LED.");
-            startupSend(12, 14, 2, 2);
-            alarmMove(alarm == 3, 1);
-        } else {
-            say("faultSet", "The Composite Fault LED is currently ON for other Faults.");
+    // To set the alarm may fail on the bus and come back here: then it is left alone.
+    void ledFollow(bool changed, U32_t color, U32_t state) {
+        if (!changed) {
+            return;
         }
-        startupSend(12, 16, 0, 0);
-    }
-
-    // The last one puts the LED out and mutes the alarm.
-    void faultEnd(U32_t bit) {
-        say("faultClear", "Clear the current Fault bit [{:#x}].", bit);
-        faults &= ~bit;
-        if ((faults & (LED_ON | ALL_FAULTS)) == LED_ON) {
-            faults &= ~LED_ON;
-            startupSend(12, 14, 2, 1);
-            alarmMove(alarm != 3, 3);
-        }
-    }
-
-    // ---- alarm ----
-
-    // To set it may fail on the bus and come back here: then it is left alone.
-    void alarmMove(bool wanted, U32_t state) {
-        if (wanted && !moving && !is(Board::none) && !is(Board::xyratex)) {
+        startupSend(12, 14, 2, color);
+        if ((alarm == 3) == (state == 1) && !moving && !is(Board::xyratex)) {
             moving = true;
             alarmSet(state);
             moving = false;
@@ -218,21 +191,23 @@ struct ModelService : StoryState {
         }
     }
 
+    // ---- alarm ----
+
     // W83782D monitors know sound and silence; VSC055 and W83792AD chassis have no alarm. That of
     // the Xyratex chassis is idle only while its supplies are good.
     void alarmSet(U32_t state) {
         if (is(Board::xyratex) && reach(0)) {
-            sound = state == 0 && !(chassis.redundancy() && railsGood(0)) ? 2 : 1U << state;
+            seen.sound = state == 0 && !(chassis.redundancy() && railsGood(0)) ? 2 : 1U << state;
         }
         const bool isSet = is(Board::w83782d) || is(Board::chenbro);
         for (int n = 0; isSet && (state == 1 || state == 3) && n < monitors(); ++n) {
-            if (connected && answers(n)) {
-                sound = state == 1 ? sound | 1U << n : sound & ~(1U << n);
+            if (answers(n)) {
+                seen.sound = (seen.sound & ~(1U << n)) | (state == 1) << n;
             }
             reach(n);  // what comes of it may move the alarm, too
         }
     }
-    U32_t alarmRead() { return reach(0) ? static_cast<U32_t>(std::countr_zero(sound)) : 7; }
+    U32_t alarmRead() { return reach(0) ? static_cast<U32_t>(std::countr_zero(seen.sound)) : 7; }
 
     // ---- supplies ----
 
@@ -255,8 +230,8 @@ struct ModelService : StoryState {
         const U32_t port = bit <= 0xFF ? 0xFF : ~U32_t{0xFF};
         const int device = isVitesse() ? 0 : is(Board::w83792ad) ? 1 : -1;
         leds = on ? leds | bit : leds & ~bit;
-        if (device >= 0 && reach(device) && (device == 0 || ledsDriven)) {
-            lit = (lit & ~port) | (leds & port);
+        if (device >= 0 && reach(device)) {
+            seen.lit = (seen.lit & ~port) | (leds & port);
         }
     }
 
@@ -267,8 +242,7 @@ struct ModelService : StoryState {
         if (isNew) {
             ledWrite(FAN_FAIL, isFailed);
         }
-        say("fanFailLedFollow", isNew ? "Turn [{}] FAN Fail LED." : "FAN Fail LED already [{}].",
-            now);
+        say(isNew ? "Turn [{}] FAN Fail LED." : "FAN Fail LED already [{}].", now);
     }
 
     const StoryRow& row;
@@ -279,9 +253,11 @@ struct ModelService : StoryState {
 
     U8_t requestor = 0;  // of the command, as the handle
     U32_t handle = 0;
+    StoryView seen{chassis};
     int slots = 16, supplies = 3;
-    bool connected = false;
-    bool moving = false;      // the alarm
-    U32_t leds = 0;           // as lit
-    bool ledsDriven = false;  // by the expander
+    U32_t faults = 0, devices = 0, alarm = 0;
+    bool moving = false;  // the alarm
+    U32_t failed = 0;     // bit = fan
+    U32_t supply = 0;     // voltage, redundancy, no fault requested
+    U32_t leds = 0;       // as lit
 };

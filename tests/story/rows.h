@@ -31,7 +31,7 @@ struct StoryRow {
     int loadAtStart = 0;                    // percent
     U32_t informationAtStart = 0;           // of the event of a device that is missing then
     std::vector<StoryDevice> devices = {};  // the controller or the monitors, then the others
-    void (*bringUp)(enclab::Personality*) = [](auto) {};  // sets what is fixed
+    void (*bringUp)(enclab::Personality*) = [](enclab::Personality*) {};  // sets what is fixed
 };
 
 // Shows in the test's name.
@@ -61,7 +61,10 @@ inline void chenbroBringUp(enclab::Personality* key) {
 }
 
 // clang-format off
+// Those without services leave the enclosure they stand in front of alone.
 inline const StoryRow STORY_ROWS[] = {
+    {"None", KORVO_E_CHASSIS_NONE, Board::none, 16, 3},
+    {"Unknown", 9, Board::none, 16, 3},
     {"Xyratex", KORVO_E_CHASSIS_XYRATEX_2U12ATX, Board::xyratex, 12, 2, {VOLTAGE, REDUNDANCY},
      1, 8, 2, 25, 3, {VSC055_DEVICES.begin(), VSC055_DEVICES.begin() + 3}},
     {"TolVex", KORVO_E_CHASSIS_PELTO_TOLVEX, Board::vsc055, 16, 2, {REDUNDANCY},
@@ -76,6 +79,3 @@ inline const StoryRow STORY_ROWS[] = {
      2, 6, 4, 50, 5, CHENBRO_DEVICES, chenbroBringUp},
 };
 // clang-format on
-
-// In front of an enclosure they leave alone.
-inline const StoryRow ROWS_WITHOUT_SERVICES[] = {{"None", KORVO_E_CHASSIS_NONE}, {"Unknown", 9}};

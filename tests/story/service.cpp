@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <stdexcept>
 
 #include "chassis/table.h"
@@ -21,28 +20,16 @@ static MPU_PARAMS_t area;
 
 static enclab::Bus* theBus = nullptr;
 
-// -1 with errno, as the platform gives it.
-static int transfer(std::vector<enclab::BusMessage>* messages) {
-    errno = theBus->transfer(*messages).error;
-    return errno == 0 ? 0 : -1;
-}
-
 void begin_i2c_data(int) {}
 
-int read_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t length) {
-    std::vector<enclab::BusMessage> messages{{i2cAddress, false, {registerNumber}},
-                                             {i2cAddress, true, Bytes(length)}};
-    const int result = transfer(&messages);
-    if (result == 0) {
-        std::ranges::copy(messages[1].bytes, buffer);
-    }
-    return result;
+int read_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, U8_t* buffer, U32_t) {
+    const auto value = theBus->readRegister(i2cAddress, registerNumber);
+    *buffer = value.value_or(*buffer);
+    return value ? 0 : -1;
 }
 
-int write_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer, U32_t length) {
-    std::vector<enclab::BusMessage> messages{{i2cAddress, false, {registerNumber}}};
-    messages[0].bytes.insert(messages[0].bytes.end(), buffer, buffer + length);
-    return transfer(&messages);
+int write_i2c_data(int, U8_t i2cAddress, U8_t registerNumber, const U8_t* buffer, U32_t) {
+    return theBus->writeRegister(i2cAddress, registerNumber, *buffer) ? 0 : -1;
 }
 
 // ---- the process ----
