@@ -125,7 +125,7 @@ void trace(Byte n) {
 }
 
 struct Step {
-    const char* name;
+    std::string_view name;
     void (*run)(Byte n);
 };
 void registerSet(Byte n) {
@@ -261,6 +261,23 @@ void lifeRun() {
     }
 }
 
+// A line of seeds.txt, as a file of its own.
+void seedWrite(const std::string& line, const std::string& directory) {
+    static int count = 0;
+    std::string seed, word;
+    for (std::istringstream words(line); words >> word;) {
+        const std::size_t colon = word.find(':');
+        const auto* const step = std::ranges::find(STEPS, word.substr(0, colon), &Step::name);
+        const auto n = std::stoul(word.substr(colon + 1), nullptr, 16);
+        seed += static_cast<char>(
+            colon == word.npos ? n : static_cast<unsigned long>(step - STEPS) | n << 4);
+    }
+    // A last step that does nothing makes the sum one of those that may trace.
+    const unsigned sum = std::accumulate(seed.begin(), seed.end(), 8U);
+    seed += {8, static_cast<char>((TRACED_OF - sum % TRACED_OF) % TRACED_OF)};
+    std::ofstream(directory + "/" + std::to_string(++count)) << seed;
+}
+
 }  // namespace
 
 extern "C" {
@@ -302,32 +319,23 @@ const char* __asan_default_options() {
     return "quarantine_size_mb=1:malloc_context_size=2:intercept_strstr=0";
 }
 
-// "--seeds FILE DIRECTORY". A line "> life:1 00 00 request:2" is a seed: steps by name, with their
-// argument, and bytes, all hexadecimal.
+// "--seeds FILE DIRECTORY".
 int LLVMFuzzerInitialize(int* argc, char*** argv) {
     setenv("TZ", "UTC0", 1);
     if (*argc != 4 || std::strcmp((*argv)[1], "--seeds") != 0) {
         return 0;
     }
-    int count = 0;
     std::ifstream lines((*argv)[2]);
-    for (std::string line, word; std::getline(lines, line);) {
-        if (!line.starts_with("> ")) {
-            continue;
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t star = line.find('*');
+        for (const char kind : std::string(star == line.npos ? "0" : "0123456789ABCDEF")) {
+            if (star != line.npos) {
+                line[star] = kind;
+            }
+            if (line.starts_with("life:")) {
+                seedWrite(line, (*argv)[3]);
+            }
         }
-        std::string seed;
-        for (std::istringstream words(line.substr(2)); words >> word;) {
-            const auto* const step = std::ranges::find_if(
-                STEPS, [&](const Step& s) { return word.substr(0, word.find(':')) == s.name; });
-            const bool named = step != std::end(STEPS);
-            const auto n = std::stoul(named ? word.substr(word.find(':') + 1) : word, nullptr, 16);
-            seed +=
-                static_cast<char>(named ? static_cast<unsigned long>(step - STEPS) | n << 4 : n);
-        }
-        // A last step that does nothing makes the sum one of those that may trace.
-        const unsigned sum = std::accumulate(seed.begin(), seed.end(), 8U);
-        seed += {8, static_cast<char>((TRACED_OF - sum % TRACED_OF) % TRACED_OF)};
-        std::ofstream((*argv)[3] + ("/" + std::to_string(++count))) << seed;
     }
     std::exit(0);
 }

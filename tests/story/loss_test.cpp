@@ -85,12 +85,12 @@ class Loss {
 
 class EveryTransfer : public testing::TestWithParam<std::tuple<StoryRow, bool>> {};
 
-// In bring-up each, and then some in service.
+// In bring-up, some of a long dump, and then some in service.
 TEST_P(EveryTransfer, MayBeLost) {
     const auto& [row, forGood] = GetParam();
     Random random(1);
     bool lost = true;
-    for (std::size_t n = 1; lost; ++n) {
+    for (std::size_t n = 1; lost; n += 1 + n / 16) {
         Loss loss(row, forGood);
         lost = loss.without(n, [](StoryService* service) { service->start(); });
         for (int round = 0; round < 3 && esaControl.i2cConnected == 1; ++round) {
