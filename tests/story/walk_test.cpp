@@ -50,23 +50,18 @@ class Walk {
     }
 
     bool step() {
-        do {
-            touch();
-        } while (random_.onceIn(3));
+        touch();
         service_.requestor =
             random_.of<U8_t>({26, 26, MMSG_E_EPID_VOLMGRMP, static_cast<U8_t>(random_.below(80))});
         service_.handle = static_cast<U32_t>(random_());
         const int room = random_.of({67, 68, 69, 0xFFFF});
-        switch (random_.below(8)) {
+        switch (random_.below(4)) {
             case 0:
-                return both("configuration", [=](auto& side) { side.page(1, room); });
-            case 1:
-            case 2:
-                return both("page", [](auto& side) { side.page(2, 0xFFFF); });
-            case 3:
-            case 4:
                 recordsChoose();
                 return both("put", [this](auto& side) { side.put(records_); });
+            case 1:
+                return random_.onceIn(4) ? both("types", [=](auto& side) { side.page(1, room); })
+                                         : both("page", [](auto& side) { side.page(2, 8); });
             default:
                 return both("poll", [](auto& side) { side.poll(); });
         }
@@ -98,28 +93,21 @@ class Walk {
 
     void touch() {
         chassis_.advance(std::chrono::seconds(10));
-        switch (random_.below(9)) {
-            case 0:
-                chassis_.pullFan(below(chassis_.fans()));
-                break;
-            case 1:
-                chassis_.returnFan(below(chassis_.fans()));
-                break;
-            case 2:
-            case 3:
-                deviceTouch();
-                break;
-            case 4:
-            case 5:
-                supplyTouch();
-                break;
-            case 6:
-                if (chassis_.parts().drivePresence) {
-                    chassis_.setDrivePresent(below(chassis_.slots()), random_.onceIn(2));
-                }
-                break;
-            default:
-                heat();
+        if (random_.onceIn(3)) {
+            const int fan = below(chassis_.fans());
+            random_.onceIn(3) ? chassis_.pullFan(fan) : chassis_.returnFan(fan);
+        }
+        if (random_.onceIn(3)) {
+            deviceTouch();
+        }
+        if (random_.onceIn(3)) {
+            supplyTouch();
+        }
+        if (chassis_.parts().drivePresence) {
+            chassis_.setDrivePresent(below(chassis_.slots()), random_.onceIn(2));
+        }
+        if (random_.onceIn(2)) {
+            heat();
         }
     }
     void heat() {
@@ -151,19 +139,13 @@ class Walk {
         }
     }
     void enclosureNote() {
-        for (int fan = 0; fan < chassis_.fans(); ++fan) {
-            note(" {:.0f} RPM", chassis_.fanRpm(fan));
-        }
         for (int sensor = 0; sensor < chassis_.sensors(); ++sensor) {
             note(" {} degrees", chassis_.temperature(sensor));
         }
         for (const auto& [name, address] : chassis_.devices()) {
             note(chassis_.bus().isCut(address) ? " without {}" : "", name);
         }
-        for (const auto& [name, volts] : chassis_.rails()) {
-            note(" {}: {} V", name, volts);
-        }
-        note(" redundant: {}\n", chassis_.parts().redundancy && chassis_.redundancy());
+        note("\n");
     }
 
     // ---- what peers may ask for ----
@@ -192,7 +174,7 @@ class Walk {
             }
         }
         for (const auto& [place, record] : records_) {
-            note(" {}/{}={:08X}", int{place.first}, place.second, record);
+            note("{}/{}={:08X} ", int{place.first}, place.second, record);
         }
     }
 
