@@ -39,16 +39,13 @@ inline void PrintTo(const StoryRow& row, std::ostream* out) {
     *out << row.name;
 }
 
-inline const std::vector<StoryDevice> VSC055_DEVICES = {{"vsc055", 0x001, 3, 0},
-                                                        {"lm75-0", 0x002, 4, 0},
-                                                        {"lm75-1", 0x004, 4, 1},
-                                                        {"lm75-2", 0x008, 4, 2},
-                                                        {"lm75-3", 0x010, 4, 3}};
-inline const std::vector<StoryDevice> CHENBRO_DEVICES = {{"w83782d-0", 0x001, 0, 0},
-                                                         {"w83782d-1", 0x001, 0, 0},
-                                                         {"w83782d-2", 0x001, 0, 0},
-                                                         {"w83782d-3", 0x001, 0, 0},
-                                                         {"w83782d-1/2", 0x001, 0, 0}};
+// clang-format off
+inline const std::vector<StoryDevice> VSC055_DEVICES = {
+    {"vsc055", 0x001, 3, 0}, {"lm75-0", 0x002, 4, 0}, {"lm75-1", 0x004, 4, 1},
+    {"lm75-2", 0x008, 4, 2}, {"lm75-3", 0x010, 4, 3}};
+inline const std::vector<StoryDevice> CHENBRO_DEVICES = {
+    {"w83782d-0", 0x001, 0, 0}, {"w83782d-1", 0x001, 0, 0}, {"w83782d-2", 0x001, 0, 0},
+    {"w83782d-3", 0x001, 0, 0}, {"w83782d-1/2", 0x001, 0, 0}};
 
 inline void w83782dBringUp(enclab::Personality* key) {
     *key = {key->chassis, key->fanSpeedDivisor,  3, 3, 60, 35, 38, 40, 35, 34, 32,
@@ -60,7 +57,6 @@ inline void chenbroBringUp(enclab::Personality* key) {
     key->fanFaultRpmLimit = 500;
 }
 
-// clang-format off
 // Those without services leave the enclosure they stand in front of alone.
 inline const StoryRow STORY_ROWS[] = {
     {"None", KORVO_E_CHASSIS_NONE, Board::none, 16, 3},
