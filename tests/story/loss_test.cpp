@@ -26,7 +26,7 @@ class Loss {
     bool without(std::size_t n, Command command) {
         SCOPED_TRACE(testing::Message() << "without transfer " << n);
         lost_ = false;
-        const int fault = bus_.add({.nth = static_cast<std::uint32_t>(n)});
+        const int fault = bus_.add({.nth = narrowTo<std::uint32_t>(n)});
         command(&service_);
         bus_.remove(fault);
         ledCheck();

@@ -58,7 +58,7 @@ struct Model : ModelPolicy {
         fansPage(&page);
         sensorsPage(&page);
         alarmPage(&page);
-        page[0] = 0x02000000 | static_cast<U32_t>(4 * page.size() - 4);
+        page[0] = 0x02000000 | narrowTo<U32_t>(4 * page.size() - 4);
         reply(0x1C, page);
     }
 

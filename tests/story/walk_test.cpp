@@ -53,7 +53,7 @@ class Walk {
         touch();
         service_.requestor =
             random_.of<U8_t>({26, 26, MMSG_E_EPID_VOLMGRMP, static_cast<U8_t>(random_.below(80))});
-        service_.handle = static_cast<U32_t>(random_());
+        service_.handle = narrowTo<U32_t>(random_());
         const int room = random_.of({67, 68, 69, 0xFFFF});
         switch (random_.below(4)) {
             case 0:
