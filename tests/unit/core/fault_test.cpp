@@ -156,7 +156,7 @@ Bytes errorRecord(std::string file, std::string function, U32_t line, std::strin
 // A payload behind the header of an event.
 Bytes recordOf(U32_t id, const Bytes& payload) {
     Bytes record(4064);
-    put(&record, 144, 4, static_cast<U32_t>(payload.size()) << 16 | 0x2103);
+    put(&record, 144, 4, narrowTo<U32_t>(payload.size()) << 16 | 0x2103);
     put(&record, 148, 4, 0x03010000 | id);
     std::ranges::copy(payload, &record[152]);
     return record;

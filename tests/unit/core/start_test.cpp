@@ -8,8 +8,10 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <span>
 #include <utility>
 
+#include "esa_evl.h"
 #include "link/esa_mmsg.h"
 #include "start/esa_init.h"
 #include "start/personality.h"
@@ -27,23 +29,24 @@ struct Name {
     U8_t type, drives, supplies, vsc055, w83792ad, pca9539;
     const char* lm75;
 };
-constexpr char PREQUALIFIED[] = "VSC055 Based Prequalified Enclosure";
+#define TYPE(traced) "Enclosure Type in XML File = [" traced "]"
+constexpr char PREQUALIFIED[] = TYPE("VSC055 Based Prequalified Enclosure");
 constexpr char LM75[] = "\x4C\x4B\x4A\x4D\x4E\x4F\0";
 // In the order in which they win; the last is none.
 const Name NAMES[] = {
-    {"Korvo Standard", "ESA_K_NAME_STRING_KORVO_STANDARD", 1, 16, 3, 0, 0, 0, ""},
-    {"Xyratex 2U12ATX", "ESA_K_NAME_STRING_XYRATEX_2U12ATX", 2, 12, 2, 0x63, 0, 0, ""},
+    {"Korvo Standard", TYPE("ESA_K_NAME_STRING_KORVO_STANDARD"), 1, 16, 3, 0, 0, 0, ""},
+    {"Xyratex 2U12ATX", TYPE("ESA_K_NAME_STRING_XYRATEX_2U12ATX"), 2, 12, 2, 0x63, 0, 0, ""},
     {"PeltoTolvex", PREQUALIFIED, 5, 16, 2, 0x41, 0, 0, LM75},
     {"ChenbroRM325", PREQUALIFIED, 5, 16, 2, 0x41, 0, 0, LM75},
     {"ChenbroRM326", PREQUALIFIED, 5, 16, 2, 0x41, 0, 0, LM75},
     {"ASUSi104", PREQUALIFIED, 5, 16, 2, 0x41, 0, 0, LM75},
     {"ASUSi316", PREQUALIFIED, 5, 16, 2, 0x41, 0, 0, LM75},
     {"Accusys3U16ATX", PREQUALIFIED, 5, 16, 2, 0x41, 0, 0, LM75},
-    {"Vitesse VSC055 Custom", "ESA_K_NAME_STRING_VITESSE_VSC055_CUSTOM", 5, 16, 2, 0x41, 0, 0,
+    {"Vitesse VSC055 Custom", TYPE("ESA_K_NAME_STRING_VITESSE_VSC055_CUSTOM"), 5, 16, 2, 0x41, 0, 0,
      LM75},
-    {"Winbond W83792AD Custom", "ESA_K_NAME_STRING_WINBOND_W83792AD_CUSTOM", 7, 16, 2, 0, 0x2C,
-     0x74, ""},
-    {"Enclosure", nullptr, 1, 16, 3, 0, 0, 0, ""},
+    {"Winbond W83792AD Custom", TYPE("ESA_K_NAME_STRING_WINBOND_W83792AD_CUSTOM"), 7, 16, 2, 0,
+     0x2C, 0x74, ""},
+    {"Enclosure", "No Enclosure Type in XML File!", 1, 16, 3, 0, 0, 0, ""},
 };
 
 struct Key {
@@ -106,7 +109,7 @@ struct InitModel {
     // The first name of the table counts, then each key.
     void read(const std::string& text) {
         const Name* name = NAMES;
-        while (name->traced != nullptr &&
+        while (name != std::end(NAMES) - 1 &&
                text.find(std::string("\"") + name->name + '"') == text.npos) {
             ++name;
         }
@@ -117,9 +120,7 @@ struct InitModel {
         control.i2cAddressW83792ad = name->w83792ad;
         control.i2cAddressPca9539 = name->pca9539;
         std::strncpy(reinterpret_cast<char*>(control.i2cAddressLM75), name->lm75, 8);
-        traced.push_back(name->traced == nullptr
-                             ? "No Enclosure Type in XML File!"
-                             : std::string("Enclosure Type in XML File = [") + name->traced + "]");
+        traced.push_back(name->traced);
         for (const Key& key : KEYS) {
             keyRead(text, key);
         }
@@ -130,46 +131,43 @@ struct InitModel {
     }
 
     // The first one with its quotes counts, and behind it the first "value" and seven characters.
-    void keyRead(const std::string& text, const Key& key) {
+    void keyRead(const std::string& xml, const Key& key) {
         const std::string quoted = std::string("\"") + key.name + "\"";
-        const std::size_t at = text.find(quoted), value = text.find("value", at);
-        if (at == text.npos) {
+        const std::size_t at = xml.find(quoted), value = xml.find("value", at);
+        if (at == xml.npos) {
             return;
         }
-        if (value == text.npos || value + 7 > text.size()) {
+        if (value == xml.npos || value + 7 > xml.size()) {
             traced.push_back("The key " + quoted + " in the XML File has no value.");
             return;
         }
         auto number = static_cast<S32_t>(
-            std::clamp(std::strtoll(&text[value + 7], nullptr, 10), -2147483648LL, 2147483647LL));
+            std::clamp(std::strtoll(&xml[value + 7], nullptr, 10), -2147483648LL, 2147483647LL));
         if (key.narrow != nullptr) {
             number = control.*key.narrow = static_cast<U8_t>(number);
         } else {
             control.*key.wide = static_cast<U32_t>(number);
         }
-        const std::string shown = key.traced + (" [" + std::to_string(number)) + "]";
-        traced.push_back(key.traced + (" = [" + std::to_string(number)) + "].");
+        traced.push_back(text(key.traced, " = [", number, "]."));
         if (number > key.array) {
-            traced.push_back(shown + " exceeds the 8 elements handled.");
+            traced.push_back(text(key.traced, " [", number, "] exceeds the 8 elements handled."));
         }
     }
 
     // Values go out in pairs that are not masked: a high one spills into the other half.
-    Bytes event(int information) const {
+    EsaEventData_t event(int information) const {
         const EsaControl_t& c = control;
-        Bytes data(144);
-        data[0] = c.enclosureType;
-        data[59] = static_cast<U8_t>(information);
-        data[15] = c.coolingMaxNumber;
-        data[19] = c.temperatureSensorMaxNumber;
-        U32_t low = c.fanSpeedDivisor;
-        for (std::size_t key = 3; key < std::size(KEYS); ++key) {
-            const U32_t value = c.*KEYS[key].wide;
-            for (std::size_t byte = 0; byte < 4 && key % 2 == 1; ++byte) {
-                data[112 + (key - 3) / 2 * 4 + byte] =
-                    static_cast<U8_t>((low | value << 16) >> (24 - 8 * byte));
-            }
-            low = value;
+        EsaEventData_t data = {};
+        data.enclosureType = c.enclosureType;
+        data.information = static_cast<U32_t>(information);
+        data.numberOfFan = c.coolingMaxNumber;
+        data.numberOfTemperatureSensor = c.temperatureSensorMaxNumber;
+        Be32* pair = &data.general_use1;
+        *pair = c.fanSpeedDivisor;
+        for (const Key& key : std::span(KEYS).subspan(3)) {
+            const bool isHigh = (&key - KEYS) % 2 == 1;
+            *pair = isHigh ? *pair | c.*key.wide << 16 : c.*key.wide;
+            pair += isHigh ? 1 : 0;
         }
         return data;
     }
@@ -177,16 +175,6 @@ struct InitModel {
     EsaControl_t control;
     Lines traced;
 };
-
-// What stands in front of a text in the trace file is the trace's own affair.
-Lines textsOf(const std::string& file) {
-    Lines texts;
-    std::ifstream log(file);
-    for (std::string line; std::getline(log, line);) {
-        texts.push_back(line.substr(line.find(":  ") + 3));
-    }
-    return texts;
-}
 
 class Start : public Core {
   protected:
@@ -267,8 +255,8 @@ TEST_F(Start, InitialisationDoesWhatThePersonalityFileSays) {
         const std::vector<Bytes> messages = listener.take();
         ASSERT_EQ(messageNames(messages), Lines(hasDevice ? 1 : 0, "event 10/1"));
         if (hasDevice) {
-            ASSERT_EQ(Bytes(messages[0].begin() + 216, messages[0].end()),
-                      model.event(information));
+            const EsaEventData_t data = model.event(information);
+            ASSERT_EQ(std::memcmp(&messages[0][216], &data, sizeof data), 0);
         }
         EsaControl_t& expected = model.control;
         expected.socketFdMSM = esaControl.socketFdMSM;
@@ -301,7 +289,11 @@ TEST_F(Start, ItsStepsRunInOrderAndAreTraced) {
     dir.write("\"Korvo Standard");
     EXPECT_EQ(run({"/a/esa", "100"}), (Lines{"area of key 100", "ready", BEGIN, ""}));
     EXPECT_EQ(systemCalls.selectMicroseconds, 1000000);
-    Lines lines = textsOf(listener.directory() + "/esa_01.log");
+    Lines lines;
+    std::ifstream log(listener.directory() + "/esa_01.log");
+    for (std::string line; std::getline(log, line);) {
+        lines.push_back(line.substr(line.find(":  ") + 3));
+    }
     lines.erase(lines.begin(), std::ranges::find(lines, "No Enclosure Type in XML File!"));
     EXPECT_EQ(lines,
               (Lines{"No Enclosure Type in XML File!",
@@ -316,7 +308,7 @@ TEST_F(Start, WithoutASwitchItGoesOnToTheLoopAndWithoutTheFlagItTracesNothing) {
     systemCalls.connectErrors = {ECONNREFUSED};
     dir.write("\"PeltoTolvex\"");
     EXPECT_EQ(run({"esa", "0x64"}), (Lines{"area of key 100", "ready", "bring-up", BEGIN, ""}));
-    EXPECT_EQ(textsOf(listener.directory() + "/esa_01.log"), Lines());
+    EXPECT_EQ(std::filesystem::file_size(listener.directory() + "/esa_01.log"), 0U);
     EXPECT_EQ(
         takeFaults(),
         (Lines{"esaInit(): Linux connect function fails for MSM/ESA socket!",
@@ -376,15 +368,15 @@ TEST_F(Start, TheOutcomeOfTheBackEndIsTracedAndReported) {
             EXPECT_EQ(std::exchange(stage.calls, {}), Lines(isFitted ? 1 : 0, "bring-up"));
             EXPECT_EQ(trace.take(), Lines(isFitted ? 1 : 0,
                                           isGood ? "Bring-up succeeds." : "Bring-up fails, %s."));
-            Bytes data(144);
-            data[0] = static_cast<U8_t>(type);
-            data[59] = isKnown && !isFitted ? 8 : 2;
-            std::fill_n(&data[112], isKnown ? 0 : 4, U8_t{0xFF});
+            EsaEventData_t data = {};
+            data.enclosureType = esaControl.enclosureType;
+            data.information = isKnown && !isFitted ? 8 : 2;
+            data.general_use1 = isKnown ? 0 : ~0U;
             const std::vector<Bytes> messages = listener.take();
             ASSERT_EQ(messages.size(), !isFitted || isGood ? 1U : 0U);
             if (!messages.empty()) {
                 EXPECT_EQ(messageNames(messages), Lines{isKnown ? "event 10/1" : "event 10/2"});
-                EXPECT_EQ(Bytes(messages[0].begin() + 216, messages[0].end()), data);
+                EXPECT_EQ(std::memcmp(&messages[0][216], &data, sizeof data), 0);
             }
         }
     }
