@@ -10,7 +10,6 @@
 #include "lab/chips/vsc055.h"
 #include "lab/chips/w83782d.h"
 #include "lab/chips/w83792ad.h"
-#include "lab/chips/xyratex_alarm.h"
 #include "tests/support/hex.h"
 #include "tests/support/script.h"
 #include "tests/unit/lab/random.h"
@@ -170,37 +169,6 @@ TEST(Chips, AnLm75HasTwoByteRegistersBehindATwoBitPointer) {
             ASSERT_EQ(read[n], byte & 0xFF) << "step " << step << " pointer " << pointer;
         }
         ASSERT_EQ(chip.registers()[static_cast<std::size_t>(pointer)], read[0]) << step;
-    }
-}
-
-// States: 0 idle, 1 fault, 2 remind, 3 mute, above: whatever the strobe brings. A fault sounds from
-// idle, remind and mute; idle is not to be had while it lasts; a mute ends after a minute.
-TEST(Chips, TheXyratexAlarmFollowsItsStrobeItsFaultAndItsClock) {
-    XyratexAlarm alarm;
-    int state = 0, lines = 0, muted = 0;
-    bool fault = false;
-    const auto enter = [&](int next) {
-        state = next == 0 && fault ? 1 : next;
-        muted = 0;
-    };
-    for (int step = 0; step < 10000; ++step) {
-        const int before = lines, act = below(4);
-        const bool was = fault;
-        if (act < 2) {
-            alarm.setLines(byteOf(lines = below(16)));
-            lines != before&& lines >= 8 ? enter(lines % 8) : void();
-        } else if (act == 2) {
-            alarm.setFault(fault = below(2) != 0);
-            fault && !was && state <= 3 ? enter(1) : void();
-            !fault&& was&& state == 1 ? enter(0) : void();
-        } else {
-            const int seconds = below(40);
-            alarm.advance(std::chrono::seconds(seconds));
-            muted += state == 3 ? seconds : 0;
-            muted >= 60 ? enter(fault ? 2 : 0) : void();
-        }
-        ASSERT_EQ(alarm.state(), state) << "step " << step;
-        ASSERT_EQ(alarm.output(), lines % 8 < 3 && (state >> lines % 8 & 1) != 0) << step;
     }
 }
 
