@@ -73,16 +73,15 @@ struct Model {
     std::vector<Fan> fans;
 };
 
-// Somebody does something.
-void disturb(Plant& plant, Model& model, const std::string& duty, int fan) {
+// Somebody does something to a fan, a drive or the room.
+void disturb(Plant& plant, Model& model, const Words& duties) {
     Chassis& chassis = model.chassis;
+    const int fan = below(chassis.fans()), slot = below(chassis.slots());
     Model::Fan& machine = model.fans[std::size_t(fan)];
-    const int slot = below(chassis.slots());
+    const auto duty = hexBytes(duties[1 + std::size_t(fan)]);
     const std::function<void()> acts[] = {
-        [&] {
-            chassis.bus().writeRegister(hexBytes(duty.substr(0, 2))[0], hexBytes(duty.substr(3))[0],
-                                        byteOf(0x23 + numbers() % 8 * 4));
-        },
+        [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x23 + numbers() % 8 * 4)); },
+        [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x21 + numbers() % 4)); },
         [&] {
             plant.setHeat(model.heat[0] = below(101));
             std::ranges::fill(model.heat, model.heat[0]);
@@ -98,82 +97,51 @@ void disturb(Plant& plant, Model& model, const std::string& duty, int fan) {
         },
         [&] { below(3) == 0 ? chassis.pullFan(fan) : chassis.returnFan(fan); },
         [&] { chassis.setDrivePresent(slot, below(2) != 0); }};
-    acts[below(chassis.parts().drivePresence ? 9 : 8)]();
+    acts[below(chassis.parts().drivePresence ? 10 : 9)]();
 }
 
 TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
     for (const char* const row :
-         {"vsc055 41.98 41.99 41.9A 41.9B", "w83792ad 2C.81 2C.83 2C.94 2C.A3 2C.A4 2C.A5",
-          "xyratex 63.98 63.98 63.98 63.98 63.99 63.99 63.99 63.99"}) {
+         {"vsc055 4198 4199 419A 419B", "w83792ad 2C81 2C83 2C94 2CA3 2CA4 2CA5",
+          "xyratex 6398 6398 6398 6398 6399 6399 6399 6399"}) {
         const auto chassis = makeChassis(Words(row)[0]);
         Plant plant(*chassis);
         Model model(*chassis);
-        const int pinned = below(chassis->sensors());
-        plant.pinSensor(pinned, 51.5);
-        for (int step = 0; step < 600; ++step) {
-            const int moved = below(chassis->fans());
-            disturb(plant, model, Words(row)[1 + std::size_t(moved)], moved);
-            Chip& chip = chassis->chip(chassis->devices()[0].name);
-            const auto shown = chip.registers();
-            chassis->spinFans();
-            ASSERT_EQ(chip.registers(), shown) << "the chip is told at once";
-            const int steps = below(3) == 0 ? 0 : below(60);
+        plant.pinSensor(0, 51.5);
+        for (int round = 0; round < 600; ++round) {
+            disturb(plant, model, Words(row));
+            const int steps = below(60);
             plant.advance(steps / 16.0);
             for (int n = 0; n < steps; ++n) {
                 model.step();
             }
             for (int zone = 0; zone < plant.zones(); ++zone) {
-                const double degrees = model.degrees[std::size_t(zone)];
-                ASSERT_NEAR(plant.temperature(zone), degrees, 1e-6) << row << " step " << step;
-                ASSERT_EQ(chassis->temperature(zone),
-                          zone == pinned ? 51.5 : plant.temperature(zone));
+                const double degrees = plant.temperature(zone);
+                ASSERT_NEAR(degrees, model.degrees[std::size_t(zone)], 1e-6)
+                    << row << " round " << round;
+                ASSERT_EQ(chassis->temperature(zone), zone == 0 ? 51.5 : degrees);
             }
             for (int fan = 0; fan < chassis->fans(); ++fan) {
                 const double rpm = model.fans[std::size_t(fan)].rpm;
                 ASSERT_NEAR(chassis->fanRpm(fan), chassis->fanPresent(fan) ? rpm : 0, 1e-6)
-                    << row << " step " << step;
+                    << row << " round " << round;
             }
         }
-        plant.releaseSensor(pinned);
-        EXPECT_EQ(chassis->temperature(pinned), plant.temperature(pinned));
     }
 }
 
-TEST(Plant, RailsDriftByTheHour) {
-    const auto chassis = makeChassis("w83792ad");
-    Plant plant(*chassis);
-    plant.setRailDrift("12", -1.2);
-    plant.advance(3600);
-    EXPECT_NEAR(chassis->rails()[1].volts, 10.8, 1e-6);
-    EXPECT_EQ(chassis->bus().readRegister(0x2C, 0x22), 675 >> 2);
-    EXPECT_EQ(chassis->rails()[0].volts, 5);
-}
-
-TEST(Plant, StepsAreTheSameHoweverTimeComes) {
-    const auto chassis = makeChassis("vsc055"), otherChassis = makeChassis("vsc055");
+TEST(Plant, StepsAreTheSameHoweverTimeComesAndRailsDriftByTheHour) {
+    const auto chassis = makeChassis("w83792ad"), otherChassis = makeChassis("w83792ad");
     Plant plant(*chassis), other(*otherChassis);
-    plant.setInlet(35);
-    other.setInlet(35);
+    plant.setRailDrift("12", -36);
     plant.advance(100);
     for (int n = 0; n < 3200; ++n) {
         other.advance(0.03125);
     }
+    EXPECT_NEAR(chassis->rails()[1].volts, 11, 1e-6);
+    EXPECT_EQ(chassis->rails()[0].volts, 5);
     EXPECT_EQ(plant.temperature(2), other.temperature(2));
-    EXPECT_EQ(plant.temperature(2), 0x1.281cf369fe5cap+5) << "to the last bit on every machine";
-}
-
-TEST(Plant, RefusesWhatIsNotThereOrOutOfRange) {
-    const auto chassis = makeChassis("vsc055");
-    Plant plant(*chassis);
-    for (const double percent : {-1.0, 100.5, std::nan("")}) {
-        EXPECT_THROW(plant.setHeat(percent), std::out_of_range);
-        EXPECT_THROW(plant.setFanWear(0, percent), std::out_of_range);
-        EXPECT_THROW(plant.setFanStall(0, percent), std::out_of_range);
-    }
-    EXPECT_THROW(plant.setHeat(16, 50), std::out_of_range);
-    EXPECT_THROW(plant.setInlet(85.5), std::out_of_range);
-    EXPECT_THROW(plant.setInlet(-40.5), std::out_of_range);
-    EXPECT_THROW(plant.pinSensor(4, 20), std::out_of_range);
+    EXPECT_EQ(plant.temperature(2), 0x1.864390e7ddefp+4) << "to the last bit on every machine";
 }
 
 }  // namespace
