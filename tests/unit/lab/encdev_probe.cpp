@@ -13,12 +13,14 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -33,11 +35,7 @@ unsigned long number() {
 __u8 byte() {
     return static_cast<__u8>(number());
 }
-constexpr long kPrinted = -2;
 void report(const char* step, std::int64_t result) {
-    if (result == kPrinted) {
-        return;
-    }
     if (result < 0) {
         std::printf("%s %s\n", step, strerrorname_np(errno));
     } else {
@@ -52,6 +50,10 @@ int openFlags() {
 long functions() {
     unsigned long bits = 0;
     return ioctl(device, I2C_FUNCS, &bits) < 0 ? -1 : static_cast<long>(bits);
+}
+long set() {
+    const unsigned long request = number();
+    return ioctl(device, request, number());
 }
 long readRegister() {
     __u16 address = byte();
@@ -89,10 +91,6 @@ long smbus() {
     const int result = ioctl(device, I2C_SMBUS, &data);
     return result < 0 || direction == 0 ? result : word ? value.word : value.byte;
 }
-long smbusWithoutData() {
-    i2c_smbus_ioctl_data data = {1, 0, I2C_SMBUS_BYTE_DATA, nullptr};
-    return ioctl(device, I2C_SMBUS, &data);
-}
 // Another file: the mode it was made with.
 long otherFile() {
     const std::string path = "/tmp/encdev-file-" + std::to_string(getpid());
@@ -114,19 +112,19 @@ timespec monotonicNow() {
     return now;
 }
 // "NAME result elapsed", in milliseconds.
-template <class Wait>
-void timed(const char* name, Wait wait, const timespec& begin = monotonicNow()) {
+void timed(const char* name, const std::function<long()>& wait) {
+    const timespec begin = monotonicNow();
     const long result = wait();
     const timespec now = monotonicNow();
     const std::int64_t seconds = now.tv_sec - begin.tv_sec;
     std::printf("%s %ld %" PRId64 "\n", name, result,
                 seconds * 1000 + (now.tv_nsec - begin.tv_nsec) / 1000000);
 }
-// A socket with a time-out, and its other end.
+// A socket with a time-out for receiving, and its other end.
 struct Pair {
-    Pair(int option, const timeval& patience) {
+    explicit Pair(const timeval& patience) {
         socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
-        setsockopt(ends[0], SOL_SOCKET, option, &patience, sizeof patience);
+        setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     }
     ~Pair() {
         close(ends[0]);
@@ -135,7 +133,7 @@ struct Pair {
     int ends[2] = {-1, -1};
 };
 // Each way of waiting for the given number of milliseconds.
-void waits() {
+long waits() {
     const int ms = static_cast<int>(number());
     const timespec spec{ms / 1000, ms % 1000 * 1000000L};
     timeval val{ms / 1000, ms % 1000 * 1000L};
@@ -143,78 +141,50 @@ void waits() {
     timed("usleep", [&] { return usleep(static_cast<useconds_t>(ms) * 1000); });
     timed("nanosleep", [&] { return nanosleep(&spec, nullptr); });
     timed("clock_nanosleep", [&] { return clock_nanosleep(CLOCK_MONOTONIC, 0, &spec, nullptr); });
-    timed("select", [&] { return select(0, nullptr, nullptr, nullptr, &val); });
     timed("pselect", [&] { return pselect(0, nullptr, nullptr, nullptr, &spec, nullptr); });
     timed("poll", [&] { return poll(nullptr, 0, ms); });
     timed("ppoll", [&] { return ppoll(nullptr, 0, &spec, nullptr); });
+    timed("select", [&] { return select(0, nullptr, nullptr, nullptr, &val); });
     timed("recv", [&] {
-        const Pair pair(SO_RCVTIMEO, patience);
+        const Pair pair(patience);
         char byte;
         return recv(pair.ends[0], &byte, 1, 0) == -1 && errno == EAGAIN ? 0 : 1;
     });
+    return 0;
 }
-void sleepSeconds() {
-    const unsigned seconds = static_cast<unsigned>(number());
-    timed("sleep", [=] { return sleep(seconds); });
+// Until a tenth of a second from now on the clock: not divided.
+long absolute() {
+    timed("absolute", [] {
+        timespec until = monotonicNow();
+        until.tv_nsec += 100000000;
+        until.tv_sec += until.tv_nsec / 1000000000;
+        until.tv_nsec %= 1000000000;
+        return clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+    });
+    return 0;
 }
-// Fills a socket nobody reads from, then sends once more, with a time-out of so many seconds.
-void sendToFull() {
-    const Pair pair(SO_SNDTIMEO, {static_cast<time_t>(number()), 0});
-    const std::vector<char> bytes(4096);
-    while (send(pair.ends[0], bytes.data(), bytes.size(), MSG_DONTWAIT) > 0) {
-    }
-    timed("send", [&] { return send(pair.ends[0], bytes.data(), bytes.size(), 0); });
-    std::printf("%s\n", strerrorname_np(errno));
-}
-// Waits that a signal ends early: what is left, in seconds. One alarm might come before its wait.
-void interrupted() {
-    const unsigned seconds = static_cast<unsigned>(number());
+// Seconds left of waits that end early, by a signal or by what select finds to read.
+long left() {
+    const time_t seconds = static_cast<time_t>(number());
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGALRM, &action, nullptr);
-    ualarm(20000, 20000);
-    timespec wait{static_cast<time_t>(seconds), 0}, left{};
-    report("sleep", sleep(seconds) > 0);
-    report("nanosleep", nanosleep(&wait, &left));
-    report("left", left.tv_sec);
-    errno = clock_nanosleep(CLOCK_REALTIME, 0, &wait, &left);
+    ualarm(20000, 20000);  // one alarm might come before its wait
+    timespec wait{seconds, 0}, slept{}, rest{};
+    report("nanosleep", nanosleep(&wait, &slept));
+    errno = clock_nanosleep(CLOCK_REALTIME, 0, &wait, &rest);
     report("clock_nanosleep", -1);
-    report("left", left.tv_sec);
     ualarm(0, 0);
-}
-// A readable descriptor: select returns at once and leaves the rest of the time-out.
-void selectRest() {
-    timeval wait{static_cast<time_t>(number()), 0};
-    const Pair pair(SO_RCVTIMEO, wait);
+    timeval patience{seconds, 0};
+    const Pair pair(patience);
     fd_set in;
     FD_ZERO(&in);
     FD_SET(pair.ends[0], &in);
-    if (write(pair.ends[1], "x", 1) == 1) {
-        report("select", select(pair.ends[0] + 1, &in, nullptr, nullptr, &wait));
-    }
-    report("rest", wait.tv_sec);
-    wait = {-1, 0};
-    report("negative", select(0, nullptr, nullptr, nullptr, &wait));
-}
-// Until a tenth of a second from now on the clock: not divided.
-void absolute() {
-    const timespec begin = monotonicNow();
-    const long late = begin.tv_nsec + 100000000;
-    const timespec until{begin.tv_sec + late / 1000000000, late % 1000000000};
-    timed(
-        "absolute",
-        [&] { return clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr); }, begin);
+    report("write", write(pair.ends[1], "x", 1));
+    report("select", select(pair.ends[0] + 1, &in, nullptr, nullptr, &patience));
+    return std::min({slept.tv_sec, rest.tv_sec, patience.tv_sec});
 }
 
-template <unsigned long Request>
-long setting() {
-    return ioctl(device, Request, number());
-}
-template <void (*Print)()>
-long prints() {
-    Print();
-    return kPrinted;
-}
 const struct {
     const char* name;
     long (*run)();
@@ -223,26 +193,18 @@ const struct {
     {"openat", [] { return (device = openat(AT_FDCWD, "/dev/enc-0", openFlags())) < 0 ? -1L : 0; }},
     {"missing", [] { return long{open("/dev/enc-1", openFlags())}; }},
     {"close", [] { return long{close(device)}; }},
-    {"funcs", functions},
     {"read", readRegister},
     {"write", writeRegister},
     {"raw", rawTransfer},
-    {"slave", setting<I2C_SLAVE>},
-    {"force", setting<I2C_SLAVE_FORCE>},
     {"smbus", smbus},
-    {"nodata", smbusWithoutData},
-    {"timeout", setting<I2C_TIMEOUT>},
-    {"retries", setting<I2C_RETRIES>},
-    {"pec", setting<I2C_PEC>},
+    {"funcs", functions},
+    {"set", set},
     {"file", otherFile},
     {"reuse", reuse},
     {"wall", []() -> long { return static_cast<int>(time(nullptr)); }},
-    {"waits", prints<waits>},
-    {"sleep", prints<sleepSeconds>},
-    {"sendfull", prints<sendToFull>},
-    {"interrupted", prints<interrupted>},
-    {"selectrest", prints<selectRest>},
-    {"absolute", prints<absolute>},
+    {"waits", waits},
+    {"absolute", absolute},
+    {"left", left},
 };
 
 }  // namespace
@@ -252,9 +214,7 @@ int main(int, char** argv) {
     while (*arguments != nullptr) {
         const std::string name = *arguments++;
         for (const auto& step : steps) {
-            if (name == step.name) {
-                report(step.name, step.run());
-            }
+            name == step.name ? report(step.name, step.run()) : void();
         }
     }
     return 0;

@@ -73,15 +73,14 @@ struct Model {
     std::vector<Fan> fans;
 };
 
-// Somebody does something to a fan, a drive or the room.
+// Somebody does something. Loads are often where a fan stalls.
 void disturb(Plant& plant, Model& model, const Words& duties) {
     Chassis& chassis = model.chassis;
     const int fan = below(chassis.fans()), slot = below(chassis.slots());
     Model::Fan& machine = model.fans[std::size_t(fan)];
     const auto duty = hexBytes(duties[1 + std::size_t(fan)]);
     const std::function<void()> acts[] = {
-        [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x23 + numbers() % 8 * 4)); },
-        [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x21 + numbers() % 4)); },
+        [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x23 + numbers() % 4 * 4)); },
         [&] {
             plant.setHeat(model.heat[0] = below(101));
             std::ranges::fill(model.heat, model.heat[0]);
@@ -89,7 +88,7 @@ void disturb(Plant& plant, Model& model, const Words& duties) {
         [&] { plant.setHeat(slot, model.heat[std::size_t(slot)] = below(101)); },
         [&] { plant.setInlet(model.inlet = between(-40, 85)); },
         [&] { plant.setFanWear(fan, machine.wear = below(101)); },
-        [&] { plant.setFanStall(fan, machine.stall = below(6) * 12.5); },
+        [&] { plant.setFanStall(fan, machine.stall = below(4) * 12.5); },
         [&] {
             plant.setFanLocked(fan, machine.locked = below(3) == 0);
             machine.rpm = machine.locked ? 0 : machine.rpm;
@@ -97,7 +96,7 @@ void disturb(Plant& plant, Model& model, const Words& duties) {
         },
         [&] { below(3) == 0 ? chassis.pullFan(fan) : chassis.returnFan(fan); },
         [&] { chassis.setDrivePresent(slot, below(2) != 0); }};
-    acts[below(chassis.parts().drivePresence ? 10 : 9)]();
+    acts[below(chassis.parts().drivePresence ? 9 : 8)]();
 }
 
 TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
