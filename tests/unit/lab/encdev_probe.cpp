@@ -9,11 +9,9 @@
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cinttypes>
 #include <csignal>
@@ -91,14 +89,6 @@ long smbus() {
     const int result = ioctl(device, I2C_SMBUS, &data);
     return result < 0 || direction == 0 ? result : word ? value.word : value.byte;
 }
-// Another file: the mode it was made with.
-long otherFile() {
-    const std::string path = "/tmp/encdev-file-" + std::to_string(getpid());
-    const int created = open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0640);
-    struct stat status {};
-    const bool good = fstat(created, &status) == 0 && write(created, "x", 1) == 1;
-    return close(created) == 0 && unlink(path.c_str()) == 0 && good ? status.st_mode & 0777 : 0;
-}
 // The number of a closed device comes back as that of another file, which takes its own requests.
 long reuse() {
     int ends[2] = {-1, -1}, waiting = -1;
@@ -120,18 +110,6 @@ void timed(const char* name, const std::function<long()>& wait) {
     std::printf("%s %ld %" PRId64 "\n", name, result,
                 seconds * 1000 + (now.tv_nsec - begin.tv_nsec) / 1000000);
 }
-// A socket with a time-out for receiving, and its other end.
-struct Pair {
-    explicit Pair(const timeval& patience) {
-        socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
-        setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    }
-    ~Pair() {
-        close(ends[0]);
-        close(ends[1]);
-    }
-    int ends[2] = {-1, -1};
-};
 // Each way of waiting for the given number of milliseconds.
 long waits() {
     const int ms = static_cast<int>(number());
@@ -146,43 +124,24 @@ long waits() {
     timed("ppoll", [&] { return ppoll(nullptr, 0, &spec, nullptr); });
     timed("select", [&] { return select(0, nullptr, nullptr, nullptr, &val); });
     timed("recv", [&] {
-        const Pair pair(patience);
+        int ends[2] = {-1, -1};
+        socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+        setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
         char byte;
-        return recv(pair.ends[0], &byte, 1, 0) == -1 && errno == EAGAIN ? 0 : 1;
+        return recv(ends[0], &byte, 1, 0) == -1 && errno == EAGAIN ? 0 : 1;
     });
     return 0;
 }
-// Until a tenth of a second from now on the clock: not divided.
-long absolute() {
-    timed("absolute", [] {
-        timespec until = monotonicNow();
-        until.tv_nsec += 100000000;
-        until.tv_sec += until.tv_nsec / 1000000000;
-        until.tv_nsec %= 1000000000;
-        return clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
-    });
-    return 0;
-}
-// Seconds left of waits that end early, by a signal or by what select finds to read.
+// Seconds left of a sleep that a signal ends.
 long left() {
-    const time_t seconds = static_cast<time_t>(number());
     struct sigaction action {};
     action.sa_handler = [](int) {};
     sigaction(SIGALRM, &action, nullptr);
     ualarm(20000, 20000);  // one alarm might come before its wait
-    timespec wait{seconds, 0}, slept{}, rest{};
-    report("nanosleep", nanosleep(&wait, &slept));
-    errno = clock_nanosleep(CLOCK_REALTIME, 0, &wait, &rest);
-    report("clock_nanosleep", -1);
+    timespec wait{static_cast<time_t>(number()), 0}, rest{};
+    report("nanosleep", nanosleep(&wait, &rest));
     ualarm(0, 0);
-    timeval patience{seconds, 0};
-    const Pair pair(patience);
-    fd_set in;
-    FD_ZERO(&in);
-    FD_SET(pair.ends[0], &in);
-    report("write", write(pair.ends[1], "x", 1));
-    report("select", select(pair.ends[0] + 1, &in, nullptr, nullptr, &patience));
-    return std::min({slept.tv_sec, rest.tv_sec, patience.tv_sec});
+    return rest.tv_sec;
 }
 
 const struct {
@@ -199,11 +158,9 @@ const struct {
     {"smbus", smbus},
     {"funcs", functions},
     {"set", set},
-    {"file", otherFile},
     {"reuse", reuse},
     {"wall", []() -> long { return static_cast<int>(time(nullptr)); }},
     {"waits", waits},
-    {"absolute", absolute},
     {"left", left},
 };
 

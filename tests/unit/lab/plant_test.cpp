@@ -81,10 +81,6 @@ void disturb(Plant& plant, Model& model, const Words& duties) {
     const auto duty = hexBytes(duties[1 + std::size_t(fan)]);
     const std::function<void()> acts[] = {
         [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x23 + numbers() % 4 * 4)); },
-        [&] {
-            plant.setHeat(model.heat[0] = below(101));
-            std::ranges::fill(model.heat, model.heat[0]);
-        },
         [&] { plant.setHeat(slot, model.heat[std::size_t(slot)] = below(101)); },
         [&] { plant.setInlet(model.inlet = between(-40, 85)); },
         [&] { plant.setFanWear(fan, machine.wear = below(101)); },
@@ -96,7 +92,7 @@ void disturb(Plant& plant, Model& model, const Words& duties) {
         },
         [&] { below(3) == 0 ? chassis.pullFan(fan) : chassis.returnFan(fan); },
         [&] { chassis.setDrivePresent(slot, below(2) != 0); }};
-    acts[below(chassis.parts().drivePresence ? 9 : 8)]();
+    acts[below(chassis.parts().drivePresence ? 8 : 7)]();
 }
 
 TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {

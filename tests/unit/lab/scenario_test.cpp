@@ -2,19 +2,18 @@
 // Scenario files, checks and their judge: what is refused and with which words, what counts as
 // expected, and what a run says of it.
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 #include <fnmatch.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <fstream>
-#include <random>
 #include <regex>
 #include <thread>
 
 #include "lab/scenario/judge.h"
 #include "lab/scenario/run_command.h"
+#include "tests/unit/lab/random.h"
 
 namespace enclab {
 namespace {
@@ -45,28 +44,20 @@ TEST(ScenarioFileTest, WhatCannotBeMeantIsRefusedWithItsLine) {
     const std::pair<std::string, const char*> cases[] = {
         {"", ":1: a scenario has a title"},
         {t, ":1: a scenario has steps, each under [[step]]"},
-        {t + "[[step]", ":2: "},
         {t + "steps = 1", ":2: unknown key 'steps'"},
         {t + "chassis = 'vsc56'", ":2: no chassis 'vsc56'; there is: vsc055"},
-        {t + "chassis = ['vsc055', 'all']", ":2: no chassis 'all'"},
-        {t + "chassis = []", ":2: 'chassis' names one at least"},
         {t + "personality = { divisor = 2 }", ":2: the personality has no key 'divisor'"},
         {t + "[[step]]\ndo = 'x'", ":2: a step says when: at = SECONDS"},
-        {t + "[[step]]\nat = 'soon'\ndo = 'x'", ":3: 'at' is a number"},
         {t + "end = 5\n[[step]]\nat = 1\ndo = 'x'", ":2: 'end' is before the last step"},
         {step, ":2: a step has something to do, to expect or to check"},
-        {step + "expects = 'mail*'", ":4: unknown key 'expects'"},
         {step + "expect = ['a',\n2]", ":5: 'expect' is a text or a list"},
-        {step + "do = 'x'\nwithin = -1", ":2: 'within' is not negative"},
         {step + "do = 'x'\nevery = 3", ":2: a repeated step has 'every"},
         {step + "do = 'x'\nevery = 3\nfor = '9..1'", ":6: 'for' is a list"},
         {step + "do = '{fan}'", ":4: nothing stands for '{fan}' here; there is: {}, {controller}"},
         {step + "do = '[xyratex x'", ":4: '[xyratex x' is not [CHASSIS...] TEXT"},
-        {step + "do = '[not here] x'", ":4: no chassis \"here\""},
         {step + "check = 'fans load 5'", ":2: 'fans load 5' is not SUBJECT = VALUE"},
         {step + "check = 'fan load = 5'",
          ":2: nothing to check by 'fan load'; there is: fans load,"},
-        {step + "check = 'mails < few'", ":2: 'few' is not a number"},
         {step + "check = 'mails not 5..1'", ":2: '5..1' is not LOW..HIGH"},
     };
     for (const auto& [text, wanted] : cases) {
@@ -74,60 +65,19 @@ TEST(ScenarioFileTest, WhatCannotBeMeantIsRefusedWithItsLine) {
     }
 }
 
-// Its steps: when, what is done, expected and how much is checked; then start and end.
-std::string told(const Scenario& scenario) {
-    std::string text;
-    for (const Step& step : scenario.steps) {
-        text +=
-            fmt::format("{}+{} {}; {}; {}\n", step.at, step.within, fmt::join(step.commands, ", "),
-                        fmt::join(step.expected, ", "), step.checks.size());
-    }
-    return text + fmt::format("{} {}", scenario.start.size(), scenario.end);
-}
-
-TEST(ScenarioFileTest, StepsReadAsTheChassisHasThemRepeatedFilledInAndInOrder) {
-    const std::vector<Scenario> all = readScenario(fileOf(R"(title = "t"
-chassis = "all"
-[[step]]
-at = 20
-check = "[not vsc055] mails = {sensors}"
-[[step]]
-at = 10
-every = 10
-for = "7..8"
-do = ["temp {} {}", "[vsc055 xyratex] cut {controller}"]
-expect = ["{fans} of {title}", "[xyratex] {fault}", "{healed}"]
-)"));
-    EXPECT_EQ(told(all.at(0)),
-              R"(10+11 temp 7 7, cut vsc055; 4 of VSC055, led composite fault LED off; 0
-20+11 temp 8 8, cut vsc055; 4 of VSC055, led composite fault LED off; 0
-3 53)");
-    EXPECT_THAT(told(all.at(1)),
-                HasSubstr("; 8 of Xyratex 2U12ATX, mail e-mail notification, led "
-                          "composite fault LED on, led composite fault LED off; 0"));
-    EXPECT_EQ(told(all.at(2)), R"(10+11 temp 7 7; 6 of W83792AD; 0
-20+0 ; ; 1
-20+11 temp 8 8; 6 of W83792AD; 0
-7 53)");
-    EXPECT_EQ(all[2].steps[1].checks[0].text(), "mails = 3");
-}
-
 // A line matches as the shell does it, with anything behind and one blank for many.
 TEST(JudgeTest, APatternIsTheBeginningOfTheLineForAnyTexts) {
-    std::mt19937 random(3);
-    const auto anyText = [&](const char* letters, std::size_t most) {
-        std::string text(random() % most, ' ');
-        std::ranges::generate(text, [&] { return letters[random() % std::strlen(letters)]; });
+    const auto anyText = [](const std::string& letters, std::size_t most) {
+        std::string text(numbers() % most, ' ');
+        std::ranges::generate(text, [&] { return letters[numbers() % letters.size()]; });
         return text;
     };
-    const auto squeezed = [](const std::string& text) {
-        return std::regex_replace(text, std::regex(" +"), " ");
-    };
+    const std::regex blanks(" +");
     int matched = 0;
     for (int n = 0; n < 1500; ++n) {
         const std::string line = anyText("ab ", 9), pattern = anyText("ab *", 6);
-        const bool wanted =
-            fnmatch((squeezed(pattern) + "*").c_str(), squeezed(line).c_str(), 0) == 0;
+        const bool wanted = fnmatch((std::regex_replace(pattern, blanks, " ") + "*").c_str(),
+                                    std::regex_replace(line, blanks, " ").c_str(), 0) == 0;
         matched += wanted;
         ASSERT_EQ(matches(line, pattern), wanted) << "'" << line << "' by '" << pattern << "'";
     }
@@ -151,23 +101,20 @@ TEST(CheckTest, ComparesAsItSaysForAnyNumbers) {
     Lab lab({.directory = kPlace, .daemon = "/bin/true"});
     int rpm = 0;
     lab.chassis().turnFansBy([&](int) { return rpm; });
-    for (rpm = 0; rpm < 7; ++rpm) {
+    for (int n = 0; n < 300; ++n) {
+        rpm = below(7);
         lab.chassis().spinFans();
-        for (int low = 0; low < 7; ++low) {
-            for (int high = low; high < 7; ++high) {
-                const bool within = low <= rpm && rpm <= high;
-                const std::string range = std::to_string(low) + ".." + std::to_string(high);
-                EXPECT_EQ(!Check("fan 1 rpm = " + range).instead(lab), within) << rpm;
-                EXPECT_EQ(!Check("fan 1 rpm not " + range).instead(lab), !within) << rpm;
-            }
-            for (const auto& [sign, holds] : {std::pair{"=", rpm == low},
-                                              {"not", rpm != low},
-                                              {"<", rpm < low},
-                                              {">", rpm > low}}) {
-                const Check check("fan 1 rpm " + std::string(sign) + " " + std::to_string(low));
-                EXPECT_EQ(check.instead(lab),
-                          holds ? std::nullopt : std::optional(std::to_string(rpm)));
-            }
+        const int low = below(7), high = low + below(3);
+        const bool within = low <= rpm && rpm <= high;
+        const std::string range = fmt::format("{}..{}", low, high);
+        for (const auto& [wanted, holds] : {std::pair{"= " + range, within},
+                                            {"not " + range, !within},
+                                            {fmt::format("= {}", low), rpm == low},
+                                            {fmt::format("not {}", low), rpm != low},
+                                            {fmt::format("< {}", low), rpm < low},
+                                            {fmt::format("> {}", low), rpm > low}}) {
+            EXPECT_EQ(Check("fan 1 rpm " + wanted).instead(lab),
+                      holds ? std::nullopt : std::optional(std::to_string(rpm)));
         }
     }
     // Each of several; what is no number is in no range; of no page nothing holds.
@@ -209,26 +156,13 @@ expect = ["event fan fault status: warning, fans {fans}, failed 0x02", "{fault}"
 check = "fans load > 99"
 )";
 
-TEST_F(RunTest, PlaysOnEachChassisAndShowsMoreWhereItIsAskedFor) {
-    EXPECT_EQ(run(kFanPulled), 0) << out << error;
-    EXPECT_THAT(out, HasSubstr(".toml on vsc055: all held"));
-    EXPECT_THAT(report, HasSubstr("tests=\"2\" failures=\"0\""));
-    EXPECT_THAT(report, HasSubstr(" on xyratex\" time"));
-    EXPECT_EQ(run(kFanPulled, {.chassis = "xyratex"}), 0);
-    EXPECT_THAT(out, testing::Not(HasSubstr("vsc055")));
-    const std::string plain = out;
-    RunArguments arguments{.chassis = "xyratex", .options = {.bus = true}};
+TEST_F(RunTest, WhatIsMissedSaysWhatCameInstead) {
+    RunArguments arguments{.options = {.bus = true}};
     arguments.options.lab.trace = true;
-    EXPECT_EQ(run(kFanPulled, arguments), 0);
+    EXPECT_EQ(run(kFanPulled, arguments), 0) << out << error;
     EXPECT_THAT(out, HasSubstr("bus     R 63 04="));
     EXPECT_THAT(out, HasSubstr("trace   Jan  1 00:00:00"));
-    EXPECT_EQ(std::regex_replace(out, std::regex("\\[ +[0-9.]+\\] (trace|bus) [^\n]*\n"), ""),
-              plain);
-    EXPECT_EQ(run(kFanPulled, {.chassis = "w83792ad"}), 2);
-    EXPECT_EQ(error, "enclab: nothing here plays on w83792ad\n");
-}
-
-TEST_F(RunTest, WhatIsMissedSaysWhatCameInstead) {
+    EXPECT_THAT(report, HasSubstr("tests=\"2\" failures=\"0\""));
     const std::string text = std::regex_replace(kFanPulled, std::regex("0x02"), "0x04");
     EXPECT_EQ(run(std::regex_replace(text, std::regex("> 99"), "< 99"), {.chassis = "vsc055"}), 1);
     EXPECT_THAT(out, HasSubstr("not expected: event   fan fault status: warning, fans 4, failed"));
