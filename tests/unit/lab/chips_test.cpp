@@ -4,7 +4,6 @@
 
 #include <functional>
 
-#include "lab/chips/lm75.h"
 #include "lab/chips/pca9539.h"
 #include "lab/chips/vsc055.h"
 #include "lab/chips/w83782d.h"
@@ -77,36 +76,6 @@ TEST(Chips, StoreAndShowWhatTheirRegisterDescriptionSays) {
         W83792ad(0x2C),
         {"1A 1B 1D 2B-3D 47 48 4A-4C 59 5B 5C 80-83 93 94 A0-A5",
          "27=19 28-2A=FF 48=2C 81=8F 83=8F 94=8F A3-A5=8F B8-BA=FF C0=19 C8=19", stays, "1C 1E"});
-}
-
-// Pointers 0 temperature, 1 configuration, of one byte, 2 and 3 limits. In half degrees.
-TEST(Chips, AnLm75HasTwoByteRegistersBehindATwoBitPointer) {
-    Lm75 chip;
-    int degrees = 50, words[] = {50, 0, 150, 160}, pointer = 0;
-    for (int step = 0; step < 3000; ++step) {
-        const Bytes written = someBytes(4);
-        EXPECT_TRUE(chip.write(written));
-        pointer = written.empty() ? pointer : written[0] % 4;
-        if (written.size() > 1 && pointer == 1) {
-            words[1] = written[1] & 0x1F;
-        } else if (written.size() > 1 && pointer > 1) {
-            const int low = written.size() > 2 ? written[2] >> 7 : words[pointer] & 1;
-            words[pointer] = static_cast<std::int8_t>(written[1]) * 2 + low;
-        }
-        if (below(4) == 0) {
-            degrees = below(420) - 140;
-            chip.setTemperature(degrees / 2.0 + between(-0.24, 0.24));
-        }
-        words[0] = (words[1] & 1) != 0 ? words[0] : std::clamp(degrees, -110, 250);
-        Bytes read(5);
-        chip.read(read);
-        for (std::size_t n = 0; n < read.size(); ++n) {
-            const int word = words[pointer];
-            const int byte = pointer == 1 ? word : n % 2 == 0 ? word >> 1 : word << 7;
-            ASSERT_EQ(read[n], byte & 0xFF) << "step " << step << " pointer " << pointer;
-        }
-        ASSERT_EQ(chip.registers()[static_cast<std::size_t>(pointer)], read[0]) << step;
-    }
 }
 
 }  // namespace

@@ -14,7 +14,6 @@
 
 #include <cerrno>
 #include <cinttypes>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -58,15 +57,7 @@ long readRegister() {
     __u8 value = 0, command = byte();
     i2c_msg messages[] = {{address, 0, 1, &command}, {address, I2C_M_RD, 1, &value}};
     i2c_rdwr_ioctl_data data = {messages, 2};
-    const int result = ioctl(device, I2C_RDWR, &data);
-    return result == 2 ? value : result < 0 ? -1 : 0xBAD;
-}
-long writeRegister() {
-    __u16 address = byte();
-    __u8 bytes[2] = {byte(), byte()};
-    i2c_msg message = {address, 0, 2, bytes};
-    i2c_rdwr_ioctl_data data = {&message, 1};
-    return ioctl(device, I2C_RDWR, &data);
+    return ioctl(device, I2C_RDWR, &data) == 2 ? value : -1;
 }
 // Flags, length and count of messages at the controller.
 long rawTransfer() {
@@ -89,13 +80,6 @@ long smbus() {
     const int result = ioctl(device, I2C_SMBUS, &data);
     return result < 0 || direction == 0 ? result : word ? value.word : value.byte;
 }
-// The number of a closed device comes back as that of another file, which takes its own requests.
-long reuse() {
-    int ends[2] = {-1, -1}, waiting = -1;
-    return close(device) == 0 && pipe(ends) == 0 && ends[0] == device &&
-           ioctl(ends[0], FIONREAD, &waiting) == 0 && waiting == 0;
-}
-
 timespec monotonicNow() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -110,7 +94,8 @@ void timed(const char* name, const std::function<long()>& wait) {
     std::printf("%s %ld %" PRId64 "\n", name, result,
                 seconds * 1000 + (now.tv_nsec - begin.tv_nsec) / 1000000);
 }
-// Each way of waiting for the given number of milliseconds.
+// Each way of waiting for the given number of milliseconds, then what is left for select to wait
+// when it finds something to read: seconds of as many as that were milliseconds.
 long waits() {
     const int ms = static_cast<int>(number());
     const timespec spec{ms / 1000, ms % 1000 * 1000000L};
@@ -123,27 +108,19 @@ long waits() {
     timed("poll", [&] { return poll(nullptr, 0, ms); });
     timed("ppoll", [&] { return ppoll(nullptr, 0, &spec, nullptr); });
     timed("select", [&] { return select(0, nullptr, nullptr, nullptr, &val); });
-    timed("recv", [&] {
-        int ends[2] = {-1, -1};
-        socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
-        setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        char byte;
-        return recv(ends[0], &byte, 1, 0) == -1 && errno == EAGAIN ? 0 : 1;
-    });
-    return 0;
+    int ends[2] = {-1, -1};
+    socketpair(AF_UNIX, SOCK_STREAM, 0, ends);
+    setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    char letter = 'x';
+    timed("recv", [&] { return recv(ends[0], &letter, 1, 0) == -1 && errno == EAGAIN ? 0 : 1; });
+    fd_set in;
+    FD_ZERO(&in);
+    FD_SET(ends[0], &in);
+    val = {ms, 0};
+    const bool found =
+        write(ends[1], &letter, 1) == 1 && select(ends[0] + 1, &in, nullptr, nullptr, &val) == 1;
+    return found ? val.tv_sec : -1;
 }
-// Seconds left of a sleep that a signal ends.
-long left() {
-    struct sigaction action {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, nullptr);
-    ualarm(20000, 20000);  // one alarm might come before its wait
-    timespec wait{static_cast<time_t>(number()), 0}, rest{};
-    report("nanosleep", nanosleep(&wait, &rest));
-    ualarm(0, 0);
-    return rest.tv_sec;
-}
-
 const struct {
     const char* name;
     long (*run)();
@@ -153,15 +130,12 @@ const struct {
     {"missing", [] { return long{open("/dev/enc-1", openFlags())}; }},
     {"close", [] { return long{close(device)}; }},
     {"read", readRegister},
-    {"write", writeRegister},
     {"raw", rawTransfer},
     {"smbus", smbus},
     {"funcs", functions},
     {"set", set},
-    {"reuse", reuse},
     {"wall", []() -> long { return static_cast<int>(time(nullptr)); }},
     {"waits", waits},
-    {"left", left},
 };
 
 }  // namespace

@@ -4,12 +4,11 @@
 // for a fortified one with the C library's default time width.
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <asio/io_context.hpp>
 #include <asio/post.hpp>
-#include <filesystem>
 #include <memory>
 
 #include "lab/chassis/vsc055_chassis.h"
@@ -20,8 +19,6 @@
 
 namespace enclab {
 namespace {
-
-using testing::EndsWith, testing::StartsWith;
 
 class EncdevTest : public testing::TestWithParam<const char*> {
   protected:
@@ -75,19 +72,15 @@ class EncdevTest : public testing::TestWithParam<const char*> {
         chassis.bus().clearLog();
         return joined(log);
     }
-    static std::string temporary(const char* name) {
-        return (std::filesystem::temp_directory_path() / (name + std::to_string(getpid())))
-            .string();
-    }
 
     Lines lines;  // of the last run
     asio::io_context io;
     RealSchedule schedule{io, 1};
     Vsc055Chassis chassis;
-    std::string socket = temporary("encdev-");
+    std::string socket = fmt::format("/tmp/encdev-{}", getpid());
     std::unique_ptr<BusServer> server =
         std::make_unique<BusServer>(io, schedule, chassis.bus(), socket);
-    std::string clockSocket = temporary("clock-");
+    std::string clockSocket = fmt::format("/tmp/clock-{}", getpid());
     std::unique_ptr<ClockServer> clock;  // none: time is real
     ClockServer::Time now{0};
 };
@@ -100,9 +93,9 @@ TEST_P(EncdevTest, DeviceIsAsTyped) {
         const char* says;
         const char* bus;
     } rows[] = {
-        {"plain", "open funcs read 4c 0 write 41 98 27 read 41 32 close",
-         "open 0, funcs 7f0001, read 1e, write 1, read 85, close 0",
-         "R 41 32=85, W 41 98=27, R 4c 00=1e"},
+        {"plain", "open funcs read 4c 0 raw 0 3 1 read 41 32 close",
+         "open 0, funcs 7f0001, read 1e, raw 1, read 21, close 0",
+         "R 41 32=21, W 41 00=00 00, R 4c 00=1e"},
         {"plain",
          "openat set 703 41 smbus 0 98 3 2f37 smbus 1 98 3 0 smbus 0 98 2 27 smbus 0 9a 1 0 "
          "smbus 1 0 1 0 smbus 0 0 0 0 smbus 1 0 0 0 set 706 4c smbus 1 0 2 0",
@@ -121,7 +114,7 @@ TEST_P(EncdevTest, DeviceIsAsTyped) {
          "open 0, set EINVAL, raw EINVAL, raw EINVAL, raw EINVAL, raw EINVAL, raw EOPNOTSUPP, "
          "smbus EOPNOTSUPP, smbus EINVAL, set EINVAL, set ENOTTY, set 0, set 0",
          ""},
-        {"plain", "missing open reuse", "missing ENOENT, open 0, reuse 1", ""},
+        {"plain", "missing open close set 701 0", "missing ENOENT, open 0, close 0, set EBADF", ""},
     };
     for (const auto& row : rows) {
         server->setKind(*row.lab == 's' ? AdapterKind::kSmbusOnly : AdapterKind::kI2c);
@@ -144,13 +137,11 @@ TEST_P(EncdevTest, WithoutALabThereIsNoDeviceAndOneThatGoesAwayIsAnInputOutputEr
     EXPECT_EQ(run("open read 4c 0 read 4c 0 funcs close"),
               "open 0, read 1e, read EIO, funcs EIO, close 0");
     EXPECT_EQ(run("open"), "open ENXIO");
-    socket = std::string(120, 'x');
-    EXPECT_EQ(run("open"), "open ENAMETOOLONG");
 }
 
 constexpr long kAnyTime = std::numeric_limits<long>::max();
 
-// A million milliseconds under a speed, 20 without one; what is left of a million seconds.
+// A million milliseconds under a speed, 20 without one.
 TEST_P(EncdevTest, WaitsAreDividedBySpeedAndWhatIsLeftIsInTheCallersTime) {
     for (const char* const speed : {"50000", "1", "0", "x"}) {
         const bool divides = std::string(speed) == "50000";
@@ -162,20 +153,17 @@ TEST_P(EncdevTest, WaitsAreDividedBySpeedAndWhatIsLeftIsInTheCallersTime) {
             EXPECT_TRUE(words[1] == "0" && words.value(2) >= 20 && (!divides || isShort))
                 << lines[n];
         }
+        const int left = std::stoi(Words(lines[8])[1], nullptr, 16);
+        EXPECT_TRUE(divides ? left > 20 && left < 1000000 : left == 19) << left;
     }
-    EXPECT_THAT(run("left f4240", {"ENCLAB_SPEED=1000"}), StartsWith("nanosleep EINTR, left "));
-    const int left = std::stoi(Words(lines.at(1))[1], nullptr, 16);
-    EXPECT_TRUE(left > 1000 && left < 1000000) << "more than real time had";
 }
 
 TEST_P(EncdevTest, UnderTheLabsTimeWaitsTakeExactlyTheirLengthAndNoRealOne) {
     clock = std::make_unique<ClockServer>(io, clockSocket);
-    run("waits 64");
-    ASSERT_EQ(lines.size(), 9U);
-    for (std::size_t n = 0; n < 7; ++n) {  // recv waits in the kernel
-        EXPECT_THAT(lines[n], EndsWith(" 0 100"));
-    }
-    EXPECT_EQ(run("wall"), "wall 15180");
+    EXPECT_EQ(run("waits 64 wall"),
+              "usleep 0 100, nanosleep 0 100, clock_nanosleep 0 100, pselect 0 100, poll 0 100, "
+              "ppoll 0 100, select 0 100, recv 0 0, waits 64, wall 15180")
+        << "recv waits in the kernel; no time passed where select found something";
 }
 
 INSTANTIATE_TEST_SUITE_P(Programs, EncdevTest, testing::Values(PROBE, PROBE_PLAIN),

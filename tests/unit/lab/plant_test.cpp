@@ -102,7 +102,6 @@ TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
         const auto chassis = makeChassis(Words(row)[0]);
         Plant plant(*chassis);
         Model model(*chassis);
-        plant.pinSensor(0, 51.5);
         for (int round = 0; round < 600; ++round) {
             disturb(plant, model, Words(row));
             const int steps = below(60);
@@ -111,10 +110,8 @@ TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
                 model.step();
             }
             for (int zone = 0; zone < plant.zones(); ++zone) {
-                const double degrees = plant.temperature(zone);
-                ASSERT_NEAR(degrees, model.degrees[std::size_t(zone)], 1e-6)
+                ASSERT_NEAR(chassis->temperature(zone), model.degrees[std::size_t(zone)], 1e-6)
                     << row << " round " << round;
-                ASSERT_EQ(chassis->temperature(zone), zone == 0 ? 51.5 : degrees);
             }
             for (int fan = 0; fan < chassis->fans(); ++fan) {
                 const double rpm = model.fans[std::size_t(fan)].rpm;
@@ -123,20 +120,6 @@ TEST(Plant, DoesWhatItsEquationsSayWhateverHappens) {
             }
         }
     }
-}
-
-TEST(Plant, StepsAreTheSameHoweverTimeComesAndRailsDriftByTheHour) {
-    const auto chassis = makeChassis("w83792ad"), otherChassis = makeChassis("w83792ad");
-    Plant plant(*chassis), other(*otherChassis);
-    plant.setRailDrift("12", -36);
-    plant.advance(100);
-    for (int n = 0; n < 3200; ++n) {
-        other.advance(0.03125);
-    }
-    EXPECT_NEAR(chassis->rails()[1].volts, 11, 1e-6);
-    EXPECT_EQ(chassis->rails()[0].volts, 5);
-    EXPECT_EQ(plant.temperature(2), other.temperature(2));
-    EXPECT_EQ(plant.temperature(2), 0x1.864390e7ddefp+4) << "to the last bit on every machine";
 }
 
 }  // namespace

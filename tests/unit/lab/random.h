@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Numbers for laws: the same ones in every run of a test, alone or not.
+// Numbers for laws: the same ones in every run of a test program.
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -11,14 +9,7 @@
 
 namespace enclab {
 
-inline std::mt19937 numbers;
-
-struct SeedNumbers : testing::EmptyTestEventListener {
-    SeedNumbers() { testing::UnitTest::GetInstance()->listeners().Append(this); }
-    void OnTestStart(const testing::TestInfo&) override { numbers.seed(1); }
-};
-// The listeners' list owns it.
-inline const SeedNumbers& seedNumbers = *new SeedNumbers;
+inline std::mt19937 numbers(1);
 
 inline std::uint8_t byteOf(std::uint64_t value) {
     return static_cast<std::uint8_t>(value);
