@@ -2,6 +2,7 @@
 // The chip models against the facts of their register descriptions (docs/chips), by random traffic.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "lab/chips/pca9539.h"
@@ -44,7 +45,8 @@ void expectFacts(RegisterChip&& chip, const Facts& facts) {
     auto stored = registersIn(facts.powerOn);
     unsigned pointer = 0;
     for (int step = 0; step < 1000; ++step) {
-        const Bytes written = someBytes(4);
+        Bytes written(numbers() % 5);
+        std::ranges::generate(written, [] { return byteOf(numbers()); });
         chip.write(written);
         pointer = written.empty() ? pointer : written[0];
         for (std::size_t n = 1; n < written.size(); ++n, pointer = facts.behind(pointer)) {

@@ -26,11 +26,8 @@ class EncdevTest : public testing::TestWithParam<const char*> {
     std::string run(const std::string& steps, Lines environment = {}) {
         Lines command = Words(ENCLAB_EMULATOR).all;
         const std::string preload = "LD_PRELOAD=" ENCLAB_PRELOAD;
-        if (command.empty()) {
-            environment.push_back(preload);
-        } else {
-            command.insert(command.end(), {"-E", preload});
-        }
+        command.empty() ? environment.push_back(preload)
+                        : void(command.insert(command.end(), {"-E", preload}));
         command.push_back(GetParam());
         for (const std::string& step : Words(steps).all) {
             command.push_back(step);

@@ -82,7 +82,7 @@ void disturb(Plant& plant, Model& model, const Words& duties) {
     const std::function<void()> acts[] = {
         [&] { chassis.bus().writeRegister(duty[0], duty[1], byteOf(0x23 + numbers() % 4 * 4)); },
         [&] { plant.setHeat(slot, model.heat[std::size_t(slot)] = below(101)); },
-        [&] { plant.setInlet(model.inlet = between(-40, 85)); },
+        [&] { plant.setInlet(model.inlet = below(251) / 2.0 - 40); },
         [&] { plant.setFanWear(fan, machine.wear = below(101)); },
         [&] { plant.setFanStall(fan, machine.stall = below(4) * 12.5); },
         [&] {
