@@ -6,7 +6,6 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "policy/esa_policy.h"
 #include "tests/unit/tools/tools.h"
 #include "tools/personality/cli.h"
 
@@ -314,23 +313,6 @@ void expectDrawn(const Model& model, const std::string& text, const std::string&
     EXPECT_EQ(title[7][8 + hot] == '^', limit < model.chassis.hottest);
 }
 
-// The service's own policy, in each load at each temperature.
-void expectWalked(const Model& model) {
-    esaControl.temperatureSensorMaxNumber = 1;
-    esaControl.coolingMaxNumber = 1;
-    esaControl.i2cFileFd = -1;
-    esaControl.socketFdMSM = -1;
-    for (unsigned degrees = 0; degrees <= model.chassis.hottest; degrees++) {
-        for (unsigned n = 0; n < 4; n++) {
-            esaControl.fanPwmLoad[0] = static_cast<U8_t>(LOADS[n]);
-            esaControl.temperatureSensor[0] = static_cast<S16_t>(degrees);
-            esaTemperatureFanPolicyFlexibleThreshold();
-            ASSERT_EQ(esaControl.fanPwmLoad[0], LOADS[model.next(n, degrees)])
-                << LOADS[n] << " at " << degrees;
-        }
-    }
-}
-
 }  // namespace
 
 TEST(Personality, AnswersAsTyped) {
@@ -394,8 +376,5 @@ TEST(Personality, TellsWhatTheValuesMean) {
         expectLadder(model, report["ladder"]);
         expectInversions(model, text.out);
         expectDrawn(model, text.out, contentOf("drawing.svg"));
-        if (round % 24 == 0) {
-            expectWalked(model);
-        }
     }
 }
