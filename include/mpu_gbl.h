@@ -7,6 +7,7 @@
 
 #include "basetypes.h"
 
+constexpr int MPU_K_PARAMS_KEY_MIN = 100;  // the least System V key of an area
 constexpr U32_t MPU_K_PARAMS_VERSION = 16;
 constexpr int MPU_K_DIRECTORY_SIZE = 128;  // characters, terminating zero included
 

@@ -31,7 +31,6 @@ S32_t shmKey;
 
 namespace {
 
-constexpr S32_t SHM_KEY_MIN = 100;
 constexpr U16_t TRACE_LEVEL_VERBOSE = 0xC0FF;
 constexpr int RCP_WAIT_TRIES = 18;
 constexpr unsigned RCP_WAIT_SEC = 10;
@@ -185,7 +184,7 @@ int esaMain(int argc, char** argv) {
         return EXIT_ARGUMENTS;
     }
     shmKey = esaNumberOf(argv[1], 0);
-    if (shmKey < SHM_KEY_MIN) {
+    if (shmKey < MPU_K_PARAMS_KEY_MIN) {
         std::printf("main(): shared memory key less than 100.\n");
         return EXIT_KEY;
     }

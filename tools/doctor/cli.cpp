@@ -21,7 +21,6 @@ namespace {
 constexpr int EXIT_USAGE = 2;
 constexpr int EXIT_CODES[] = {0, 0, 1, 6};  // by severity
 const char* const SEVERITIES[] = {"ok", "note", "warning", "unusable"};
-constexpr int KEY_MIN = 100;  // the service takes none below
 
 const char* const FOOTER = R"(
 Nothing is written: no file, no register of a chip; each chip is read once. The adapter's time-out is
@@ -48,7 +47,7 @@ void define(CLI::App& app, Options& options) {
     text("--settings", options.settings, "FILE", "the unit's settings (/etc/default/esa)");
     app.add_option("KEY", options.key, "of the parameter area (the settings' ESA_SHM_KEY)")
         ->type_name("")
-        ->check(CLI::Range(KEY_MIN, INT_MAX, "KEY"));
+        ->check(CLI::Range(MPU_K_PARAMS_KEY_MIN, INT_MAX, "KEY"));
     text("--user", options.user, "NAME", "whom the service runs as (_esa)");
     text("--bus", options.bus, "PATH", "the enclosure's I2C adapter (/dev/enc-0)");
     text("--personality", options.personality, "FILE", "its file (the one under $STARTUP)");
@@ -76,9 +75,10 @@ int keyOf(const Options& options) {
 
 void checkPlatform(const Options& options, const Account& account, Findings& findings) {
     const int key = keyOf(options);
-    if (key < KEY_MIN) {
+    if (key < MPU_K_PARAMS_KEY_MIN) {
         findings.push_back({Severity::unusable, "parameter area",
-                            options.settings + ": no ESA_SHM_KEY of at least 100",
+                            fmt::format("{}: no ESA_SHM_KEY of at least {}", options.settings,
+                                        MPU_K_PARAMS_KEY_MIN),
                             "set it there, or give a key"});
         return;
     }

@@ -18,7 +18,6 @@ namespace {
 
 constexpr int EXIT_FAILED = 1;
 constexpr int EXIT_USAGE = 2;
-constexpr int KEY_MIN = 100;  // the service takes none below
 constexpr unsigned MODE_BITS = 0777;
 
 const char* const FOOTER = R"(
@@ -171,7 +170,7 @@ class CommandLine {
         sub->add_option("KEY", options.key, "System V key")
             ->required()
             ->type_name("")
-            ->check(CLI::Range(KEY_MIN, INT_MAX, "KEY"));
+            ->check(CLI::Range(MPU_K_PARAMS_KEY_MIN, INT_MAX, "KEY"));
         sub->callback([this, does] { command = does; });
         return sub;
     }
