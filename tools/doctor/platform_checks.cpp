@@ -2,7 +2,6 @@
 // What the platform must have made before the service starts.
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <sys/shm.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 
@@ -11,6 +10,7 @@
 #include <ctime>
 
 #include "tools/doctor/checks.h"
+#include "tools/esaparams/area.h"
 #include "tools/personality/report.h"
 
 namespace doctor {
@@ -25,22 +25,6 @@ std::string text(const char (&field)[MPU_K_DIRECTORY_SIZE]) {
 }
 
 // ---- the area ----
-
-Finding areaMissing(int key, int error) {
-    return {Severity::unusable, AREA,
-            fmt::format("key {:#x}: {}", static_cast<unsigned>(key), std::strerror(error)),
-            error == ENOENT ? "the platform's start-up makes it; on a bench: esaparams create"
-                            : "run as root, or let the area be readable"};
-}
-
-std::string areaFault(const shmid_ds& segment, const MPU_PARAMS_t& params) {
-    if (segment.shm_segsz != sizeof(MPU_PARAMS_t)) {
-        return fmt::format("{} bytes, not {}", segment.shm_segsz, sizeof(MPU_PARAMS_t));
-    }
-    return params.version == MPU_K_PARAMS_VERSION
-               ? ""
-               : fmt::format("version {}, not {}", params.version, MPU_K_PARAMS_VERSION);
-}
 
 Finding areaFlags(const MPU_PARAMS_t& params) {
     const U32_t flags = mpuFlags(&params);
@@ -88,30 +72,26 @@ void checkSocket(const std::string& directory, const Account& account, Findings&
 }  // namespace
 
 bool checkArea(int key, const Account& account, MPU_PARAMS_t& params, Findings& findings) {
-    const int shmid = shmget(key, 0, 0);
-    void* const area = shmid < 0 ? reinterpret_cast<void*>(-1) : shmat(shmid, nullptr, SHM_RDONLY);
-    if (area == reinterpret_cast<void*>(-1)) {
-        findings.push_back(areaMissing(key, errno));
+    try {
+        const esaparams::Area area(key, esaparams::Access::read);
+        params = area.params();
+        const ipc_perm& owner = area.segment().shm_perm;
+        if (account.may(owner.uid, owner.gid, owner.mode, MAY_READ)) {
+            findings.push_back({Severity::fine, AREA, fmt::format("version {}", params.version)});
+            findings.push_back(areaFlags(params));
+        } else {
+            findings.push_back(
+                {Severity::unusable, AREA,
+                 fmt::format("mode {:04o}: {} may not read it", owner.mode & 0777, account.name),
+                 "make it 0644, or 0640 with a group of the service"});
+        }
+        return true;
+    } catch (const esaparams::Failure& failure) {
+        findings.push_back({Severity::unusable, AREA, failure.what(),
+                            "the platform's start-up makes it, as the service expects it; on a "
+                            "bench: esaparams create"});
         return false;
     }
-    shmid_ds segment = {};
-    shmctl(shmid, IPC_STAT, &segment);
-    std::memcpy(&params, area, std::min<std::size_t>(segment.shm_segsz, sizeof params));
-    shmdt(area);
-    const std::string fault = areaFault(segment, params);
-    const ipc_perm& owner = segment.shm_perm;
-    if (!fault.empty()) {
-        findings.push_back({Severity::unusable, AREA, fault, "platform and service do not match"});
-    } else if (!account.may(owner.uid, owner.gid, owner.mode, MAY_READ)) {
-        findings.push_back(
-            {Severity::unusable, AREA,
-             fmt::format("mode {:04o}: {} may not read it", owner.mode & 0777, account.name),
-             "make it 0644, or 0640 with a group of the service"});
-    } else {
-        findings.push_back({Severity::fine, AREA, fmt::format("version {}", params.version)});
-        findings.push_back(areaFlags(params));
-    }
-    return fault.empty();
 }
 
 void checkDirectories(const MPU_PARAMS_t& params, const Account& account, Findings& findings) {

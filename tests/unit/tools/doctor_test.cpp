@@ -115,7 +115,7 @@ TEST_F(DoctorPlatformTest, EachMissingStepIsNamedWithItsCure) {
 
 TEST_F(DoctorPlatformTest, AnAreaOfAnotherKindIsRefused) {
     shmget(key_, 747, IPC_CREAT | 0600);
-    EXPECT_THAT(says("parameter area"), HasSubstr("747 bytes, not 748"));
+    EXPECT_THAT(says("parameter area"), HasSubstr("747 bytes is no parameter area, which has 748"));
     shmctl(shmget(key_, 0, 0), IPC_RMID, nullptr);
     shmget(key_, 748, IPC_CREAT | 0600);
     EXPECT_THAT(says("parameter area"), HasSubstr("version 0, not 16"));
