@@ -55,16 +55,32 @@ void define(CLI::App& app, Options& options) {
     app.footer(FOOTER);
 }
 
-// The value of NAME in a file of NAME=VALUE lines, else of the environment; empty without.
+std::string trimmed(const std::string& text) {
+    constexpr char BLANKS[] = " \t\r";
+    const std::size_t first = text.find_first_not_of(BLANKS);
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
+}
+
+std::string unquoted(const std::string& value) {
+    const bool isQuoted = value.size() > 1 && value.front() == value.back() &&
+                          (value.front() == '"' || value.front() == '\'');
+    return isQuoted ? value.substr(1, value.size() - 2) : value;
+}
+
+// The value of NAME in a file of NAME=VALUE lines, else of the environment; empty without. As
+// systemd reads an EnvironmentFile: blanks around both and quotes around the value do not count, of
+// two lines the last one does. A name behind `#` or `;` is another name.
 std::string setting(const std::string& file, const std::string& name) {
+    const char* const inherited = std::getenv(name.c_str());
+    std::string value = inherited != nullptr ? inherited : "";
     std::ifstream stream(file);
     for (std::string line; std::getline(stream, line);) {
-        if (line.starts_with(name + "=")) {
-            return line.substr(name.size() + 1);
+        const std::size_t equals = line.find('=');
+        if (equals != line.npos && trimmed(line.substr(0, equals)) == name) {
+            value = unquoted(trimmed(line.substr(equals + 1)));
         }
     }
-    const char* const value = std::getenv(name.c_str());
-    return value != nullptr ? value : "";
+    return value;
 }
 
 int keyOf(const Options& options) {
