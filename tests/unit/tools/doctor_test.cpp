@@ -1,25 +1,49 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the doctor says of a platform that is made step by step; each missing step has its line.
+// What the doctor says of a platform that is made step by step; each missing step has its line. The
+// I2C adapter stands behind this program's own ioctl.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
+#include <sys/ioctl.h>
 #include <sys/shm.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/un.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <cstdarg>
+#include <set>
 
+#include "tests/unit/tools/tools.h"
 #include "tools/doctor/account.h"
-#include "tools/doctor/cli.h"
 #include "tools/esaparams/area.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+
+struct Adapter {
+    unsigned long functions;
+    std::set<unsigned> chips;
+    unsigned address;  // of the chip that is asked
+};
+Adapter adapter;
+
+int handle(unsigned long request, void* argument) {
+    if (request == I2C_FUNCS) {
+        *static_cast<unsigned long*>(argument) = adapter.functions;
+        return adapter.functions != 0 ? 0 : -1;
+    }
+    if (request == I2C_SLAVE) {
+        adapter.address = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(argument));
+        return 0;
+    }
+    if (request == I2C_RDWR) {
+        adapter.address = static_cast<const i2c_rdwr_ioctl_data*>(argument)->msgs->addr;
+    }
+    errno = ENXIO;
+    return adapter.chips.contains(adapter.address) ? 2 : -1;
+}
 
 TEST(DoctorTest, OwnerGroupAndModeDecideAsTheKernelDoes) {
     const doctor::Account account{"somebody", 1000, {100, 200}};
@@ -36,92 +60,111 @@ TEST(DoctorTest, OwnerGroupAndModeDecideAsTheKernelDoes) {
 
 class DoctorPlatformTest : public testing::Test {
   protected:
+    // The settings as systemd reads them, too.
     DoctorPlatformTest() {
         for (const char* directory : {"mmsg", "nv", "log", "startup", "web/OEM"}) {
-            fs::create_directories(root_ / directory);
+            fs::create_directories(directory);
         }
-        fs::permissions(root_, fs::perms(0755));
-        std::ofstream(root_ / "settings") << "# of the unit\nESA_SHM_KEY=" << key_
-                                          << "\nSTARTUP=" << (root_ / "startup").native() << "\n";
+        fs::permissions(".", fs::perms(0755));
+        std::ofstream("settings") << "ESA_SHM_KEY=99\n  # ESA_SHM_KEY=98\n;ESA_SHM_KEY=97\n"
+                                  << " ESA_SHM_KEY\t= \"" << key_ << "\" \nSTARTUP='"
+                                  << place_.directory << "/startup'\n#STARTUP=/\nESA_SHM\n";
     }
-    ~DoctorPlatformTest() override {
-        shmctl(shmget(key_, 0, 0), IPC_RMID, nullptr);
-        fs::remove_all(root_);
-    }
+    ~DoctorPlatformTest() override { shmctl(shmget(key_, 0, 0), IPC_RMID, nullptr); }
 
-    // The lines of a subject; there is no bus, so the service can never run.
-    std::string says(const std::string& subject, const char* user = "nobody") {
-        const std::string settings = root_ / "settings";
-        const char* const argv[] = {"esa-doctor", "--settings", settings.c_str(), "--user",
-                                    user,         "--bus",      "/dev/null"};
-        std::ostringstream out, err;
-        EXPECT_EQ(doctor::run(std::size(argv), argv, out, err), 6) << err.str();
-        std::istringstream lines(out.str());
+    // The lines of a subject.
+    std::string says(const std::string& subject, const std::string& user = "nobody") {
+        const Told all = told("esa-doctor --settings settings --bus /dev/null --user " + user);
+        EXPECT_EQ(all.code, all.out.find("unusable") == all.out.npos ? 0 : 6) << all.err;
         std::string found;
         bool isIn = false;
-        for (std::string line; std::getline(lines, line);) {
+        for (const std::string& line : linesIn(all.out)) {
             isIn = line.starts_with(' ') ? isIn : line.substr(10).starts_with(subject);
-            found += isIn ? line + "\n" : "";
+            found += isIn ? squeezed(line) + "\n" : "";
         }
-        for (std::size_t at; (at = found.find(root_)) != found.npos;) {
-            found.replace(at, root_.native().size(), "$");
+        for (std::size_t at; (at = found.find(place_.directory)) != found.npos;) {
+            found.replace(at, place_.directory.size(), "$");
         }
         return found;
     }
+
     void bindSocket() const {
-        sockaddr_un address = {AF_UNIX, ""};
-        (root_ / "mmsg/esadapter").native().copy(address.sun_path, sizeof address.sun_path - 1);
+        sockaddr_un address = {AF_UNIX, "mmsg/esadapter"};
         const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
         ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         close(fd);
-        fs::permissions(root_ / "mmsg/esadapter", fs::perms(0666));
+        fs::permissions(address.sun_path, fs::perms(0666));
+    }
+    void createArea(const std::string& group) const {
+        const std::string& root = place_.directory;
+        esaparams::create(key_, {root + "/mmsg", root + "/nv", root + "/log", group});
     }
 
     const int key_ = 0x46000000 | getpid();
-    const fs::path root_ = fs::temp_directory_path() / fmt::format("doctor-{}", getpid());
+    const Place place_;
 };
 
 TEST_F(DoctorPlatformTest, EachMissingStepIsNamedWithItsCure) {
     EXPECT_THAT(says("service's user", "no-such-user"), HasSubstr("there is no user no-such-user"));
-    EXPECT_THAT(says("parameter area"), HasSubstr("esaparams create"));
-    esaparams::create(key_, {root_ / "mmsg", root_ / "nv", root_ / "log", ""});
-    EXPECT_THAT(says("parameter area"),
-                HasSubstr("ok        parameter area            version 16"));
-    EXPECT_THAT(says("start-up"), HasSubstr("note      start-up                  not complete"));
+    EXPECT_THAT(says("parameter area"), HasSubstr("there is no parameter area\n-> the platform's"));
+    createArea("root");
+    EXPECT_THAT(says("parameter area"), HasSubstr("mode 0640: nobody may not read it"));
+    shmctl(shmget(key_, 0, 0), IPC_RMID, nullptr);
+    createArea("");
+    EXPECT_EQ(says("parameter area"), "ok parameter area version 16\n");
+    EXPECT_THAT(says("start-up"), HasSubstr("note start-up not complete, trace off\n->"));
     esaparams::Area(key_, esaparams::Access::change).setFlags(0xFFFFFFFF, true);
-    EXPECT_THAT(says("start-up"),
-                HasSubstr("ok        start-up                  complete, trace on"));
+    EXPECT_EQ(says("start-up"), "ok start-up complete, trace on\n");
 
-    EXPECT_THAT(says("message switch"), HasSubstr("unusable  message switch            $/mmsg/"));
+    EXPECT_THAT(says("message switch"), HasSubstr("unusable message switch $/mmsg/esadapter: No"));
     bindSocket();
-    EXPECT_THAT(says("message switch"), HasSubstr("ok "));
-    fs::permissions(root_ / "mmsg", fs::perms(0700));
+    EXPECT_EQ(says("message switch"), "ok message switch $/mmsg/esadapter\n");
+    fs::permissions("mmsg", fs::perms(0700));
     EXPECT_THAT(says("message switch"), HasSubstr("$/mmsg: nobody may not use it"));
     EXPECT_THAT(says("message switch", "root"), HasSubstr("ok "));
+    fs::permissions("mmsg", fs::perms(0755));
 
-    EXPECT_THAT(says("trace log"), HasSubstr("warning   trace log                 $/log: nobody"));
-    fs::permissions(root_ / "log", fs::perms(0777));
-    EXPECT_THAT(says("trace log"), HasSubstr("ok "));
+    EXPECT_THAT(says("trace log"), HasSubstr("warning trace log $/log: nobody"));
+    fs::permissions("log", fs::perms(0777));
+    EXPECT_EQ(says("trace log"), "ok trace log $/log\n");
 
-    EXPECT_THAT(says("personality"), HasSubstr("unusable  personality"));
-    std::ofstream(root_ / "web/OEM/EnvPersonalityParams.xml") << "\"Xyratex 2U12ATX\"\n";
-    EXPECT_THAT(says("personality"), HasSubstr("more: personality $/startup/../web/OEM/"));
-    fs::permissions(root_ / "web", fs::perms(0700));
+    EXPECT_THAT(says("personality"), HasSubstr("unusable personality"));
+    std::ofstream("web/OEM/EnvPersonalityParams.xml") << "\"Xyratex 2U12ATX\"\n";
+    EXPECT_THAT(says("personality"), HasSubstr("-> more: personality $/startup/../web/OEM/"));
+    fs::permissions("web", fs::perms(0700));
     EXPECT_THAT(says("personality"), HasSubstr("$/startup/../web: nobody may not read it"));
 
-    EXPECT_THAT(says("I2C adapter"), HasSubstr("unusable  I2C adapter               /dev/null: "));
+    EXPECT_THAT(says("I2C adapter"), HasSubstr("unusable I2C adapter /dev/null: "));
     EXPECT_THAT(says("clock"), HasSubstr("ok "));
 }
 
-TEST_F(DoctorPlatformTest, AnAreaOfAnotherKindIsRefused) {
-    shmget(key_, 747, IPC_CREAT | 0600);
-    EXPECT_THAT(says("parameter area"), HasSubstr("747 bytes is no parameter area, which has 748"));
-    shmctl(shmget(key_, 0, 0), IPC_RMID, nullptr);
-    shmget(key_, 748, IPC_CREAT | 0600);
-    EXPECT_THAT(says("parameter area"), HasSubstr("version 0, not 16"));
-    shmctl(shmget(key_, 0, 0), IPC_RMID, nullptr);
-    esaparams::create(key_, {root_ / "mmsg", root_ / "nv", root_ / "log", "root"});
-    EXPECT_THAT(says("parameter area"), HasSubstr("mode 0640: nobody may not read it"));
+// The personality counts two sensors.
+TEST_F(DoctorPlatformTest, TheChosenChassisHasItsChipsOnTheBus) {
+    std::ofstream("web/OEM/EnvPersonalityParams.xml")
+        << R"("Vitesse VSC055 Custom" "temperatureSensorMaxNumber" value="2")";
+    adapter = {I2C_FUNC_I2C, {0x41, 0x4C}, 0};
+    EXPECT_EQ(says("I2C adapter"), "ok I2C adapter /dev/null: plain I2C\n");
+    EXPECT_THAT(says("chips of VSC055"),
+                HasSubstr("unusable chips of VSC055 VSC055 0x41, LM75 0x4c answer; missing LM75 "
+                          "0x4b (No such device or address)\n->"));
+    EXPECT_EQ(says("chips of X"), "note chips of Xyratex 2U12ATX LM75 0x4c answer\n");
+    EXPECT_EQ(says("chips of W"), "note chips of W83792AD none answers\n");
+    adapter = {I2C_FUNC_SMBUS_BYTE_DATA, {0x41, 0x4B, 0x4C}, 0};
+    EXPECT_THAT(says("I2C adapter"),
+                HasSubstr("note I2C adapter /dev/null: SMBus only, byte data"));
+    EXPECT_EQ(says("chips of VSC055"),
+              "ok chips of VSC055 VSC055 0x41, LM75 0x4c, LM75 0x4b answer\n");
+    adapter = {I2C_FUNC_SMBUS_READ_BYTE_DATA, {}, 0};
+    EXPECT_THAT(says("I2C adapter"), HasSubstr("neither I2C nor SMBus byte data"));
+    adapter = {};
 }
 
 }  // namespace
+
+extern "C" int ioctl(int, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return handle(request, argument);
+}

@@ -3,33 +3,21 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <sys/shm.h>
-#include <unistd.h>
-
-#include <sstream>
 
 #include "mpu_gbl.h"
-#include "tools/esaparams/cli.h"
+#include "tests/unit/tools/tools.h"
 
 namespace {
 
+using testing::HasSubstr;
+
 const int KEY = 0x45000000 | getpid();
 
-const std::string said = fmt::format("esaparams: key {:#x}: ", KEY);
-
-// Output and error line of a command, and its exit code behind them unless it is 0.
-std::string esaparams(const std::string& command) {
-    std::istringstream stream(command);
-    std::vector<std::string> words = {"esaparams"};
-    for (std::string word; stream >> word;) {
-        words.push_back(word == "KEY" ? std::to_string(KEY) : word);
-    }
-    std::vector<const char*> argv;
-    for (const std::string& word : words) {
-        argv.push_back(word.c_str());
-    }
-    std::ostringstream out, err;
-    const int code = esaparams::run(static_cast<int>(argv.size()), argv.data(), out, err);
-    return out.str() + err.str() + (code == 0 ? "" : std::to_string(code));
+// Output, error line, and an exit status that is not 0; "KEY" is the key.
+std::string esaparams(std::string command, bool isFull = false) {
+    command.replace(command.find("KEY"), 3, std::to_string(KEY));
+    const Told all = told("esaparams " + command, isFull);
+    return all.out + all.err + (all.code == 0 ? "" : std::to_string(all.code));
 }
 
 class EsaparamsTest : public testing::Test {
@@ -38,10 +26,7 @@ class EsaparamsTest : public testing::Test {
     static std::string create(const std::string& log = "/var/") {
         return esaparams("create KEY --mmsg /tmp --nv / --log " + log);
     }
-    // A segment of somebody else.
-    static U32_t* foreign(std::size_t size) {
-        return static_cast<U32_t*>(shmat(shmget(KEY, size, IPC_CREAT | 0600), nullptr, 0));
-    }
+    const std::string said_ = fmt::format("esaparams: key {:#x}: ", KEY);
 };
 
 TEST_F(EsaparamsTest, TheServiceReadsWhatWasMadeAndChanged) {
@@ -60,51 +45,48 @@ TEST_F(EsaparamsTest, TheServiceReadsWhatWasMadeAndChanged) {
         EXPECT_EQ(esaparams(command), "");
         EXPECT_EQ(flags, value) << command;
     }
-    EXPECT_THAT(esaparams("show KEY"), testing::HasSubstr("mode 0644, attached by 2\n"
-                                                          "flags                    0x80001001\n"
-                                                          "  start-up complete      yes\n"
-                                                          "  trace                  no\n"));
-    EXPECT_THAT(esaparams("show --json KEY"),
-                testing::AllOf(testing::HasSubstr("\"trace\": false"),
-                               testing::HasSubstr("\"nonVolatileDirectory\": \"/\"")));
-    shmdt(&flags - 1);
+    EXPECT_THAT(esaparams("show KEY"), HasSubstr("mode 0644, attached by 2\n"
+                                                 "flags                    0x80001001\n"
+                                                 "  start-up complete      yes\n"
+                                                 "  trace                  no\n"));
+    EXPECT_THAT(esaparams("show --json KEY"), HasSubstr("\"trace\": false"));
+    EXPECT_EQ(esaparams("show KEY", true), "esaparams: the output cannot be written\n1");
+    EXPECT_EQ(create(), said_ + "there is an area already; remove it first\n1");
     EXPECT_EQ(esaparams("remove KEY"), "");
     EXPECT_EQ(shmget(KEY, 0, 0), -1);
 }
 
-TEST_F(EsaparamsTest, WhatCannotBeIsSaidAndChangesNothing) {
-    EXPECT_EQ(esaparams("show KEY"), said + "there is no parameter area\n1");
-    for (const auto& [log, error] : {std::pair("var", "var does not begin with /"),
-                                     {"/nowhere", "/nowhere is no directory"}}) {
-        EXPECT_EQ(create(log), std::string("esaparams: --log: ") + error + "\n1");
+TEST_F(EsaparamsTest, WhatCannotBeIsSaidAndLeavesNothing) {
+    EXPECT_EQ(esaparams("show KEY"), said_ + "there is no parameter area\n1");
+    for (const auto& [log, error] :
+         {std::pair<std::string, std::string>("var", "--log: var does not begin with /"),
+          {"/nowhere", "--log: /nowhere is no directory"},
+          {"/" + std::string(127, '.'), "is longer than 127 characters"},
+          {"/ --group no-such-group", "--group: there is no group no-such-group"}}) {
+        EXPECT_THAT(create(log), testing::EndsWith(error + "\n1"));
+        EXPECT_EQ(shmget(KEY, 0, 0), -1);
     }
-    EXPECT_THAT(create("/" + std::string(127, '.')),
-                testing::EndsWith("is longer than 127 characters\n1"));
-    EXPECT_EQ(create("/ --group no-such-group"),
-              "esaparams: --group: there is no group no-such-group\n1");
-    EXPECT_EQ(shmget(KEY, 0, 0), -1) << "none of them left a segment";
-    EXPECT_EQ(create(), "");
-    EXPECT_EQ(create(), said + "there is an area already; remove it first\n1");
-    EXPECT_EQ(esaparams("show 99"),
-              "esaparams: KEY: Value 99 not in range 100 to 2147483647 (see --help)\n2");
 }
 
 TEST_F(EsaparamsTest, WhatIsNoAreaIsLeftAlone) {
-    U32_t* const area = foreign(sizeof(MPU_PARAMS_t));
-    const auto refuses = [](const std::string& why) {
+    const struct {
+        std::size_t size;
+        U32_t version;
+        const char* error;
+    } others[] = {{748, 15, "version 15, not 16"},
+                  {748, 0x10000000, "version 268435456, not 16 (made in the other byte order)"},
+                  {749, 16, "a segment of 749 bytes is no parameter area, which has 748"}};
+    for (const auto& other : others) {
+        auto* const area =
+            static_cast<U32_t*>(shmat(shmget(KEY, other.size, IPC_CREAT | 0600), nullptr, 0));
+        area[0] = other.version;
         for (const char* command : {"show KEY", "trace KEY on", "rcp KEY complete", "remove KEY"}) {
-            EXPECT_EQ(esaparams(command), said + why + "\n1") << command;
+            EXPECT_EQ(esaparams(command), said_ + other.error + "\n1") << command;
         }
-    };
-    area[0] = 15;
-    refuses("version 15, not 16");
-    area[0] = 0x10000000;
-    refuses("version 268435456, not 16 (made in the other byte order)");
-    EXPECT_EQ(area[1], 0U);
-    shmdt(area);
-    shmctl(shmget(KEY, 0, 0), IPC_RMID, nullptr);
-    shmdt(foreign(749));
-    refuses("a segment of 749 bytes is no parameter area, which has 748");
+        EXPECT_EQ(area[1], 0U);
+        shmdt(area);
+        shmctl(shmget(KEY, 0, 0), IPC_RMID, nullptr);
+    }
 }
 
 }  // namespace
