@@ -5,7 +5,6 @@
 #include <fmt/ranges.h>
 
 #include <regex>
-#include <set>
 
 #include "tests/unit/tools/tools.h"
 
@@ -139,17 +138,6 @@ struct Model {
         }
         return n > 0 && !isBlocked(n) && degrees < threshold(n, n - 1) ? n - 1 : n;
     }
-    // From the start load, or from 100 percent, at any temperatures.
-    std::set<unsigned> reached() const {
-        std::set<unsigned> all = {3, chassis.start / 25 - 1};
-        for (unsigned poll = 0; poll < 3 * 300; poll++) {
-            for (unsigned n = 0; n < 4; n++) {
-                all.insert(all.contains(n) ? next(n, poll % 300 % (chassis.hottest + 1)) : 3);
-            }
-        }
-        return all;
-    }
-
     template <typename... Parts>
     void find(bool isSo, const std::string& check, const Parts&... parts) {
         found.insert(found.end(), isSo ? 1 : 0, (check + ... + text(" ", parts)));
@@ -294,22 +282,6 @@ Lines findingsOf(const Json& report) {
     return lines;
 }
 
-Json ladderOf(const Model& model) {
-    Json steps = Json::array();
-    const std::set<unsigned> reached = model.reached();
-    for (unsigned n = 0; n < 4; n++) {
-        steps.push_back({{"load", LOADS[n]},
-                         {"up", n < 3 ? Json(model.threshold(n, n + 1)) : Json()},
-                         {"down", n > 0 ? Json(model.threshold(n, n - 1)) : Json()},
-                         {"floorBlocksDown", model.isBlocked(n)},
-                         {"reached", reached.contains(n)}});
-    }
-    return {{"start", model.chassis.start},
-            {"floor", model.floor()},
-            {"overheat", model.of("overheatTemperatureLimit")},
-            {"steps", steps}};
-}
-
 }  // namespace
 
 TEST(Personality, AnswersAsTyped) {
@@ -350,6 +322,5 @@ TEST(Personality, TellsWhatTheValuesMean) {
                                           : Json());
         }
         EXPECT_EQ(report["keys"].size(), GOOD.size());
-        EXPECT_EQ(report["ladder"], ladderOf(model));
     }
 }
