@@ -16,6 +16,7 @@
 #include "tools/sesctl/enclosure.h"
 #include "tools/sesctl/failure.h"
 #include "tools/sesctl/render.h"
+#include "tools/sesctl/standard.h"
 
 namespace sesctl {
 
@@ -28,11 +29,10 @@ const char* const FOOTER = R"(
 Elements are numbered from 0. Replies leave out the last byte of a page; sesctl gives it as 0. It
 holds the flags of the last audible alarm, which are therefore shown as not told.
 
-The output of "status --hex" holds both pages; Debian's sg_ses decodes them:
-  sesctl status --hex | sg_ses --status --page=cf --inhex=-    configuration
-  sesctl status --hex | sg_ses --status --page=es --inhex=-    enclosure status
-It reads types, counts, slot addresses, status codes, temperatures and fan speeds below 2560 RPM
-alike. Other flags are numbered from the other end of the byte here, so it misnames them.
+The output of "status --standard" holds both pages in the bit order of the SES standard, which is
+not that of the service; Debian's sg_ses decodes them:
+  sesctl status --standard | sg_ses --status --page=cf --inhex=-    configuration
+  sesctl status --standard | sg_ses --status --page=es --inhex=-    enclosure status
 
 Exit codes: 0 ok, 1 status shows a fault, 2 usage, 3 message switch not reachable,
 4 malformed reply, 5 CHECK CONDITION, 7 no reply in time, 8 output that cannot be written.)";
@@ -44,6 +44,7 @@ struct Options {
     double timeout = TIMEOUT_DEFAULT_S;
     bool json = false;
     bool hex = false;
+    bool standard = false;
     double watch = 0;  // seconds between two looks; 0: one look
     std::string action;
     std::vector<unsigned> numbers;
@@ -81,12 +82,20 @@ ExitCode showConfiguration(Session& session) {
     return ExitCode::ok;
 }
 
+std::string pagesText(View configurationPage, View statusPage, const char* order) {
+    return pageHex(configurationPage, fmt::format("configuration page, {}", order)) +
+           pageHex(statusPage, fmt::format("enclosure status page, {}", order));
+}
+
 std::string statusText(const Options& options, const Enclosure& enclosure) {
     if (options.hex) {
-        return pageHex(enclosure.configurationPage,
-                       "configuration page, its last byte completed with 00") +
-               pageHex(enclosure.statusPage,
-                       "enclosure status page, its last byte completed with 00");
+        return pagesText(enclosure.configurationPage, enclosure.statusPage,
+                         "its last byte completed with 00");
+    }
+    if (options.standard) {
+        return pagesText(standardConfiguration(enclosure.configurationPage),
+                         standardStatus(enclosure.statusPage, enclosure.configuration),
+                         "bits in the order of the standard");
     }
     return options.json ? statusJson(enclosure.status) : statusTable(enclosure.status);
 }
@@ -192,13 +201,16 @@ void defineGeneral(CLI::App& app, Options& options) {
 void defineStatus(CLI::App& app, Options& options) {
     auto* const status = app.add_subcommand("status", "state of every element");
     auto* const json = status->add_flag("--json", options.json, "as one JSON object");
-    auto* const hex = status->add_flag("--hex", options.hex, "both pages as sg_ses reads them");
+    auto* const hex = status->add_flag("--hex", options.hex, "both pages as they come");
+    auto* const standard =
+        status->add_flag("--standard", options.standard, "both pages as sg_ses reads them");
     auto* const watch =
         status->add_option("--watch", options.watch, "again every S seconds, until stopped")
             ->type_name("S")
             ->check(SECONDS);
     json->excludes(hex);
-    watch->excludes(hex)->excludes(json);
+    standard->excludes(hex)->excludes(json);
+    watch->excludes(hex)->excludes(json)->excludes(standard);
 }
 
 CLI::App* defineAction(CLI::App& app, Options& options, const char* name, const char* description,
