@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <numeric>
 
 namespace enclab {
 
@@ -29,60 +28,26 @@ const char* resultName(int error) {
     }
 }
 
-// One metric after another.
-class Page {
-  public:
-    void begin(const char* name, const char* type, const char* help) {
-        name_ = name;
-        text_ += fmt::format("# HELP {} {}\n# TYPE {} {}\n", name, help, name, type);
-    }
-    // `labels` as they stand between the braces; `suffix` behind the name.
-    template <typename Value>
-    void sample(const std::string& labels, Value value, const char* suffix = "") {
-        const std::string braced = labels.empty() ? "" : "{" + labels + "}";
-        text_ += fmt::format("{}{}{} {}\n", name_, suffix, braced, value);
-    }
-    const std::string& text() const { return text_; }
-
-  private:
-    const char* name_ = "";
-    std::string text_;
-};
-
-void addEnclosure(Page& page, Lab& lab) {
-    Chassis& chassis = lab.chassis();
-    const std::string name = fmt::format("chassis=\"{}\"", lab.chassisName());
-    page.begin("esa_temperature_celsius", "gauge", "True temperature at a sensor.");
-    for (int n = 0; n < chassis.sensors(); ++n) {
-        page.sample(fmt::format("{},sensor=\"{}\"", name, n), chassis.temperature(n));
-    }
-    page.begin("esa_fan_speed_rpm", "gauge", "Speed of a fan in turns per minute.");
-    for (int n = 0; n < chassis.fans(); ++n) {
-        page.sample(fmt::format("{},fan=\"{}\"", name, n), chassis.fanRpm(n));
-    }
-    page.begin("esa_fan_duty_ratio", "gauge", "Load a fan is driven with, 0 to 1.");
-    for (int n = 0; n < chassis.fans(); ++n) {
-        page.sample(fmt::format("{},fan=\"{}\"", name, n), chassis.fanLoadPercent(n) / 100);
-    }
-    if (chassis.parts().redundancy) {
-        page.begin("esa_psu_ok", "gauge", "1 while the power supplies are redundant.");
-        page.sample(name, chassis.redundancy() ? 1 : 0);
-    }
+// The chip a sensor is read from: the one of its number, else the one that has them all.
+std::string chipOfSensor(const Chassis& chassis, int sensor) {
+    const std::string own = fmt::format("lm75-{}", sensor);
+    const auto& devices = chassis.devices();
+    return std::ranges::count(devices, own, &ChassisDevice::name) != 0 ? own : devices.front().name;
 }
 
-void addPeers(Page& page, Lab& lab) {
-    page.begin("esa_up", "gauge", "1 while the daemon runs.");
-    page.sample("", lab.daemonRunning() ? 1 : 0);
-    page.begin("esa_composite_fault_led", "gauge", "1 while the composite fault LED is lit.");
-    page.sample("", lab.startupProcess().compositeLedLit() ? 1 : 0);
-    page.begin("esa_events_total", "counter", "Event records sent, by id.");
+void addPeers(metrics::Text& text, Lab& lab) {
+    text.begin(metrics::UP);
+    text.sample("", lab.daemonRunning() ? 1 : 0);
+    text.begin(metrics::FAULT_LED);
+    text.sample("", lab.startupProcess().compositeLedLit() ? 1 : 0);
+    text.begin(metrics::EVENTS);
     for (const auto& [id, count] : lab.eventManager().counts()) {
-        page.sample(fmt::format("id=\"{}\"", id), count);
+        text.sample(fmt::format("id=\"{}\"", id), count);
     }
-    page.begin("esa_mails_total", "counter", "Mail notifications asked for.");
-    page.sample("", lab.startupProcess().mails());
-    page.begin("esa_shutdown_requests_total", "counter", "Orderly shutdowns asked for.");
-    page.sample("", lab.startupProcess().shutdownRequests());
+    text.begin(metrics::MAILS);
+    text.sample("", lab.startupProcess().mails());
+    text.begin(metrics::SHUTDOWNS);
+    text.sample("", lab.startupProcess().shutdownRequests());
 }
 
 }  // namespace
@@ -117,7 +82,9 @@ bool Metrics::commandUnderWay() const {
 // A poll: transfers that no client asked for, after a pause or after a client's command.
 void Metrics::transfer(const BusTransfer& transfer) {
     const std::uint8_t address = transfer.messages.front().address;
-    ++transfers_[lab_.chassis().nameOf(address)][resultName(transfer.error)];
+    const std::string chip = lab_.chassis().nameOf(address);
+    ++transfers_[chip][resultName(transfer.error)];
+    answers_[chip] = transfer.error == 0;
     if (commandUnderWay()) {
         return;
     }
@@ -129,29 +96,59 @@ void Metrics::transfer(const BusTransfer& transfer) {
     lastTransfer_ = now;
 }
 
+// The enclosure as it truly is; whether a sensor can be read, by the last transfer of its chip.
+metrics::Readings Metrics::readings() const {
+    const Chassis& chassis = lab_.chassis();
+    metrics::Readings readings{fmt::format("chassis=\"{}\"", lab_.chassisName()), {}, {}, {}};
+    for (int n = 0; n < chassis.sensors(); ++n) {
+        const auto answer = answers_.find(chipOfSensor(chassis, n));
+        readings.sensors.push_back(
+            {chassis.temperature(n), answer == answers_.end() || answer->second});
+    }
+    const int limit = personalityValue(lab_.options().personality, "fanFaultRpmLimit").value_or(0);
+    for (int n = 0; n < chassis.fans(); ++n) {
+        const double rpm = chassis.fanRpm(n);
+        readings.fans.push_back({rpm, rpm > 0 && rpm >= limit});
+    }
+    if (chassis.parts().redundancy) {
+        readings.redundant = chassis.redundancy();
+    }
+    return readings;
+}
+
 std::string Metrics::text() const {
-    Page page;
-    addEnclosure(page, lab_);
-    addPeers(page, lab_);
-    page.begin("esa_i2c_transfers_total", "counter", "Transfers on the enclosure bus.");
+    metrics::Text text;
+    metrics::addLink(text, lab_.messageSwitch().connections(MMSG_E_EPID_ES_ADAPTERMP) > 0);
+    metrics::addEnclosure(text, readings());
+    text.begin(metrics::FAN_DUTY);
+    for (int n = 0; n < lab_.chassis().fans(); ++n) {
+        text.sample(fmt::format("chassis=\"{}\",fan=\"{}\"", lab_.chassisName(), n),
+                    lab_.chassis().fanLoadPercent(n) / 100);
+    }
+    addPeers(text, lab_);
+    addCounts(text);
+    return text.text();
+}
+
+void Metrics::addCounts(metrics::Text& text) const {
+    text.begin(metrics::TRANSFERS);
     for (const auto& [chip, results] : transfers_) {
         for (const auto& [result, count] : results) {
-            page.sample(fmt::format("chip=\"{}\",result=\"{}\"", chip, result), count);
+            text.sample(fmt::format("chip=\"{}\",result=\"{}\"", chip, result), count);
         }
     }
-    page.begin("esa_polls_total", "counter", "Polls of the enclosure by the daemon.");
-    page.sample("", polls_);
-    page.begin("esa_reply_seconds", "histogram", "Real time from an SES command to its reply.");
+    text.begin(metrics::POLLS);
+    text.sample("", polls_);
+    text.begin(metrics::REPLY_TIME);
     std::uint64_t count = 0;
     for (std::size_t n = 0; n < kBounds.size(); ++n) {
         count += replies_[n];
-        page.sample(fmt::format("le=\"{}\"", kBounds[n]), count, "_bucket");
+        text.sample(fmt::format("le=\"{}\"", kBounds[n]), count, "_bucket");
     }
     count += replies_.back();
-    page.sample("le=\"+Inf\"", count, "_bucket");
-    page.sample("", replySeconds_, "_sum");
-    page.sample("", count, "_count");
-    return page.text();
+    text.sample("le=\"+Inf\"", count, "_bucket");
+    text.sample("", replySeconds_, "_sum");
+    text.sample("", count, "_count");
 }
 
 }  // namespace enclab

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "lab/session/lab.h"
+#include "tools/metrics/metrics.h"
 
 namespace enclab {
 
@@ -31,11 +32,14 @@ class Metrics {
 
     void takeReplyTime(double seconds);
     bool commandUnderWay() const;
+    metrics::Readings readings() const;
+    void addCounts(metrics::Text& text) const;
 
     Lab& lab_;
     std::map<std::string, std::map<std::string, std::uint64_t>> transfers_;  // by chip and result
-    std::map<std::uint32_t, Clock::time_point> asked_;                       // by handle
-    std::array<std::uint64_t, kBounds.size() + 1> replies_{};                // by class
+    std::map<std::string, bool> answers_;               // by chip: how its last transfer went
+    std::map<std::uint32_t, Clock::time_point> asked_;  // by handle
+    std::array<std::uint64_t, kBounds.size() + 1> replies_{};  // by class
     double replySeconds_ = 0;
     bool busAnswered_ = false;
     bool clientSince_ = false;   // a client's command since the last transfer of a poll

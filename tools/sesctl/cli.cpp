@@ -45,6 +45,7 @@ struct Options {
     bool json = false;
     bool hex = false;
     bool standard = false;
+    bool prometheus = false;
     double watch = 0;  // seconds between two looks; 0: one look
     std::string action;
     std::vector<unsigned> numbers;
@@ -97,6 +98,9 @@ std::string statusText(const Options& options, const Enclosure& enclosure) {
                          standardStatus(enclosure.statusPage, enclosure.configuration),
                          "bits in the order of the standard");
     }
+    if (options.prometheus) {
+        return statusMetrics(&enclosure.status);
+    }
     return options.json ? statusJson(enclosure.status) : statusTable(enclosure.status);
 }
 
@@ -107,6 +111,9 @@ ExitCode showStatus(Session& session) {
         const bool redraws = session.options.watch > 0 && isatty(STDOUT_FILENO) != 0;
         session.out << (redraws ? "\x1b[H\x1b[2J" : "") << statusText(session.options, enclosure)
                     << std::flush;
+        if (session.options.prometheus) {
+            return ExitCode::ok;  // the metrics tell
+        }
         if (session.options.watch == 0 || !session.out) {
             return faultPresent(enclosure.status) ? ExitCode::faultPresent : ExitCode::ok;
         }
@@ -200,17 +207,21 @@ void defineGeneral(CLI::App& app, Options& options) {
 
 void defineStatus(CLI::App& app, Options& options) {
     auto* const status = app.add_subcommand("status", "state of every element");
-    auto* const json = status->add_flag("--json", options.json, "as one JSON object");
-    auto* const hex = status->add_flag("--hex", options.hex, "both pages as they come");
-    auto* const standard =
-        status->add_flag("--standard", options.standard, "both pages as sg_ses reads them");
-    auto* const watch =
+    CLI::Option* const forms[] = {
+        status->add_flag("--json", options.json, "as one JSON object"),
+        status->add_flag("--hex", options.hex, "both pages as they come"),
+        status->add_flag("--standard", options.standard, "both pages as sg_ses reads them"),
+        status->add_flag("--prometheus", options.prometheus, "as metrics for a Prometheus server"),
         status->add_option("--watch", options.watch, "again every S seconds, until stopped")
             ->type_name("S")
-            ->check(SECONDS);
-    json->excludes(hex);
-    standard->excludes(hex)->excludes(json);
-    watch->excludes(hex)->excludes(json)->excludes(standard);
+            ->check(SECONDS)};
+    for (CLI::Option* const form : forms) {
+        for (CLI::Option* const other : forms) {
+            if (form != other) {
+                form->excludes(other);
+            }
+        }
+    }
 }
 
 CLI::App* defineAction(CLI::App& app, Options& options, const char* name, const char* description,
@@ -274,6 +285,24 @@ std::string socketPath(const CLI::App& app, const Options& options) {
     return directory + "/mmsg/environ";
 }
 
+ExitCode execute(const CLI::App& app, const Options& options, std::ostream& out,
+                 std::ostream& err) {
+    try {
+        const std::chrono::duration<double> timeout(options.timeout);
+        Client client(socketPath(app, options),
+                      std::chrono::ceil<std::chrono::milliseconds>(timeout));
+        Session session{options, client, out};
+        return chosen(app)(session);
+    } catch (const Failure& failure) {
+        err << "sesctl: " << failure.what() << '\n';
+        if (options.prometheus) {  // that there is no answer is what the metrics tell then
+            out << statusMetrics(nullptr);
+            return ExitCode::ok;
+        }
+        return failure.code();
+    }
+}
+
 }  // namespace
 
 int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
@@ -285,20 +314,12 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     } catch (const CLI::ParseError& error) {
         return static_cast<int>(app.exit(error, out, err) == 0 ? ExitCode::ok : ExitCode::usage);
     }
-    try {
-        const std::chrono::duration<double> timeout(options.timeout);
-        Client client(socketPath(app, options),
-                      std::chrono::ceil<std::chrono::milliseconds>(timeout));
-        Session session{options, client, out};
-        const ExitCode code = chosen(app)(session);
-        if (!(out << std::flush)) {
-            throw Failure(ExitCode::unwritten, "the output cannot be written");
-        }
-        return static_cast<int>(code);
-    } catch (const Failure& failure) {
-        err << "sesctl: " << failure.what() << '\n';
-        return static_cast<int>(failure.code());
+    const ExitCode code = execute(app, options, out, err);
+    if (!(out << std::flush)) {
+        err << "sesctl: the output cannot be written\n";
+        return static_cast<int>(ExitCode::unwritten);
     }
+    return static_cast<int>(code);
 }
 
 }  // namespace sesctl

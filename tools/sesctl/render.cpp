@@ -3,8 +3,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iterator>
 #include <nlohmann/json.hpp>
+
+#include "tools/metrics/metrics.h"
 
 namespace sesctl {
 
@@ -166,7 +169,37 @@ void addRows(std::vector<PageRow>& rows, Kind kind, const std::vector<T>& elemen
     }
 }
 
+// A fault indication that was merely requested says nothing of the supply.
+bool inOrder(const PowerSupply& supply) {
+    PowerSupply sensed = supply;
+    sensed.fail = false;
+    return supply.code == SES_E_ELEMENT_STATUS_CODE_OK && !inFault(sensed);
+}
+
+metrics::Readings readings(const Status& status) {
+    metrics::Readings readings;
+    for (const Sensor& sensor : status.sensors) {
+        readings.sensors.push_back({sensor.celsius, sensor.celsius.has_value()});
+    }
+    for (const Fan& fan : status.fans) {
+        readings.fans.push_back({fan.rpm, !inFault(fan)});
+    }
+    if (!status.powerSupplies.empty()) {
+        readings.redundant = std::ranges::all_of(status.powerSupplies, inOrder);
+    }
+    return readings;
+}
+
 }  // namespace
+
+std::string statusMetrics(const Status* status) {
+    metrics::Text text;
+    metrics::addLink(text, status != nullptr);
+    if (status != nullptr) {
+        metrics::addEnclosure(text, readings(*status));
+    }
+    return text.text();
+}
 
 std::vector<PageRow> statusRows(const Status& status) {
     std::vector<PageRow> rows{{0, sizeof(EncStatDiagPageHdr_t), "page header",

@@ -17,6 +17,9 @@ std::string driveLedTable(const Status& status, const std::vector<unsigned>& slo
 // One object; what a page does not tell is null.
 std::string statusJson(const Status& status);
 
+// The metrics of the enclosure for a Prometheus server; none: it could not be reached.
+std::string statusMetrics(const Status* status);
+
 // One record of the status page: where it stands, what it is of ("fan 1") and what it says.
 struct PageRow {
     std::size_t offset;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What sesctl does beyond a lab: pages in the bit order of the standard.
+// What sesctl does beyond a lab: pages in the bit order of the standard, metrics.
 #include <gmock/gmock.h>
 
 #include "tests/unit/tools/tools.h"
@@ -102,4 +102,38 @@ TEST(SesctlBoard, TheStandardsDecoderReadsEveryFlagAndNumber) {
     EXPECT_EQ(saidOf(2, 2, 0x31), "Actual speed=490 rpm");
     EXPECT_EQ(saidOf(2, 3, 0x60), "Fan at third lowest speed");
     EXPECT_EQ(saidOf(3, 2, 0x0D), "Temperature=-7 C");
+}
+
+// ---- metrics ----
+
+TEST(SesctlBoard, MetricsTellWhatIsInOrder) {
+    const auto values = [](const sesctl::Status* status) {
+        const std::regex noValue("#.*|esa_(status_time|temperature_limit)_.*|\n");
+        return std::regex_replace(sesctl::statusMetrics(status), noValue, ";");
+    };
+    EXPECT_THAT(values(nullptr), testing::MatchesRegex(";+esa_link_up 0;+"));
+    sesctl::Status status;
+    status.fans.resize(4);
+    status.fans[0].rpm = 900;
+    status.fans[1].rpm = 0;
+    status.fans[1].off = true;
+    status.fans[3].rpm = 400;
+    status.fans[3].fail = true;
+    status.sensors.resize(2);
+    status.sensors[0].celsius = -3;
+    EXPECT_EQ(std::regex_replace(values(&status), std::regex(";+"), "; "),
+              "; esa_link_up 1; esa_temperature_celsius{sensor=\"0\"} -3; "
+              "esa_sensor_ok{sensor=\"0\"} 1; esa_sensor_ok{sensor=\"1\"} 0; "
+              "esa_fan_speed_rpm{fan=\"0\"} 900; esa_fan_speed_rpm{fan=\"1\"} 0; "
+              "esa_fan_speed_rpm{fan=\"3\"} 400; esa_fan_ok{fan=\"0\"} 1; "
+              "esa_fan_ok{fan=\"1\"} 0; esa_fan_ok{fan=\"2\"} 0; esa_fan_ok{fan=\"3\"} 0; ");
+    // A fault indication alone was requested; a supply with a fault is not "OK".
+    status.powerSupplies.resize(2);
+    for (sesctl::PowerSupply& supply : status.powerSupplies) {
+        supply.code = 1;
+        supply.fail = true;
+    }
+    EXPECT_THAT(values(&status), testing::HasSubstr("esa_psu_ok 1"));
+    status.powerSupplies[1].code = 5;
+    EXPECT_THAT(values(&status), testing::HasSubstr("esa_psu_ok 0"));
 }
