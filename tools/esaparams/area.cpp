@@ -91,6 +91,10 @@ void openTo(int shmid, int key, const NewArea& wanted) {
 
 }  // namespace
 
+std::string fieldText(const char (&field)[MPU_K_DIRECTORY_SIZE]) {
+    return {field, strnlen(field, MPU_K_DIRECTORY_SIZE)};
+}
+
 Area::Area(int key, Access access) : shmid_(shmget(key, 0, 0)) {
     if (shmid_ < 0) {
         throw Failure(keyText(key) + ": there is no parameter area");

@@ -18,6 +18,9 @@ class Failure : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// A directory of the area; one of somebody else's making may lack the terminating zero.
+std::string fieldText(const char (&field)[MPU_K_DIRECTORY_SIZE]);
+
 enum class Access { read, change };
 
 // An area that exists, attached as long as this object lives.

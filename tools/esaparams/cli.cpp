@@ -53,12 +53,6 @@ constexpr DirectoryField DIRECTORIES[] = {
     {"non-volatile", "nonVolatileDirectory", &MPU_PARAMS_t::nonVolatileDirectory},
     {"trace log", "logDirectory", &MPU_PARAMS_t::logDirectory}};
 
-// An area of somebody else's making may lack the terminating zero.
-std::string directoryText(const MPU_PARAMS_t& params, const DirectoryField& directory) {
-    const char* const text = params.*directory.field;
-    return {text, strnlen(text, MPU_K_DIRECTORY_SIZE)};
-}
-
 std::string userName(uid_t user) {
     const passwd* const entry = getpwuid(user);
     return entry != nullptr ? entry->pw_name : std::to_string(user);
@@ -93,7 +87,7 @@ std::string areaText(int key, const Area& area) {
     text += "directories\n";
     for (const DirectoryField& directory : DIRECTORIES) {
         text +=
-            fmt::format("  {:<23}{}\n", directory.name, directoryText(area.params(), directory));
+            fmt::format("  {:<23}{}\n", directory.name, fieldText(area.params().*directory.field));
     }
     return text;
 }
@@ -112,7 +106,7 @@ std::string areaJson(int key, const Area& area) {
         json[flag.key] = (flags & flag.bit) != 0;
     }
     for (const DirectoryField& directory : DIRECTORIES) {
-        json[directory.key] = directoryText(area.params(), directory);
+        json[directory.key] = fieldText(area.params().*directory.field);
     }
     return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
 }

@@ -6,15 +6,17 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdlib>
+#include <climits>
 #include <functional>
 #include <numeric>
 #include <thread>
 
+#include "mpu_gbl.h"
 #include "tools/common/command_line.h"
 #include "tools/sesctl/control_page.h"
 #include "tools/sesctl/enclosure.h"
 #include "tools/sesctl/failure.h"
+#include "tools/sesctl/find.h"
 #include "tools/sesctl/render.h"
 #include "tools/sesctl/standard.h"
 
@@ -26,6 +28,9 @@ constexpr double TIMEOUT_DEFAULT_S = 5;
 const CLI::Range SECONDS(0.001, 3600.0);
 
 const char* const FOOTER = R"(
+Told nothing of where, it looks at $ESA_MMSG_DIR, then for a board by the key of /etc/default/esa,
+then for the lab called default.
+
 Elements are numbered from 0. Replies leave out the last byte of a page; sesctl gives it as 0. It
 holds the flags of the last audible alarm, which are therefore shown as not told.
 
@@ -39,8 +44,7 @@ Exit codes: 0 ok, 1 status shows a fault, 2 usage, 3 message switch not reachabl
 
 // The command line.
 struct Options {
-    std::string directory;
-    std::string name = "default";
+    Whereabouts where;
     double timeout = TIMEOUT_DEFAULT_S;
     bool json = false;
     bool hex = false;
@@ -194,12 +198,19 @@ void defineGeneral(CLI::App& app, Options& options) {
     app.require_subcommand(1);
     app.fallthrough();
     tools::setUp(app);
-    auto* const name = app.add_option("--name", options.name, "name of the lab")->type_name("NAME");
-    app.add_option("--dir", options.directory,
-                   "directory of the lab, /tmp/enclab-UID/NAME unless given; without both options "
-                   "the environment variable ESA_MMSG_DIR may name the directory of the sockets")
-        ->type_name("DIR")
-        ->excludes(name);
+    auto* const name =
+        app.add_option("--name", options.where.name, "name of a lab")->type_name("NAME");
+    auto* const directory = app.add_option("--dir", options.where.directory, "directory of a lab")
+                                ->type_name("DIR")
+                                ->excludes(name);
+    app.add_option("--key", options.where.key, "System V key of the board's parameter area")
+        ->type_name("KEY")
+        ->check(CLI::Range(MPU_K_PARAMS_KEY_MIN, INT_MAX, "KEY"))
+        ->excludes(name)
+        ->excludes(directory);
+    app.add_option("--settings", options.where.settings,
+                   fmt::format("where the service's key is looked up ({})", tools::SETTINGS))
+        ->type_name("FILE");
     app.add_option("--timeout", options.timeout, "seconds to wait for each reply (default 5)")
         ->type_name("S")
         ->check(SECONDS);
@@ -274,22 +285,11 @@ Command chosen(const CLI::App& app) {
         ->second;
 }
 
-std::string socketPath(const CLI::App& app, const Options& options) {
-    const char* const messages = std::getenv("ESA_MMSG_DIR");
-    if (messages != nullptr && app.count("--dir") == 0 && app.count("--name") == 0) {
-        return std::string(messages) + "/environ";
-    }
-    const std::string directory = options.directory.empty()
-                                      ? fmt::format("/tmp/enclab-{}/{}", getuid(), options.name)
-                                      : options.directory;
-    return directory + "/mmsg/environ";
-}
-
 ExitCode execute(const CLI::App& app, const Options& options, std::ostream& out,
                  std::ostream& err) {
     try {
         const std::chrono::duration<double> timeout(options.timeout);
-        Client client(socketPath(app, options),
+        Client client(switchSocket(options.where),
                       std::chrono::ceil<std::chrono::milliseconds>(timeout));
         Session session{options, client, out};
         return chosen(app)(session);

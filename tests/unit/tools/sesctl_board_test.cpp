@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// What sesctl does beyond a lab: pages in the bit order of the standard, metrics.
+// What sesctl does beyond a lab: pages in the bit order of the standard, metrics, the switch.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include "tests/unit/tools/tools.h"
+#include "tools/esaparams/area.h"
+#include "tools/sesctl/cli.h"
 #include "tools/sesctl/render.h"
 #include "tools/sesctl/standard.h"
 
@@ -136,4 +141,40 @@ TEST(SesctlBoard, MetricsTellWhatIsInOrder) {
     EXPECT_THAT(values(&status), testing::HasSubstr("esa_psu_ok 1"));
     status.powerSupplies[1].code = 5;
     EXPECT_THAT(values(&status), testing::HasSubstr("esa_psu_ok 0"));
+}
+
+// ---- the switch ----
+
+TEST(SesctlBoard, TheSwitchIsFoundByTheParameterArea) {
+    const Place place;
+    const int key = 0x45000000 | getpid();
+    const auto says = [&](const std::string& options) {
+        return told(sesctl::run, "sesctl config " + options).err;
+    };
+    const std::string lab = fmt::format("/tmp/enclab-{}/default/mmsg/environ", getuid());
+    const auto expectNone = [&](const std::string& because) {
+        if (!std::filesystem::exists(lab)) {
+            EXPECT_EQ(says("--settings set"),
+                      fmt::format("sesctl: no switch here; in a lab use --name. Looked at: "
+                                  "ESA_MMSG_DIR (not set), {}, {} (there is none)\n",
+                                  because, lab));
+        }
+    };
+    expectNone("set (no ESA_SHM_KEY)");
+    std::ofstream("set") << "# of the unit\nESA_SHM_KEY=1\n ESA_SHM_KEY = \"" << key << "\"\n";
+    const std::string none = fmt::format("key {:#x}: there is no parameter area", key);
+    expectNone(fmt::format("set ({})", none));
+    EXPECT_EQ(says(fmt::format("--key {}", key)), "sesctl: " + none + "\n");
+    esaparams::create(key, {place.directory, "/tmp", "/tmp", ""});
+    expectNone(place.directory + "/environ (there is none)");
+    sockaddr_un address = {AF_UNIX, "environ"};
+    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
+    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    for (const std::string& options :
+         {std::string("--settings set"), fmt::format("--key {}", key)}) {
+        EXPECT_EQ(says(options), "sesctl: cannot reach the message switch at " + place.directory +
+                                     "/environ: Connection refused\n");
+    }
+    close(fd);
+    esaparams::remove(key);
 }
