@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/chassis/service_chassis.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "chassis/table.h"
 #include "start/personality.h"
 
@@ -19,6 +22,15 @@ std::string chassisTitle(KORVO_E_CHASSIS_t type) {
 KORVO_E_CHASSIS_t chassisSelected(const std::string& personality) {
     esaChassisTableUse(esaChassisTable());
     return esaPersonalityChoiceFind(personality.substr(0, ESA_K_PERSONALITY_SIZE).c_str()).type;
+}
+
+std::vector<const EsaChassis_t*> chassisLike(unsigned slots, unsigned supplies) {
+    std::vector<const EsaChassis_t*> rows;
+    std::ranges::copy_if(esaChassisTable(), std::back_inserter(rows), [&](const auto* row) {
+        return !row->names.empty() && row->setup.deviceMaxNumber == slots &&
+               row->setup.powerSupplyMaxNumber == supplies;
+    });
+    return rows;
 }
 
 }  // namespace service

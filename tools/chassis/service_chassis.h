@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "state/chassis.h"
 
@@ -15,5 +16,8 @@ std::string chassisTitle(KORVO_E_CHASSIS_t type);
 
 // The type that a personality file with this text selects.
 KORVO_E_CHASSIS_t chassisSelected(const std::string& personality);
+
+// The rows that a personality file can select and that have so many slots and supplies.
+std::vector<const EsaChassis_t*> chassisLike(unsigned slots, unsigned supplies);
 
 }  // namespace service

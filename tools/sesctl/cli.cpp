@@ -53,6 +53,7 @@ struct Options {
     double watch = 0;  // seconds between two looks; 0: one look
     std::string action;
     std::vector<unsigned> numbers;
+    bool force = false;
 };
 
 // What every command works with.
@@ -166,6 +167,9 @@ ExitCode fan(Session& session) {
     control(session, [&options](ControlPage& page, const Enclosure& enclosure) {
         const unsigned number = options.numbers.front();
         checkNumber(number, enclosure.configuration.counts[fans], SES_K_FANS_MAX, "fan");
+        if (options.action == "off" && !options.force) {
+            checkFanOff(number, enclosure.configuration);
+        }
         page.fan(number, options.action == "on");
     });
     return ExitCode::ok;
@@ -211,6 +215,7 @@ void defineGeneral(CLI::App& app, Options& options) {
     app.add_option("--settings", options.where.settings,
                    fmt::format("where the service's key is looked up ({})", tools::SETTINGS))
         ->type_name("FILE");
+    app.add_flag("--force", options.force, "\"fan off\" even where nothing turns it on again");
     app.add_option("--timeout", options.timeout, "seconds to wait for each reply (default 5)")
         ->type_name("S")
         ->check(SECONDS);

@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tools/sesctl/control_page.h"
 
+#include <fmt/format.h>
+
+#include "tools/chassis/service_chassis.h"
+#include "tools/sesctl/failure.h"
+
 namespace sesctl {
 
 namespace {
@@ -81,6 +86,20 @@ void ControlPage::alarm(unsigned alarm, AlarmRequest request) {
     selected.setMute = request == AlarmRequest::mute;
     selected.info = request == AlarmRequest::information;
     selected.crit = request == AlarmRequest::critical;
+}
+
+void checkFanOff(unsigned fan, const Configuration& configuration) {
+    const auto rows =
+        service::chassisLike(configuration.counts[devices], configuration.counts[powerSupplies]);
+    for (const EsaChassis_t* row : rows) {
+        const EsaFansStayOff_t& stay = row->facts.fansStayOff;
+        if (stay.until != nullptr && fan >= stay.first) {
+            throw Failure(ExitCode::usage,
+                          fmt::format("this may be a {} chassis, where fan {}, switched off, stays "
+                                      "off until {}; --force does it all the same",
+                                      row->facts.title, fan, stay.until));
+        }
+    }
 }
 
 }  // namespace sesctl

@@ -36,4 +36,8 @@ class ControlPage {
     Bytes page_;
 };
 
+// Throws Failure, usage, where `fan` may stay off once it is switched off. The pages do not name
+// the chassis: it is any that has so many slots and supplies.
+void checkFanOff(unsigned fan, const Configuration& configuration);
+
 }  // namespace sesctl

@@ -189,7 +189,9 @@ constexpr EsaChassis_t ESA_CHASSIS_VSC055 = {
               .tachometerClock = VSC055_TACHOMETER_CLOCK,
               .slowLooksStopped = false,
               .divisorHighest = 255,
-              .hottest = 127},
+              .hottest = 127,
+              // all of them, with the first (compatibility: fan-off-vsc055)
+              .fansStayOff = {0, "a reset of the controller"}},
     .names = NAMES,
     .setup = {.deviceMaxNumber = 16,
               .powerSupplyMaxNumber = 2,

@@ -262,7 +262,9 @@ constexpr EsaChassis_t ESA_CHASSIS_XYRATEX = {
               .tachometerClock = VSC055_TACHOMETER_CLOCK,
               .slowLooksStopped = false,
               .divisorHighest = 255,
-              .hottest = 127},
+              .hottest = 127,
+              // (compatibility: groups-xyratex)
+              .fansStayOff = {4, "\"fan on\" or a restart of the service"}},
     .names = NAMES,
     .setup = {.deviceMaxNumber = XYRATEX_SLOTS,
               .powerSupplyMaxNumber = 2,

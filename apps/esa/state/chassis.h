@@ -55,6 +55,12 @@ enum class EsaSurplusSensors_e : U8_t {
     LEFT_OUT,       // unreadable, left out of the average
 };
 
+// Fans that, switched off by a peer, may stay off: no poll turns them on again.
+struct EsaFansStayOff_t {
+    U8_t first;         // of them, to the last
+    const char* until;  // what gives them back; null: there are no such fans
+};
+
 // For people and tools; the service itself does not read it.
 struct EsaChassisFacts_t {
     const char* title;  // "Xyratex 2U12ATX"
@@ -67,6 +73,7 @@ struct EsaChassisFacts_t {
     bool slowLooksStopped;
     U8_t divisorHighest;  // the chip takes; of a higher one its low bits
     U32_t hottest;        // degrees Celsius, the highest reading
+    EsaFansStayOff_t fansStayOff = {};
 };
 
 // Load of a fan, 0 to 100.

@@ -1,180 +1,134 @@
 // SPDX-License-Identifier: Apache-2.0
-// What sesctl does beyond a lab: pages in the bit order of the standard, metrics, the switch.
+// What sesctl does on a board: pages in the standard's bit order, metrics, the switch, fans off.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
-#include "tests/unit/tools/tools.h"
+#include <filesystem>
+#include <fstream>
+#include <regex>
+
+#include "tests/support/hex.h"
 #include "tools/esaparams/area.h"
-#include "tools/sesctl/cli.h"
+#include "tools/sesctl/control_page.h"
+#include "tools/sesctl/failure.h"
+#include "tools/sesctl/find.h"
 #include "tools/sesctl/render.h"
 #include "tools/sesctl/standard.h"
 
-namespace {
-
-using Texts = std::set<std::string>;
-
-// ---- pages as Debian's decoder reads them ----
-
-// One page of `values.size()` records of a kind, each with its value in one byte: what the decoder
-// says of each.
-std::vector<Texts> decoded(std::size_t kind, std::size_t byte, const Bytes& values) {
-    Bytes pages[] = {Bytes(68), Bytes(8 + 4 * (5 + values.size()))};
-    sesctl::Configuration configuration;
-    configuration.counts[kind] = narrowTo<unsigned>(values.size());
-    for (std::size_t n = 0; n < 2; n++) {
-        pages[n][0] = static_cast<std::uint8_t>(n + 1);
-        pages[n][3] = static_cast<std::uint8_t>(pages[n].size() - 4);
-    }
-    std::ranges::copy(Bytes{1, 0, 5, 36}, &pages[0][8]);
-    for (std::size_t type = 0; type < 5; type++) {
-        pages[0][48 + 4 * type] = sesctl::ELEMENT_TYPES[type];
-        pages[0][49 + 4 * type] = static_cast<std::uint8_t>(configuration.counts[type]);
-    }
-    for (std::size_t n = 0; n < values.size(); n++) {
-        pages[1][8 + 4 * (kind + 1 + n) + byte] = values[n];
-    }
-    std::ofstream("pages") << sesctl::pageHex(pages[0], "")
-                           << sesctl::pageHex(sesctl::standardStatus(pages[1], configuration), "");
-    EXPECT_EQ(std::system("sg_ses --status --page=es --inhex=pages >text"), 0);
-    std::vector<Texts> elements;
-    const std::regex separator(", |^ +");
-    for (const std::string& line : linesIn(contentOf("text"))) {
-        if (line.ends_with("descriptor:")) {
-            elements.emplace_back();
-        } else if (!elements.empty() && line.starts_with("        ")) {
-            elements.back().insert(
-                std::sregex_token_iterator(line.begin(), line.end(), separator, -1), {});
-        }
-    }
-    elements.erase(elements.begin(), elements.begin() + static_cast<int>(kind) + 1);
-    elements.resize(values.size());
-    return elements;
-}
-
-// What it says only because of the value.
-std::string saidOf(std::size_t kind, std::size_t byte, std::uint8_t value) {
-    const auto elements = decoded(kind, byte, {0, value});
-    Texts only;
-    std::ranges::set_difference(elements[1], elements[0], std::inserter(only, only.end()));
-    return only.size() == 1 ? *only.begin() : std::to_string(only.size()) + " texts";
-}
-
-// The names of a byte's bits, from the service's most significant one on.
-struct Byte {
-    std::size_t kind, number;
-    std::vector<std::string> names;
-};
-const Byte BYTES[] = {
-    {0,
-     2,
-     {"Report", "Ident", "RMV", "Ready to insert", "Enc bypassed B", "Enc bypassed A",
-      "Do not remove", "App client bypassed A"}},
-    {0,
-     3,
-     {"Device bypassed B", "Device bypassed A", "Bypassed B", "Bypassed A", "Device off",
-      "Fault requested", "Fault sensed", "App client bypassed B"}},
-    {1, 2, {"", "DC overcurrent", "DC undervoltage", "DC overvoltage"}},
-    {1,
-     3,
-     {"DC fail", "AC fail", "Temperature warn", "Overtmp fail", "Off", "Requested on", "Fail",
-      "Hot swap"}},
-    {2, 3, {"", "", "", "", "Off", "Requested on", "Fail", "Hot swap"}},
-    {3, 3, {"UT warning", "UT failure", "OT warning", "OT failure"}},
-    {4,
-     3,
-     {"Unrecov", "Crit", "Non-crit", "Tone indicator: Info", "Remind", "", "Mute", "Request mute"}},
-};
-
-}  // namespace
-
+// Two records of each kind, with every other bit set.
 TEST(SesctlBoard, TheStandardsDecoderReadsEveryFlagAndNumber) {
-    const Place place;
-    for (const auto& [kind, number, names] : BYTES) {
-        for (std::size_t bit = 0; bit < names.size(); bit++) {
-            if (!names[bit].empty()) {
-                EXPECT_EQ(saidOf(kind, number, static_cast<std::uint8_t>(0x80 >> bit)),
-                          names[bit] + "=1");
-            }
-        }
-    }
-    for (std::size_t kind = 1; kind < 5; kind++) {
-        EXPECT_EQ(saidOf(kind, 1, 0x01), "Ident=1");
-    }
-    EXPECT_EQ(saidOf(0, 1, 0x6A), "Slot address: 106");
-    EXPECT_EQ(saidOf(2, 1, 0x80), "Actual speed=5120 rpm");
-    EXPECT_EQ(saidOf(2, 2, 0x31), "Actual speed=490 rpm");
-    EXPECT_EQ(saidOf(2, 3, 0x60), "Fan at third lowest speed");
-    EXPECT_EQ(saidOf(3, 2, 0x0D), "Temperature=-7 C");
+    const auto types = hexBytes(
+        "01000040 00000000 20000524 0000000000000000 0000000000000000 0000000000000000"
+        "0000000000000000 00000000 01020000 02020000 03020000 04020000 06020000");
+    const auto status = hexBytes(
+        "02A80040 00000000 00000000 016AAAAA 02955555 00000000 01012AAA 05005055 00000000 0181316A"
+        "0040AAA5 00000000 00010DA0 00005550 00000020 000100A8 20000057");
+    const std::string file = testing::TempDir() + fmt::format("sesctl-board-{}", getpid());
+    const auto configuration = sesctl::decodeConfiguration(types);
+    std::ofstream(file) << sesctl::pageHex(sesctl::standardConfiguration(types), "")
+                        << sesctl::pageHex(sesctl::standardStatus(status, configuration), "");
+    const std::string command = fmt::format(
+        "for page in cf es; do sg_ses --status --page=$page --inhex={}; done | grep -oE '[A-Z]"
+        "[A-Za-z -]*=1\\b|address: [^0].*|processes: .*|[1-9][0-9]+ rpm.*|-?[0-9]+ C$' | paste "
+        "-sd,",
+        file);
+    std::FILE* const pipe = popen(command.c_str(), "r");
+    char said[2000] = "";
+    EXPECT_GT(fread(said, 1, sizeof said - 1, pipe), 0U);
+    EXPECT_EQ(pclose(pipe), 0);
+    std::filesystem::remove(file);
+    EXPECT_STREQ(
+        said,
+        "processes: 1,INVOP=1,NON-CRIT=1,UNRECOV=1,address: 106,Do not remove=1,Enc bypassed B=1,"
+        "RMV=1,Report=1,Fault sensed=1,Device off=1,Bypassed B=1,Device bypassed B=1,address: 149,"
+        "App client bypassed A=1,Enc bypassed A=1,Ready to insert=1,Ident=1,App client bypassed "
+        "B=1,"
+        "Fault requested=1,Bypassed A=1,Device bypassed A=1,Ident=1,DC undervoltage=1,Fail=1,Off=1,"
+        "Temperature warn=1,DC fail=1,DC overvoltage=1,DC overcurrent=1,Hot swap=1,Requested on=1,"
+        "Overtmp fail=1,AC fail=1,Ident=1,Fail=1,Off=1,5610 rpm, Fan at third lowest speed,Hot "
+        "swap=1,"
+        "Requested on=1,4260 rpm, Fan at third highest speed,Ident=1,OT warning=1,UT warning=1,-7 "
+        "C,"
+        "OT failure=1,UT failure=1,65 "
+        "C,Disabled=1,Ident=1,Remind=1,Non-crit=1,Unrecov=1,Disabled=1,"
+        "Request mute=1,Mute=1,Info=1,Crit=1\n");
 }
-
-// ---- metrics ----
 
 TEST(SesctlBoard, MetricsTellWhatIsInOrder) {
-    const auto values = [](const sesctl::Status* status) {
-        const std::regex noValue("#.*|esa_(status_time|temperature_limit)_.*|\n");
-        return std::regex_replace(sesctl::statusMetrics(status), noValue, ";");
-    };
-    EXPECT_THAT(values(nullptr), testing::MatchesRegex(";+esa_link_up 0;+"));
     sesctl::Status status;
-    status.fans.resize(4);
+    status.fans.resize(3);
     status.fans[0].rpm = 900;
     status.fans[1].rpm = 0;
     status.fans[1].off = true;
-    status.fans[3].rpm = 400;
-    status.fans[3].fail = true;
     status.sensors.resize(2);
     status.sensors[0].celsius = -3;
-    EXPECT_EQ(std::regex_replace(values(&status), std::regex(";+"), "; "),
-              "; esa_link_up 1; esa_temperature_celsius{sensor=\"0\"} -3; "
-              "esa_sensor_ok{sensor=\"0\"} 1; esa_sensor_ok{sensor=\"1\"} 0; "
-              "esa_fan_speed_rpm{fan=\"0\"} 900; esa_fan_speed_rpm{fan=\"1\"} 0; "
-              "esa_fan_speed_rpm{fan=\"3\"} 400; esa_fan_ok{fan=\"0\"} 1; "
-              "esa_fan_ok{fan=\"1\"} 0; esa_fan_ok{fan=\"2\"} 0; esa_fan_ok{fan=\"3\"} 0; ");
-    // A fault indication alone was requested; a supply with a fault is not "OK".
+    const std::regex needless("#.*\n|esa_(status_time|temperature_limit)_.*\n|esa_");
+    const std::string none = sesctl::statusMetrics(nullptr), some = sesctl::statusMetrics(&status);
+    EXPECT_EQ(std::regex_replace(none, needless, ""), "link_up 0\n");
+    EXPECT_EQ(
+        std::regex_replace(some, needless, ""),
+        "link_up 1\ntemperature_celsius{sensor=\"0\"} -3\nsensor_ok{sensor=\"0\"} 1\n"
+        "sensor_ok{sensor=\"1\"} 0\nfan_speed_rpm{fan=\"0\"} 900\nfan_speed_rpm{fan=\"1\"} 0\n"
+        "fan_ok{fan=\"0\"} 1\nfan_ok{fan=\"1\"} 0\nfan_ok{fan=\"2\"} 0\n");
     status.powerSupplies.resize(2);
     for (sesctl::PowerSupply& supply : status.powerSupplies) {
-        supply.code = 1;
-        supply.fail = true;
+        supply.code = SES_E_ELEMENT_STATUS_CODE_OK;
+        supply.fail = true;  // as requested
     }
-    EXPECT_THAT(values(&status), testing::HasSubstr("esa_psu_ok 1"));
-    status.powerSupplies[1].code = 5;
-    EXPECT_THAT(values(&status), testing::HasSubstr("esa_psu_ok 0"));
+    EXPECT_THAT(sesctl::statusMetrics(&status), testing::HasSubstr("esa_psu_ok 1"));
+    status.powerSupplies[1].code = SES_E_ELEMENT_STATUS_CODE_NOT_INSTALLED;
+    EXPECT_THAT(sesctl::statusMetrics(&status), testing::HasSubstr("esa_psu_ok 0"));
 }
 
-// ---- the switch ----
-
 TEST(SesctlBoard, TheSwitchIsFoundByTheParameterArea) {
-    const Place place;
+    const std::filesystem::path place = testing::TempDir() + fmt::format("sesctl-{}", getpid());
+    std::filesystem::create_directory(place);
     const int key = 0x45000000 | getpid();
-    const auto says = [&](const std::string& options) {
-        return told(sesctl::run, "sesctl config " + options).err;
-    };
+    const std::string settings = place / "settings", socket = place / "environ";
     const std::string lab = fmt::format("/tmp/enclab-{}/default/mmsg/environ", getuid());
-    const auto expectNone = [&](const std::string& because) {
-        if (!std::filesystem::exists(lab)) {
-            EXPECT_EQ(says("--settings set"),
-                      fmt::format("sesctl: no switch here; in a lab use --name. Looked at: "
-                                  "ESA_MMSG_DIR (not set), {}, {} (there is none)\n",
-                                  because, lab));
+    const auto found = [&](const sesctl::Whereabouts& where) -> std::string {
+        try {
+            return sesctl::switchSocket(where);
+        } catch (const sesctl::Failure& failure) {
+            return failure.what();
         }
     };
-    expectNone("set (no ESA_SHM_KEY)");
-    std::ofstream("set") << "# of the unit\nESA_SHM_KEY=1\n ESA_SHM_KEY = \"" << key << "\"\n";
-    const std::string none = fmt::format("key {:#x}: there is no parameter area", key);
-    expectNone(fmt::format("set ({})", none));
-    EXPECT_EQ(says(fmt::format("--key {}", key)), "sesctl: " + none + "\n");
-    esaparams::create(key, {place.directory, "/tmp", "/tmp", ""});
-    expectNone(place.directory + "/environ (there is none)");
-    sockaddr_un address = {AF_UNIX, "environ"};
-    const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-    EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    for (const std::string& options :
-         {std::string("--settings set"), fmt::format("--key {}", key)}) {
-        EXPECT_EQ(says(options), "sesctl: cannot reach the message switch at " + place.directory +
-                                     "/environ: Connection refused\n");
-    }
-    close(fd);
+    const auto expectNone = [&](const std::string& because) {
+        const std::string none = fmt::format(
+            "no switch here; in a lab use --name. Looked at: ESA_MMSG_DIR (not set), {}, {} (there "
+            "is none)",
+            because, lab);
+        EXPECT_EQ(found({"", "", 0, settings}), std::filesystem::exists(lab) ? lab : none);
+    };
+    expectNone(settings + " (no ESA_SHM_KEY)");
+    std::ofstream(settings) << "# of the unit\nESA_SHM_KEY=1\n ESA_SHM_KEY = \"" << key << "\"\n";
+    const std::string noArea = fmt::format("key {:#x}: there is no parameter area", key);
+    expectNone(fmt::format("{} ({})", settings, noArea));
+    EXPECT_EQ(found({"", "", key, ""}), noArea);
+    esaparams::create(key, {place, "/tmp", "/tmp", ""});
+    EXPECT_EQ(found({"", "", key, ""}), socket);
+    expectNone(socket + " (there is none)");
+    std::ofstream(socket) << "";
+    EXPECT_EQ(found({"", "", 0, settings}), socket);
     esaparams::remove(key);
+    std::filesystem::remove_all(place);
+}
+
+TEST(SesctlBoard, FansThatWouldStayOffAreRefused) {
+    const auto refused = [](unsigned slots, unsigned supplies) {
+        sesctl::Configuration configuration;
+        configuration.counts = {slots, supplies, 8, 4, 1};
+        int fans = 0;
+        for (unsigned fan = 0; fan < 8; fan++) {
+            try {
+                sesctl::checkFanOff(fan, configuration);
+            } catch (const sesctl::Failure&) {
+                fans |= 1 << fan;
+            }
+        }
+        return fans;
+    };
+    EXPECT_EQ(refused(12, 2), 0xF0);  // Xyratex
+    EXPECT_EQ(refused(16, 2), 0xFF);  // VSC055, or one that counts like it
+    EXPECT_EQ(refused(16, 3) | refused(12, 3), 0);
 }
