@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <stdexcept>
+#include <sstream>
 
 #include "tools/altevent/report.h"
 #include "tools/common/command_line.h"
@@ -51,19 +51,27 @@ void addOptions(CLI::App& app, Options& options) {
     app.footer(FOOTER);
 }
 
-int list(const Options& options, std::FILE* out) {
+int list(const Options& options, std::ostream& out) {
     Log log = readLog(options.file);
     if (log.records.size() > options.last) {
         log.records.erase(log.records.begin(),
                           log.records.end() - static_cast<std::ptrdiff_t>(options.last));
     }
-    const std::string report =
-        options.json ? jsonReport(log, options.hex) : textReport(log, options.hex);
-    if (std::fwrite(report.data(), 1, report.size(), out) != report.size() ||
-        std::fflush(out) != 0) {
-        throw std::runtime_error(std::string("cannot write: ") + std::strerror(errno));
-    }
+    out << (options.json ? jsonReport(log, options.hex) : textReport(log, options.hex));
     return log.damaged.empty() ? OK : DAMAGED;
+}
+
+int execute(const Options& options, std::ostream& out, std::ostream& err) {
+    try {
+        return list(options, out);
+    } catch (const std::exception& error) {
+        err << "altevent: " << error.what() << '\n';
+        return UNREADABLE;
+    }
+}
+
+bool put(const std::string& text, std::FILE* file) {
+    return std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
 }
 
 }  // namespace
@@ -72,22 +80,15 @@ int run(int argc, const char* const* argv, std::FILE* out, std::FILE* err) {
     CLI::App app(DESCRIPTION, "altevent");
     Options options;
     addOptions(app, options);
-    try {
-        app.parse(argc, argv);
-        return list(options, out);
-    } catch (const CLI::CallForHelp&) {
-        std::fputs(app.help().c_str(), out);
-        return OK;
-    } catch (const CLI::CallForVersion& version) {
-        std::fprintf(out, "%s\n", version.what());
-        return OK;
-    } catch (const CLI::ParseError& error) {
-        std::fprintf(err, "altevent: %s (see altevent --help)\n", error.what());
-        return USAGE;
-    } catch (const std::exception& error) {
-        std::fprintf(err, "altevent: %s\n", error.what());
-        return UNREADABLE;
+    std::ostringstream output, errors;
+    int code = tools::run(app, {argc, argv, output, errors}, {USAGE, UNREADABLE},
+                          [&] { return execute(options, output, errors); });
+    if (!put(output.str(), out)) {
+        errors << "altevent: cannot write: " << std::strerror(errno) << '\n';
+        code = UNREADABLE;
     }
+    put(errors.str(), err);
+    return code;
 }
 
 }  // namespace altevent

@@ -152,19 +152,12 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     CLI::App app("Says whether this machine can run the enclosure service, and what is missing.",
                  "esa-doctor");
     define(app, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error, out, err) == 0 ? 0 : EXIT_USAGE;
-    }
-    const Findings findings = examine(options);
-    out << (options.json ? tableJson : tableText)(findings) << std::flush;
-    if (!out) {
-        err << "esa-doctor: the output cannot be written\n";
-        return EXIT_USAGE;
-    }
-    const Finding& worst = *std::ranges::max_element(findings, {}, &Finding::severity);
-    return EXIT_CODES[static_cast<int>(worst.severity)];
+    return tools::run(app, {argc, argv, out, err}, {EXIT_USAGE, EXIT_USAGE}, [&] {
+        const Findings findings = examine(options);
+        out << (options.json ? tableJson : tableText)(findings);
+        const Finding& worst = *std::ranges::max_element(findings, {}, &Finding::severity);
+        return EXIT_CODES[static_cast<int>(worst.severity)];
+    });
 }
 
 }  // namespace doctor

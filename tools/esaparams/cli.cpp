@@ -115,10 +115,7 @@ std::string areaJson(int key, const Area& area) {
 
 void show(const Options& options, std::ostream& out) {
     const Area area(options.key, Access::read);
-    out << (options.json ? areaJson : areaText)(options.key, area) << std::flush;
-    if (!out) {
-        throw Failure("the output cannot be written");
-    }
+    out << (options.json ? areaJson : areaText)(options.key, area);
 }
 
 void trace(const Options& options, std::ostream&) {
@@ -192,18 +189,15 @@ class CommandLine {
 
 int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
     CommandLine line;
-    try {
-        line.app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return line.app.exit(error, out, err) == 0 ? 0 : EXIT_USAGE;
-    }
-    try {
-        line.command(line.options, out);
-    } catch (const Failure& failure) {
-        err << "esaparams: " << failure.what() << '\n';
-        return EXIT_FAILED;
-    }
-    return 0;
+    return tools::run(line.app, {argc, argv, out, err}, {EXIT_USAGE, EXIT_FAILED}, [&] {
+        try {
+            line.command(line.options, out);
+            return 0;
+        } catch (const Failure& failure) {
+            err << "esaparams: " << failure.what() << '\n';
+            return EXIT_FAILED;
+        }
+    });
 }
 
 }  // namespace esaparams

@@ -52,17 +52,17 @@ bool drawingWrite(const std::string& path, const Report& report, const Ladder& l
     return static_cast<bool>(file.flush());
 }
 
-// What was asked for; an error text, empty when all is written.
-std::string write(const Options& options, const Report& report, std::ostream& out) {
+// The exit code.
+int execute(const Options& options, std::ostream& out, std::ostream& err) {
+    const Report report = inspect(options.file.empty() ? serviceFile() : options.file);
     const Ladder ladder = personality::ladder();
-    out << (options.json ? reportJson(report, ladder) : reportText(report, ladder)) << std::flush;
-    if (!out) {
-        return "the report cannot be written";
-    }
+    out << (options.json ? reportJson(report, ladder) : reportText(report, ladder));
     const bool isDrawn = !options.svg.empty() && ladder.startLoad != 0;
-    return isDrawn && !drawingWrite(options.svg, report, ladder)
-               ? options.svg + " cannot be written"
-               : "";
+    if (isDrawn && !drawingWrite(options.svg, report, ladder)) {
+        err << fmt::format("personality: {} cannot be written\n", options.svg);
+        return EXIT_USAGE;
+    }
+    return EXIT_CODES[static_cast<int>(verdict(report))];
 }
 
 }  // namespace
@@ -72,18 +72,8 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     CLI::App app("Checks an enclosure personality file as the service would read it.",
                  "personality");
     define(app, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error, out, err) == 0 ? 0 : EXIT_USAGE;
-    }
-    const Report report = inspect(options.file.empty() ? serviceFile() : options.file);
-    const std::string error = write(options, report, out);
-    if (!error.empty()) {
-        err << fmt::format("personality: {}\n", error);
-        return EXIT_USAGE;
-    }
-    return EXIT_CODES[static_cast<int>(verdict(report))];
+    return tools::run(app, {argc, argv, out, err}, {EXIT_USAGE, EXIT_USAGE},
+                      [&] { return execute(options, out, err); });
 }
 
 }  // namespace personality

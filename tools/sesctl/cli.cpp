@@ -314,17 +314,10 @@ int run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
     Options options;
     CLI::App app("Shows and controls the enclosure through SES commands.", "sesctl");
     defineCommands(app, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        return static_cast<int>(app.exit(error, out, err) == 0 ? ExitCode::ok : ExitCode::usage);
-    }
-    const ExitCode code = execute(app, options, out, err);
-    if (!(out << std::flush)) {
-        err << "sesctl: the output cannot be written\n";
-        return static_cast<int>(ExitCode::unwritten);
-    }
-    return static_cast<int>(code);
+    const tools::ErrorCodes codes{static_cast<int>(ExitCode::usage),
+                                  static_cast<int>(ExitCode::unwritten)};
+    return tools::run(app, {argc, argv, out, err}, codes,
+                      [&] { return static_cast<int>(execute(app, options, out, err)); });
 }
 
 }  // namespace sesctl
