@@ -6,12 +6,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "start/personality.h"
 #include "tools/common/command_line.h"
+#include "tools/common/settings.h"
 #include "tools/doctor/checks.h"
 
 namespace doctor {
@@ -30,7 +29,7 @@ Exit codes: 0 fine, 1 warnings, 2 usage or an output that cannot be written, 6 t
 run here.)";
 
 struct Options {
-    std::string settings = "/etc/default/esa";
+    std::string settings = tools::SETTINGS;
     int key = 0;
     std::string user = "_esa";
     std::string bus = "/dev/enc-0";
@@ -55,38 +54,8 @@ void define(CLI::App& app, Options& options) {
     app.footer(FOOTER);
 }
 
-std::string trimmed(const std::string& text) {
-    constexpr char BLANKS[] = " \t\r";
-    const std::size_t first = text.find_first_not_of(BLANKS);
-    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
-}
-
-std::string unquoted(const std::string& value) {
-    const bool isQuoted = value.size() > 1 && value.front() == value.back() &&
-                          (value.front() == '"' || value.front() == '\'');
-    return isQuoted ? value.substr(1, value.size() - 2) : value;
-}
-
-// The value of NAME in a file of NAME=VALUE lines, else of the environment; empty without. As
-// systemd reads an EnvironmentFile: blanks around both and quotes around the value do not count, of
-// two lines the last one does. A name behind `#` or `;` is another name.
-std::string setting(const std::string& file, const std::string& name) {
-    const char* const inherited = std::getenv(name.c_str());
-    std::string value = inherited != nullptr ? inherited : "";
-    std::ifstream stream(file);
-    for (std::string line; std::getline(stream, line);) {
-        const std::size_t equals = line.find('=');
-        if (equals != line.npos && trimmed(line.substr(0, equals)) == name) {
-            value = unquoted(trimmed(line.substr(equals + 1)));
-        }
-    }
-    return value;
-}
-
 int keyOf(const Options& options) {
-    return options.key != 0 ? options.key
-                            : static_cast<int>(std::strtol(
-                                  setting(options.settings, "ESA_SHM_KEY").c_str(), nullptr, 0));
+    return options.key != 0 ? options.key : tools::settingsKey(options.settings);
 }
 
 void checkPlatform(const Options& options, const Account& account, Findings& findings) {
@@ -115,7 +84,7 @@ Findings examine(const Options& options) {
         findings.push_back({Severity::fine, "service's user", options.user});
     }
     checkPlatform(options, account, findings);
-    const std::string file = setting(options.settings, "STARTUP") + ESA_K_PERSONALITY_FILE;
+    const std::string file = tools::setting(options.settings, "STARTUP") + ESA_K_PERSONALITY_FILE;
     checkPersonality(options.personality.empty() ? file : options.personality, account, findings);
     checkBus(options.bus, account, findings);
     checkClock(findings);
