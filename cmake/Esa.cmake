@@ -79,19 +79,19 @@ foreach(flag stack-clash-protection cf-protection)
         target_compile_options(esa_daemon_flags INTERFACE -f${flag})
     endif()
 endforeach()
-# The C library warns of a level that it or the compiler does not have.
-set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -D_FORTIFY_SOURCE=3")
+# The C library warns of a level that it or the compiler does not have. Whoever builds a package has
+# given a level of his own, maybe the compiler, too.
+set(CMAKE_REQUIRED_FLAGS "-O2 -Werror -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
 check_cxx_source_compiles("#include <string.h>\nint main() { return 0; }" ESA_HAS_FORTIFY_3)
 unset(CMAKE_REQUIRED_FLAGS)
-set(fortify _FORTIFY_SOURCE=$<IF:$<BOOL:${ESA_HAS_FORTIFY_3}>,3,2>)
+set(fortify -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=$<IF:$<BOOL:${ESA_HAS_FORTIFY_3}>,3,2>)
 if(ESA_SANITIZE)
     target_compile_options(esa_daemon_flags INTERFACE -fsanitize=${ESA_SANITIZE})
 endif()
 if(ESA_OPTIMIZED_DAEMON)
-    target_compile_options(esa_daemon_flags INTERFACE -O2)
-    target_compile_definitions(esa_daemon_flags INTERFACE ${fortify})
+    target_compile_options(esa_daemon_flags INTERFACE -O2 ${fortify})
 elseif(NOT ESA_SANITIZE)
-    target_compile_definitions(esa_daemon_flags INTERFACE $<$<NOT:$<CONFIG:Debug>>:${fortify}>)
+    target_compile_options(esa_daemon_flags INTERFACE "$<$<NOT:$<CONFIG:Debug>>:${fortify}>")
 endif()
 
 # A process that ends by abort() or _exit() writes its counts, too.
