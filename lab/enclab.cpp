@@ -22,6 +22,7 @@
 #include "lab/session/control_server.h"
 #include "lab/session/lab.h"
 #include "lab/web/panel.h"
+#include "tools/common/command_line.h"
 
 using enclab::Commands;
 using enclab::Lab;
@@ -378,7 +379,8 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("A virtual enclosure around the Enclosure Services Adapter");
+    CLI::App app("A virtual enclosure around the Enclosure Services Adapter", "enclab");
+    tools::setUp(app);
     Arguments arguments;
     addLabOptions(app, arguments);
     CLI::App* control = app.add_subcommand("ctl", "send a command to a running lab");

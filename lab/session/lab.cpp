@@ -24,9 +24,20 @@ constexpr char kVolumeManagerSocket[] = "volmgr";
 constexpr std::size_t kOutputMax = 1000;  // lines
 constexpr Schedule::Seconds kTick{0.1};   // real ones, unless time is virtual
 
+// What comes with this program: where a build puts it, else where the package does. Both are told
+// from the program's directory.
+static fs::path companion(const char* built, const char* installed) {
+    const fs::path here = fs::read_symlink("/proc/self/exe").parent_path();
+    return fs::exists(here / built) ? here / built : here / installed;
+}
+
 static LabOptions completed(LabOptions options) {
     if (options.daemon.empty()) {
-        options.daemon = fs::read_symlink("/proc/self/exe").parent_path() / "esa";
+        options.daemon = companion("esa", "../lib/esa-lab/esa");
+    }
+    if (options.encdev.empty()) {
+        options.encdev = ENCLAB_SANITIZER;
+        options.encdev += companion("../lib/libencdev.so", "../lib/esa-lab/libencdev.so");
     }
     if (access(options.daemon.c_str(), X_OK) != 0) {
         throw std::runtime_error(fmt::format("no daemon at {}", options.daemon.native()));
@@ -145,8 +156,7 @@ void Lab::endDaemon(int signal) {
 }
 
 std::string Lab::preloadVariable() const {
-    std::string variable =
-        "LD_PRELOAD=" + (options_.encdev.empty() ? ENCLAB_PRELOAD : options_.encdev.native());
+    std::string variable = "LD_PRELOAD=" + options_.encdev.native();
     for (const fs::path& library : options_.preload) {
         variable += ":" + library.native();
     }
