@@ -370,6 +370,7 @@ CLI::App* addRun(CLI::App& app, Arguments& arguments) {
                     "play on this chassis only (default: on each the file is for)")
         ->check(CLI::IsMember(enclab::selectableChassis()));
     run->add_option("--seed", arguments.run.options.seed, "seed of fault rules that act by chance");
+    run->add_flag("--check", arguments.run.check, "only look for mistakes; nothing is played");
     run->add_flag("--trace", arguments.trace, "show the daemon's verbose trace, too");
     run->add_flag("--bus", arguments.run.options.bus, "show the bus transfers, too");
     addDaemonOptions(*run, arguments);

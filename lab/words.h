@@ -5,12 +5,16 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <initializer_list>
+#include <numeric>
+#include <ranges>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace enclab {
 
@@ -43,6 +47,30 @@ inline std::size_t choice(std::string_view word, std::initializer_list<const cha
         all += (all.empty() ? "" : " or ") + fmt::format("'{}'", candidate);
     }
     refuse(fmt::format("'{}' where {} is expected", word, all));
+}
+
+// Letters to put in, take out or change until one is the other (Levenshtein).
+inline std::size_t lettersApart(std::string_view one, std::string_view other) {
+    std::vector<std::size_t> row(other.size() + 1);
+    std::iota(row.begin(), row.end(), 0);
+    for (const char letter : one) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t n = 1; n < row.size(); ++n) {
+            const std::size_t change = diagonal + (letter == other[n - 1] ? 0 : 1);
+            diagonal = row[n];
+            row[n] = std::min({change, row[n] + 1, row[n - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+// " (did you mean 'fan'?)" where the word is a slip of one of the names, else nothing.
+template <std::ranges::forward_range Names>
+std::string didYouMean(std::string_view word, const Names& names) {
+    const auto apart = [word](std::string_view name) { return lettersApart(word, name); };
+    const auto nearest = std::ranges::min_element(names, {}, apart);
+    const bool slip = nearest != std::ranges::end(names) && apart(*nearest) <= 1 + word.size() / 3;
+    return slip ? fmt::format(" (did you mean '{}'?)", *nearest) : "";
 }
 
 }  // namespace enclab

@@ -4,7 +4,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
 
 #include "lab/peers/message.h"
@@ -290,35 +292,36 @@ std::string headerText(const Message& message) {
         h.recipient_loc_bm[0], h.recipient_loc_bm[1], h.return_code, addressed(message));
 }
 
+struct Line {
+    Kind kind;
+    const char* tag;
+    std::string (*text)(const Message&);
+};
+constexpr Line kLines[] = {
+    {Kind::initComplete, "startup",
+     [](const Message&) -> std::string { return "initialisation complete"; }},
+    {Kind::event, "event", [](const Message& message) { return eventText(*message.event()); }},
+    {Kind::compositeLed, "led", [](const Message& message) { return ledText(message.header()); }},
+    {Kind::mail, "mail", [](const Message&) -> std::string { return "e-mail notification"; }},
+    {Kind::shutdown, "stop", [](const Message&) -> std::string { return "orderly shutdown"; }},
+    {Kind::reply, "reply", replyText},
+    {Kind::sesCommand, "ses", commandText},
+    {Kind::answer, "answer", [](const Message& message) { return answerText(message.header()); }},
+    {Kind::broken, "broken", headerText},
+    {Kind::other, "other", headerText},
+};
+
 }  // namespace
 
 std::string describe(const Message& message) {
-    const auto line = [](std::string_view tag, const std::string& text) {
-        return fmt::format("{:<8}{}", tag, text);
-    };
-    switch (message.kind()) {
-        case Kind::initComplete:
-            return line("startup", "initialisation complete");
-        case Kind::event:
-            return line("event", eventText(*message.event()));
-        case Kind::compositeLed:
-            return line("led", ledText(message.header()));
-        case Kind::mail:
-            return line("mail", "e-mail notification");
-        case Kind::shutdown:
-            return line("stop", "orderly shutdown");
-        case Kind::reply:
-            return line("reply", replyText(message));
-        case Kind::sesCommand:
-            return line("ses", commandText(message));
-        case Kind::answer:
-            return line("answer", answerText(message.header()));
-        case Kind::broken:
-            return line("broken", headerText(message));
-        case Kind::other:
-            break;
-    }
-    return line("other", headerText(message));
+    const Line& line = *std::ranges::find(kLines, message.kind(), &Line::kind);
+    return fmt::format("{:<8}{}", line.tag, line.text(message));
+}
+
+std::vector<std::string> messageTags() {
+    std::vector<std::string> tags;
+    std::ranges::transform(kLines, std::back_inserter(tags), &Line::tag);
+    return tags;
 }
 
 }  // namespace enclab

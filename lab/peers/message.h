@@ -64,6 +64,8 @@ class Message {
 // "event   fan fault status: warning, fans 4, failed 0x02 (fan 1)": a tag of eight columns, then
 // what the message says. Never fails, whatever the message holds.
 std::string describe(const Message& message);
+// What such a line can begin with.
+std::vector<std::string> messageTags();
 
 // Cuts a stream into messages.
 class Framer {

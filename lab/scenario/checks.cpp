@@ -69,17 +69,58 @@ std::string daemonState(Lab& lab, const Words&) {
     return "not running";
 }
 
+using Json = nlohmann::json;
+
+// Of members or elements.
+Words namesIn(const Json& value) {
+    Words names;
+    if (value.is_structured()) {
+        for (const auto& item : value.items()) {
+            names.push_back(item.key());
+        }
+    }
+    return names;
+}
+
+// With `anyNumber` an element's number counts as the first's.
+Json valueAt(const Json& page, const std::string& path, bool anyNumber = false) {
+    const Json* value = &page;
+    std::istringstream stream(path);
+    for (std::string name; std::getline(stream, name, '/');) {
+        const Words names = namesIn(*value);
+        if (anyNumber && value->is_array()) {
+            name = name.find_first_not_of("0123456789") == name.npos ? "0" : name;
+        }
+        if (std::ranges::find(names, name) == names.end()) {
+            refuse(
+                fmt::format("the status page has no '{}'{}; in place of '{}' there is: {}", path,
+                            didYouMean(name, names), name,
+                            names.empty() ? "nothing" : fmt::format("{}", fmt::join(names, ", "))));
+        }
+        value = &value->at(Json::json_pointer("/" + name));
+    }
+    return *value;
+}
+
+// Refuses a path that no page has: one with an element of each kind tells the names.
+void checkNames(const std::string& path) {
+    sesctl::Status one;
+    one.devices.emplace_back();
+    one.powerSupplies.emplace_back();
+    one.fans.emplace_back();
+    one.sensors.emplace_back();
+    one.alarms.emplace_back().flags.emplace();
+    valueAt(Json::parse(sesctl::statusJson(one)), path, true);
+}
+
 // A value of the newest status page by its path in `sesctl status --json`: "fans/1/rpm".
 std::string pageValue(Lab& lab, const Words& words) {
     if (!lab.sesInitiator().status()) {
+        checkNames(words[0]);
         return kNoPage;
     }
-    const auto page = nlohmann::json::parse(sesctl::statusJson(*lab.sesInitiator().status()));
-    const nlohmann::json::json_pointer path("/" + words[0]);
-    if (!page.contains(path)) {
-        refuse(fmt::format("the status page has no '{}'", words[0]));
-    }
-    const auto& value = page.at(path);
+    const Json value =
+        valueAt(Json::parse(sesctl::statusJson(*lab.sesInitiator().status())), words[0]);
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
@@ -90,10 +131,11 @@ std::string pageByte(Lab& lab, const Words& words) {
 }
 
 // "*" in a subject is one word of the scenario's.
-constexpr struct {
-    const char* subject;
+struct Subject {
+    const char* words;
     std::string (*value)(Lab&, const Words&);
-} kSubjects[] = {
+};
+constexpr Subject kSubjects[] = {
     {"fans load", loads},
     {"fan * load",
      [](Lab& lab, const Words& words) {
@@ -146,14 +188,14 @@ std::optional<Words> starred(const Words& subject, const Words& words) {
 std::string allSubjects() {
     std::string all;
     for (const auto& row : kSubjects) {
-        all += fmt::format("{}{}", all.empty() ? "" : ", ", row.subject);
+        all += fmt::format("{}{}", all.empty() ? "" : ", ", row.words);
     }
     return all;
 }
 
 }  // namespace
 
-Check::Check(std::string text) : text_(std::move(text)) {
+Check::Check(std::string text, int line) : text_(std::move(text)), line_(line) {
     const Words words = split(text_);
     constexpr std::string_view kSigns[] = {"=", "not", "<", ">"};
     const auto sign = std::ranges::find_first_of(words, kSigns);
@@ -167,13 +209,15 @@ Check::Check(std::string text) : text_(std::move(text)) {
 
 void Check::findSubject(const Words& words) {
     for (const auto& row : kSubjects) {
-        if (const auto stars = starred(split(row.subject), words)) {
+        if (const auto stars = starred(split(row.words), words)) {
             value_ = row.value;
             stars_ = *stars;
             return;
         }
     }
-    refuse(fmt::format("nothing to check by '{}'; there is: {}", fmt::join(words, " "),
+    const std::string subject = fmt::format("{}", fmt::join(words, " "));
+    refuse(fmt::format("nothing to check by '{}'{}; there is: {}", subject,
+                       didYouMean(subject, std::views::transform(kSubjects, &Subject::words)),
                        allSubjects()));
 }
 

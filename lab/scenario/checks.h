@@ -16,9 +16,10 @@ class Check {
     // "SUBJECT = VALUE", "SUBJECT = LOW..HIGH", the same with "not" for "=", "SUBJECT < NUMBER" or
     // "SUBJECT > NUMBER". Of a subject of several numbers each is compared. Throws
     // std::invalid_argument with the reason when it is none.
-    explicit Check(std::string text);
+    explicit Check(std::string text, int line = 0);
 
     const std::string& text() const { return text_; }
+    int line() const { return line_; }  // of the scenario's file
     // Empty when the check holds, else what is instead. Throws std::exception with a reason when
     // this lab has nothing of the kind.
     std::optional<std::string> instead(Lab& lab) const;
@@ -32,6 +33,7 @@ class Check {
     bool holds(const std::string& value) const;
 
     std::string text_;
+    int line_;
     Value value_ = nullptr;
     Words stars_;  // of the subject
     bool not_ = false;

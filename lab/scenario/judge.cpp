@@ -8,6 +8,9 @@
 #include <cstdio>
 #include <span>
 
+#include "lab/peers/message.h"
+#include "lab/words.h"
+
 namespace enclab {
 
 namespace {
@@ -39,7 +42,30 @@ bool beginsAs(std::string_view line, std::string_view pattern) {
     return false;
 }
 
+// "3x mail*": how often, and what.
+std::pair<long, std::string> counted(const std::string& pattern) {
+    long count = 1;
+    int used = 0;
+    const bool found = std::sscanf(pattern.c_str(), "%ldx %n", &count, &used) == 1 && used > 0;
+    return found ? std::pair(count, pattern.substr(static_cast<std::size_t>(used)))
+                 : std::pair(1L, pattern);
+}
+
 }  // namespace
+
+void checkPattern(const std::string& pattern) {
+    const std::string text = counted(pattern).second;
+    const std::size_t end = text.find_first_of(" *");
+    const std::string begins = text.substr(0, end);
+    const bool whole = end != text.npos && text[end] == ' ';
+    const std::vector<std::string> tags = messageTags();
+    if (std::ranges::none_of(tags, [&](const std::string& tag) {
+            return whole ? tag == begins : tag.starts_with(begins);
+        })) {
+        refuse(fmt::format("no message begins with '{}'{}; they begin with: {}", begins,
+                           didYouMean(begins, tags), fmt::join(tags, ", ")));
+    }
+}
 
 bool matches(std::string_view line, std::string_view pattern) {
     return beginsAs(squeezed(line), squeezed(pattern));
@@ -47,12 +73,8 @@ bool matches(std::string_view line, std::string_view pattern) {
 
 void Judge::expect(int owner, const std::vector<std::string>& patterns) {
     for (const std::string& pattern : patterns) {
-        long count = 1;
-        int used = 0;
-        const bool counted =
-            std::sscanf(pattern.c_str(), "%ldx %n", &count, &used) == 1 && used > 0;
-        open_.push_back({owner, counted ? pattern.substr(static_cast<std::size_t>(used)) : pattern,
-                         counted ? count : 1, unexpected_.size()});
+        const auto [count, text] = counted(pattern);
+        open_.push_back({owner, text, count, unexpected_.size()});
     }
 }
 

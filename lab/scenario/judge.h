@@ -13,6 +13,9 @@ namespace enclab {
 // them.
 bool matches(std::string_view line, std::string_view pattern);
 
+// Throws std::invalid_argument when no message of the daemon begins like the pattern: "mial*".
+void checkPattern(const std::string& pattern);
+
 class Judge {
   public:
     explicit Judge(std::vector<std::string> allowed = {}) : allowed_(std::move(allowed)) {}

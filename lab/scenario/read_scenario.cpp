@@ -10,7 +10,9 @@
 #include <optional>
 
 #include "lab/scenario/chassis_words.h"
+#include "lab/scenario/judge.h"
 #include "lab/scenario/scenario.h"
+#include "lab/words.h"
 
 namespace enclab {
 
@@ -27,6 +29,15 @@ class Reader {
     explicit Reader(const std::filesystem::path& file) : file_(file) {}
 
     std::vector<Scenario> read() {
+        try {
+            return readAll();
+        } catch (const std::invalid_argument& error) {
+            throw ScenarioError(file_, line_, error.what());
+        }
+    }
+
+  private:
+    std::vector<Scenario> readAll() {
         const toml::table root = parse();
         const std::vector<std::string> chassis = chassisOf(root);
         std::vector<Scenario> scenarios;
@@ -37,7 +48,6 @@ class Reader {
         return scenarios;
     }
 
-  private:
     Scenario readFor(const std::string& chassis, const toml::table& root) {
         scenario_ = {};
         scenario_.file = file_;
@@ -47,24 +57,23 @@ class Reader {
                   {"title", "chassis", "plant", "personality", "start", "allow", "end", "step"});
         scenario_.title = text(root, "title").value_or("");
         if (scenario_.title.empty()) {
-            fail("a scenario has a title");
+            refuse("a scenario has a title");
         }
         readPersonality(root);
         words_.emplace(chassis, scenario_.personality);
         scenario_.plant = value<bool>(root, "plant", "true or false").value_or(false);
-        scenario_.start = texts(root, "start");
+        scenario_.start = messages(root, "start");
         if (!root.contains("start")) {
             scenario_.start = words_->usualStart();
         }
-        scenario_.allowed = texts(root, "allow");
+        scenario_.allowed = messages(root, "allow");
         readSteps(root);
         readEnd(root);
         return std::move(scenario_);
     }
 
-    [[noreturn]] void fail(const std::string& text) const {
-        throw ScenarioError(file_, line_, text);
-    }
+    // A mistake at line_ that lets the reading go on; what refuse() throws ends a step, or all.
+    void note(const std::string& text) { scenario_.mistakes.push_back({text, line_}); }
     void at(const toml::node& node) { line_ = static_cast<int>(node.source().begin.line); }
 
     toml::table parse() {
@@ -72,7 +81,7 @@ class Reader {
             return toml::parse_file(file_.native());
         } catch (const toml::parse_error& error) {
             line_ = static_cast<int>(error.source().begin.line);
-            fail(std::string(error.description()));
+            refuse(std::string(error.description()));
         }
     }
 
@@ -80,8 +89,8 @@ class Reader {
         for (const auto& [key, value] : table) {
             if (std::ranges::find(known, key.str()) == known.end()) {
                 line_ = static_cast<int>(key.source().begin.line);
-                fail(fmt::format("unknown key '{}'; known here: {}", key.str(),
-                                 fmt::join(known, ", ")));
+                refuse(fmt::format("unknown key '{}'{}; known here: {}", key.str(),
+                                   didYouMean(key.str(), known), fmt::join(known, ", ")));
             }
         }
     }
@@ -95,7 +104,7 @@ class Reader {
         at(*node);
         const auto found = node->value<Value>();
         if (!found) {
-            fail(fmt::format("'{}' is {}", key, what));
+            refuse(fmt::format("'{}' is {}", key, what));
         }
         return found;
     }
@@ -105,40 +114,57 @@ class Reader {
     std::optional<double> number(const toml::table& table, std::string_view key) {
         const auto found = value<double>(table, key, "a number");
         if (found && !std::isfinite(*found)) {
-            fail(fmt::format("'{}' is a number", key));
+            refuse(fmt::format("'{}' is a number", key));
         }
         return found;
     }
 
     // One text or a list of texts, as they read on the chassis.
-    std::vector<std::string> texts(const toml::table& table, std::string_view key) {
-        std::vector<std::string> all;
-        for (const std::string& entry : plainTexts(table, key)) {
+    std::vector<Text> texts(const toml::table& table, std::string_view key) {
+        std::vector<Text> all;
+        for (const Text& entry : plainTexts(table, key)) {
+            line_ = entry.line;
             try {
-                const std::vector<std::string> these = words_->on(entry);
-                all.insert(all.end(), these.begin(), these.end());
+                for (const std::string& text : words_->on(entry.text)) {
+                    all.push_back({text, entry.line});
+                }
             } catch (const std::exception& error) {
-                fail(error.what());
+                note(error.what());
             }
         }
         return all;
     }
-    std::vector<std::string> plainTexts(const toml::table& table, std::string_view key) {
+    // Patterns of messages.
+    std::vector<std::string> messages(const toml::table& table, std::string_view key) {
+        std::vector<std::string> all;
+        for (const Text& entry : texts(table, key)) {
+            line_ = entry.line;
+            try {
+                checkPattern(entry.text);
+            } catch (const std::exception& error) {
+                note(error.what());
+            }
+            all.push_back(entry.text);
+        }
+        return all;
+    }
+    std::vector<Text> plainTexts(const toml::table& table, std::string_view key) {
         const toml::node* node = table.get(key);
         if (node == nullptr) {
             return {};
         }
         const toml::array* list = node->as_array();
         if (list == nullptr) {
-            return {*text(table, key)};
+            const std::string one = *text(table, key);
+            return {{one, line_}};
         }
-        std::vector<std::string> all;
+        std::vector<Text> all;
         for (const toml::node& entry : *list) {
             at(entry);
             if (!entry.is_string()) {
-                fail(fmt::format("'{}' is a text or a list of texts", key));
+                refuse(fmt::format("'{}' is a text or a list of texts", key));
             }
-            all.push_back(*entry.value<std::string>());
+            all.push_back({*entry.value<std::string>(), line_});
         }
         return all;
     }
@@ -149,19 +175,21 @@ class Reader {
         if (node == nullptr) {
             return {std::string(kDefaultChassis)};
         }
-        const std::vector<std::string> names = plainTexts(root, "chassis");
+        std::vector<std::string> names;
+        std::ranges::transform(plainTexts(root, "chassis"), std::back_inserter(names), &Text::text);
         const std::vector<std::string> known = selectableChassis();
         if (names == std::vector<std::string>{"all"}) {
             return known;
         }
         for (const std::string& name : names) {
             if (std::ranges::find(known, name) == known.end()) {
-                fail(fmt::format("no chassis '{}'; there is: {}", name, fmt::join(known, ", ")));
+                refuse(fmt::format("no chassis '{}'{}; there is: {}", name, didYouMean(name, known),
+                                   fmt::join(known, ", ")));
             }
         }
         at(*node);
         if (names.empty()) {
-            fail("'chassis' names one at least, or \"all\"");
+            refuse("'chassis' names one at least, or \"all\"");
         }
         return names;
     }
@@ -174,13 +202,16 @@ class Reader {
         }
         at(*node);
         if (!node->is_table()) {
-            fail("'personality' is a table of keys and numbers");
+            refuse("'personality' is a table of keys and numbers");
         }
         for (const auto& [key, ignored] : *node->as_table()) {
             const auto row = std::ranges::find(kPersonalityKeys, key.str(), &PersonalityKey::name);
             if (row == std::end(kPersonalityKeys)) {
                 line_ = static_cast<int>(key.source().begin.line);
-                fail(fmt::format("the personality has no key '{}'", key.str()));
+                refuse(fmt::format(
+                    "the personality has no key '{}'{}", key.str(),
+                    didYouMean(key.str(),
+                               std::views::transform(kPersonalityKeys, &PersonalityKey::name))));
             }
             const auto wanted = value<std::int64_t>(*node->as_table(), key.str(), "a whole number");
             scenario_.personality.*row->value = static_cast<int>(*wanted);
@@ -191,10 +222,14 @@ class Reader {
         const toml::node* node = root.get("step");
         const toml::array* list = node != nullptr ? node->as_array() : nullptr;
         if (list == nullptr || list->empty() || !list->is_homogeneous<toml::table>()) {
-            fail("a scenario has steps, each under [[step]]");
+            refuse("a scenario has steps, each under [[step]]");
         }
         for (const toml::node& entry : *list) {
-            readStep(*entry.as_table());
+            try {
+                readStep(*entry.as_table());
+            } catch (const std::invalid_argument& error) {
+                note(error.what());
+            }
         }
         std::ranges::stable_sort(scenario_.steps, {}, &Step::at);
     }
@@ -211,16 +246,16 @@ class Reader {
         const auto when = number(table, "at");
         step.name = text(table, "name").value_or("");
         step.commands = texts(table, "do");
-        step.expected = texts(table, "expect");
-        const std::vector<std::string> checks = texts(table, "check");
+        step.expected = messages(table, "expect");
+        const std::vector<Text> checks = texts(table, "check");
         const auto within = number(table, "within");
         line_ = line;
         if (!when) {
-            fail("a step says when: at = SECONDS after the daemon's start");
+            refuse("a step says when: at = SECONDS after the daemon's start");
         }
         step.at = *when;
         if (!something) {
-            fail("a step has something to do, to expect or to check");
+            refuse("a step has something to do, to expect or to check");
         }
         if (step.commands.empty() && step.expected.empty() && checks.empty()) {
             return;  // it is for other chassis
@@ -228,14 +263,13 @@ class Reader {
         const bool waits = !step.expected.empty() || !step.commands.empty();
         step.within = within.value_or(waits ? kOnePoll : 0);
         if (step.within < 0) {
-            fail("'within' is not negative");
+            refuse("'within' is not negative");
         }
         addRepeated(step, checks, table);
     }
 
     // A step with `every`, once for each of `for` or as many times as `times`.
-    void addRepeated(const Step& step, const std::vector<std::string>& checks,
-                     const toml::table& table) {
+    void addRepeated(const Step& step, const std::vector<Text>& checks, const toml::table& table) {
         const auto every = number(table, "every");
         const auto times = value<std::int64_t>(table, "times", "a whole number");
         std::vector<std::string> values = valuesOf(table);
@@ -246,7 +280,7 @@ class Reader {
         line_ = step.line;
         if (every.has_value() != !values.empty() || every.value_or(0) < 0 ||
             (times && table.contains("for"))) {
-            fail("a repeated step has 'every = SECONDS' and either 'times = N' or 'for = [...]'");
+            refuse("a repeated step has 'every = SECONDS' and either 'times = N' or 'for = [...]'");
         }
         if (values.empty()) {
             values.emplace_back();
@@ -254,27 +288,29 @@ class Reader {
         for (std::size_t n = 0; n < values.size(); ++n) {
             Step copy = step;
             copy.at = step.at + static_cast<double>(n) * every.value_or(0);
-            for (auto* lines : {&copy.commands, &copy.expected}) {
-                for (std::string& entry : *lines) {
-                    entry = filled(entry, values[n]);
-                }
+            for (Text& command : copy.commands) {
+                command.text = filled(command.text, values[n]);
             }
-            for (const std::string& check : checks) {
-                addCheck(copy, filled(check, values[n]));
+            for (std::string& message : copy.expected) {
+                message = filled(message, values[n]);
+            }
+            for (const Text& check : checks) {
+                addCheck(copy, {filled(check.text, values[n]), check.line});
             }
             copy.name = filled(copy.name, values[n]);
             scenario_.steps.push_back(std::move(copy));
         }
         if (scenario_.steps.size() > kMostSteps) {
-            fail(fmt::format("more than {} steps", kMostSteps));
+            refuse(fmt::format("more than {} steps", kMostSteps));
         }
     }
 
-    void addCheck(Step& step, const std::string& text) {
+    void addCheck(Step& step, const Text& check) {
+        line_ = check.line;
         try {
-            step.checks.emplace_back(text);
+            step.checks.emplace_back(check.text, check.line);
         } catch (const std::exception& error) {
-            fail(error.what());
+            note(error.what());
         }
     }
 
@@ -291,7 +327,7 @@ class Reader {
                 const auto word = entry.value<std::string>();
                 const auto figure = entry.value<double>();
                 if (!word && !figure) {
-                    fail("'for' is a list of numbers or texts, or \"FIRST..LAST\"");
+                    refuse("'for' is a list of numbers or texts, or \"FIRST..LAST\"");
                 }
                 all.push_back(word ? *word : fmt::format("{}", *figure));
             }
@@ -304,7 +340,7 @@ class Reader {
         if (std::sscanf(range.c_str(), "%d..%d%n", &first, &last, &used) != 2 ||
             static_cast<std::size_t>(used) != range.size() || last < first ||
             last - first >= static_cast<int>(kMostSteps)) {
-            fail("'for' is a list of numbers or texts, or \"FIRST..LAST\"");
+            refuse("'for' is a list of numbers or texts, or \"FIRST..LAST\"");
         }
         for (int n = first; n <= last; ++n) {
             all.push_back(std::to_string(n));
@@ -327,7 +363,7 @@ class Reader {
         }
         scenario_.end = number(root, "end").value_or(last + kQuiet);
         if (scenario_.end < last) {
-            fail(fmt::format("'end' is before the last step is over, at {}", last));
+            refuse(fmt::format("'end' is before the last step is over, at {}", last));
         }
     }
 

@@ -11,6 +11,8 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <optional>
+#include <set>
 #include <stdexcept>
 
 namespace enclab {
@@ -26,17 +28,48 @@ struct Result {
     double seconds;  // real ones
 };
 
-// What is to be played, of all files.
-std::vector<Scenario> scenariosOf(const RunArguments& arguments) {
-    std::vector<Scenario> all;
-    for (const auto& file : arguments.files) {
-        for (Scenario& scenario : readScenario(file)) {
-            if (arguments.chassis.empty() || scenario.chassis == arguments.chassis) {
-                all.push_back(std::move(scenario));
+// What is to be played of the file. Throws ScenarioError.
+std::vector<Scenario> scenariosIn(const std::filesystem::path& file, const std::string& chassis) {
+    std::vector<Scenario> scenarios = readScenario(file);
+    std::erase_if(scenarios, [&](const Scenario& scenario) {
+        return !chassis.empty() && scenario.chassis != chassis;
+    });
+    return scenarios;
+}
+
+// "FILE:LINE: MISTAKE", a line each; what is wrong on several chassis, once.
+std::string mistakesIn(const std::vector<Scenario>& scenarios, const RunOptions& options) {
+    std::set<std::pair<int, std::string>> mistakes;
+    for (const Scenario& scenario : scenarios) {
+        for (const std::vector<Text>& found : {scenario.mistakes, rehearse(scenario, options)}) {
+            for (const Text& mistake : found) {
+                mistakes.emplace(mistake.line, mistake.text);
             }
         }
     }
-    return all;
+    std::string text;
+    for (const auto& [line, mistake] : mistakes) {
+        text += fmt::format("{}:{}: {}\n", scenarios.front().file.native(), line, mistake);
+    }
+    return text;
+}
+
+// What is to be played of all files; none when there are mistakes, which are printed.
+std::optional<std::vector<Scenario>> scenariosOf(const RunArguments& arguments,
+                                                 const RunOptions& options) {
+    std::vector<Scenario> all;
+    std::string mistakes;
+    for (const auto& file : arguments.files) {
+        try {
+            std::vector<Scenario> scenarios = scenariosIn(file, arguments.chassis);
+            mistakes += mistakesIn(scenarios, options);
+            std::ranges::move(scenarios, std::back_inserter(all));
+        } catch (const ScenarioError& error) {
+            mistakes += fmt::format("{}\n", error.what());
+        }
+    }
+    fmt::print(stderr, "{}", mistakes);
+    return mistakes.empty() ? std::optional(std::move(all)) : std::nullopt;
 }
 
 // "fan-pulled.toml", "fan-pulled.toml on xyratex"
@@ -128,13 +161,20 @@ int runScenarios(const RunArguments& arguments) {
     RunOptions options = arguments.options;
     options.lab.directory = LabDirectory::defaultPath(fmt::format("run-{}", getpid()));
     std::vector<Result> results;
+    const auto scenarios = scenariosOf(arguments, options);
+    if (!scenarios) {
+        return kExitUnusable;
+    }
+    if (scenarios->empty()) {
+        fmt::print(stderr, "enclab: nothing here plays on {}\n", arguments.chassis);
+        return kExitUnusable;
+    }
+    if (arguments.check) {
+        fmt::print("{} scenarios, no mistake\n", scenarios->size());
+        return 0;
+    }
     try {
-        const std::vector<Scenario> scenarios = scenariosOf(arguments);
-        if (scenarios.empty()) {
-            fmt::print(stderr, "enclab: nothing here plays on {}\n", arguments.chassis);
-            return kExitUnusable;
-        }
-        for (const Scenario& scenario : scenarios) {
+        for (const Scenario& scenario : *scenarios) {
             results.push_back(play(scenario, options, signals));
             if (signals.came()) {
                 break;

@@ -65,7 +65,7 @@ class Run {
         lab_.onDaemonStart([this] { daemonStarted(); });
         lab_.onDaemonExit([this] { daemonEnded(); });
         lab_.onNote([this](const std::string& line) { show("lab", line); });
-        at(0, [this] { doCommand(nullptr, "daemon start"); });
+        at(0, [this] { doCommand({"daemon start", 1}); });
         for (std::size_t n = 0; n < scenario_.steps.size(); ++n) {
             const Step& step = scenario_.steps[n];
             at(step.at, [this, n] { begin(n); });
@@ -152,12 +152,13 @@ class Run {
                             lab_.daemon().exitStatus().value_or(0)));
     }
 
-    void doCommand(const Step* step, const std::string& command) {
+    void doCommand(const Text& command) {
         constexpr std::size_t kShown = 100;
-        show("do", command.size() > kShown ? command.substr(0, kShown) + "..." : command);
-        const Commands::Result result = commands_.run(command);
+        const std::string& text = command.text;
+        show("do", text.size() > kShown ? text.substr(0, kShown) + "..." : text);
+        const Commands::Result result = commands_.run(text);
         if (!result.ok) {
-            throw ScenarioError(scenario_.file, step != nullptr ? step->line : 1, result.text);
+            throw ScenarioError(scenario_.file, command.line, result.text);
         }
     }
 
@@ -169,8 +170,8 @@ class Run {
             lastName_ = step.name;
         }
         judge_.expect(static_cast<int>(n), step.expected);
-        for (const std::string& command : step.commands) {
-            doCommand(&step, command);
+        for (const Text& command : step.commands) {
+            doCommand(command);
         }
     }
 
@@ -178,7 +179,7 @@ class Run {
         const Step& step = scenario_.steps[n];
         close(static_cast<int>(n), step.line);
         for (const Check& check : step.checks) {
-            checkNow(step, check);
+            checkNow(check);
         }
     }
 
@@ -188,15 +189,15 @@ class Run {
         }
     }
 
-    void checkNow(const Step& step, const Check& check) {
+    void checkNow(const Check& check) {
         std::optional<std::string> instead;
         try {
             instead = check.instead(lab_);
         } catch (const std::exception& error) {
-            throw ScenarioError(scenario_.file, step.line, error.what());
+            throw ScenarioError(scenario_.file, check.line(), error.what());
         }
         if (instead) {
-            fail(step.line, fmt::format("{}: it is {}", check.text(), *instead));
+            fail(check.line(), fmt::format("{}: it is {}", check.text(), *instead));
         } else {
             show("holds", check.text());
         }
@@ -218,6 +219,29 @@ class Run {
 };
 
 }  // namespace
+
+std::vector<Text> rehearse(const Scenario& scenario, const RunOptions& options) {
+    std::vector<Text> mistakes;
+    Lab lab(optionsFor(scenario, options.lab));
+    Commands commands(
+        lab, [] {}, [](bool) {});
+    commands.rehearse();
+    for (const Step& step : scenario.steps) {
+        for (const Text& command : step.commands) {
+            if (const Commands::Result result = commands.run(command.text); !result.ok) {
+                mistakes.push_back({result.text, command.line});
+            }
+        }
+        for (const Check& check : step.checks) {
+            try {
+                check.instead(lab);
+            } catch (const std::exception& error) {
+                mistakes.push_back({error.what(), check.line()});
+            }
+        }
+    }
+    return mistakes;
+}
 
 Outcome runScenario(const Scenario& scenario, const RunOptions& options,
                     const std::function<bool(const std::string&)>& tell) {

@@ -24,6 +24,10 @@ struct RunOptions {
     std::optional<std::uint64_t> seed = {};  // of fault rules that act by chance and name none
 };
 
+// What the lab would refuse of the scenario: its commands are done to a lab whose daemon is never
+// started, and its checks look there for what they name.
+std::vector<Text> rehearse(const Scenario& scenario, const RunOptions& options);
+
 // `tell` gets the timeline line by line:
 // nothing in it depends on the machine or on real time. With a trace, the daemon's log is part of
 // it. It returns false to end the run; SIGHUP, SIGINT and SIGTERM end it at once, even while the

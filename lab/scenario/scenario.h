@@ -12,12 +12,18 @@
 
 namespace enclab {
 
+// A text of the file, or about a line of it.
+struct Text {
+    std::string text;
+    int line;
+};
+
 // One moment of a scenario. Times are seconds; 0 is the daemon's start.
 struct Step {
     int line = 0;  // in the file
     std::string name;
     double at = 0;
-    std::vector<std::string> commands;  // as the lab takes them
+    std::vector<Text> commands;  // as the lab takes them
     // Messages of the daemon that must come before `within` is over, each once.
     std::vector<std::string> expected;
     // What must hold when `within` is over.
@@ -35,6 +41,7 @@ struct Scenario {
     std::vector<std::string> start;    // messages of each start of the daemon
     std::vector<std::string> allowed;  // messages that may come, or not, at any time
     double end = 0;                    // when it is over
+    std::vector<Text> mistakes;        // with any, it cannot be played
     std::vector<Step> steps;           // in the order of their times
 };
 
@@ -45,7 +52,9 @@ class ScenarioError : public std::runtime_error {
     ScenarioError(const std::filesystem::path& file, int line, const std::string& text);
 };
 
-// The file's scenario on each chassis it is for, in the file's order. Throws ScenarioError.
+// The file's scenario on each chassis it is for, in the file's order. Throws ScenarioError when it
+// is none; what is wrong with its texts and steps is among its mistakes, without being a part of
+// it.
 std::vector<Scenario> readScenario(const std::filesystem::path& file);
 
 }  // namespace enclab

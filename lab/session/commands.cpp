@@ -78,7 +78,8 @@ Commands::Result Commands::run(std::string_view line) {
             return {false, fmt::format("{}: {}", name, error.what())};
         }
     }
-    return {false, fmt::format("no command '{}'; help lists them", name)};
+    return {false, fmt::format("no command '{}'{}; help lists them", name,
+                               didYouMean(name, std::views::transform(kCommands, &Command::name)))};
 }
 
 std::string Commands::psu(const Words& words) {

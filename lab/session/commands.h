@@ -26,6 +26,10 @@ class Commands {
     // Of fault rules that act by chance and name none; without it, their own.
     void setSeed(std::uint64_t seed) { seed_ = seed; }
 
+    // From now on the daemon's process and files outside the lab are left alone: what is refused
+    // then would be refused in earnest, too.
+    void rehearse() { rehearsal_ = true; }
+
     // Does the command, or nothing and says why. An empty line is no error.
     Result run(std::string_view line);
 
@@ -79,6 +83,7 @@ class Commands {
     std::function<void()> quit_;
     std::function<void(bool)> watchBus_;
     std::optional<std::uint64_t> seed_;
+    bool rehearsal_ = false;
 };
 
 // State of the lab as a table of lines.

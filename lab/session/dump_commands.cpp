@@ -35,7 +35,7 @@ void loadDumps(Chassis& chassis, const std::vector<DumpFile>& files) {
 // "CHIP", "CHIP FILE"
 std::string Commands::dump(const Words& words) {
     std::string text = dumpText(readAll(lab_.chassis().chip(words[0])));
-    if (words.size() == 1) {
+    if (words.size() == 1 || rehearsal_) {
         text.pop_back();
         return text;
     }
