@@ -137,6 +137,10 @@ void Bus::mend(std::uint8_t address) {
     std::erase_if(faults_, [&](const Fault& f) { return isCutRule(f.rule(), address); });
 }
 
+bool Bus::isCut(const FaultRule& rule) const {
+    return rule.addresses.size() == 1 && isCutRule(rule, rule.addresses[0]);
+}
+
 bool Bus::isCut(std::uint8_t address) const {
     return std::ranges::any_of(faults_,
                                [&](const Fault& f) { return isCutRule(f.rule(), address); });

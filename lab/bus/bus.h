@@ -71,6 +71,8 @@ class Bus {
     void cut(std::uint8_t address, const std::string& name = {});
     void mend(std::uint8_t address);
     bool isCut(std::uint8_t address) const;
+    // Whether the rule is what cut() makes.
+    bool isCut(const FaultRule& rule) const;
 
     // The last transfers, oldest first, kLogLength at most.
     const std::deque<BusTransfer>& log() const { return log_; }

@@ -31,6 +31,7 @@ class DaemonLink {
     void split(std::size_t bytes, Seconds pause);
     void glue(std::size_t messages);
     void plain();
+    bool isPlain() const { return delay_.count() == 0 && split_ == 0 && glue_ == 1 && !cutAfter_; }
 
     // The next message is cut after so many bytes, then the switch closes the daemon's connection
     // and refuses new ones, as MessageSwitch::close() does.

@@ -34,6 +34,8 @@ class StartupProcess {
     // Whatever it answers, it keeps and counts.
     void setAnswer(StartupAnswer answer) { answer_ = answer; }
     void setShutdown(ShutdownWay way) { shutdownWay_ = way; }
+    StartupAnswer answer() const { return answer_; }
+    ShutdownWay shutdown() const { return shutdownWay_; }
 
     bool compositeLedLit() const { return compositeLedLit_; }
     int initCompletes() const { return initCompletes_; }

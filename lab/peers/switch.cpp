@@ -233,6 +233,14 @@ void MessageSwitch::resumeReading(std::uint8_t endpoint) {
     }
 }
 
+bool MessageSwitch::isReading(std::uint8_t endpoint) const {
+    return ports_.at(endpoint)->reading;
+}
+
+bool MessageSwitch::isOpen(std::uint8_t endpoint) const {
+    return ports_.at(endpoint)->acceptor.has_value();
+}
+
 void MessageSwitch::close(std::uint8_t endpoint) {
     Port& target = port(endpoint);
     // The socket file stays: a connect is refused.

@@ -54,6 +54,8 @@ class MessageSwitch {
     void close(std::uint8_t endpoint);
     void open(std::uint8_t endpoint);
 
+    bool isReading(std::uint8_t endpoint) const;
+    bool isOpen(std::uint8_t endpoint) const;
     std::size_t connections(std::uint8_t endpoint) const;
     // Connections of the endpoint since the start, the newest included.
     std::uint64_t accepted(std::uint8_t endpoint) const;

@@ -2,9 +2,11 @@
 #include "lab/session/commands.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <sstream>
 
+#include "lab/session/findings.h"
 #include "lab/words.h"
 
 namespace enclab {
@@ -46,6 +48,8 @@ const Commands::Command Commands::kCommands[] = {
     {"daemon", "start|stop|kill", 1, &Commands::daemon},
     {"clock", "SECONDS", 1, &Commands::clock},
     {"disk", "log|nv good|full|gone", 2, &Commands::disk},
+    {"record", "[FILE]", 0, &Commands::record, 1},
+    {"heal", "", 0, &Commands::heal},
     {"show", "", 0, &Commands::show},
     {"help", "", 0, &Commands::help},
     {"quit", "", 0, &Commands::quit},
@@ -54,8 +58,17 @@ const Commands::Command Commands::kCommands[] = {
 Commands::Commands(Lab& lab, std::function<void()> quit, std::function<void(bool)> watchBus)
     : lab_(lab), quit_(std::move(quit)), watchBus_(std::move(watchBus)) {}
 
-Commands::Result Commands::run(std::string_view line) {
-    std::istringstream stream{std::string(line)};
+Commands::Result Commands::run(const std::string& line) {
+    const double time = lab_.time();
+    Result result = perform(line);
+    if (result.ok && worthRecording(line)) {
+        deeds_.push_back({time, line});
+    }
+    return result;
+}
+
+Commands::Result Commands::perform(const std::string& line) {
+    std::istringstream stream(line);
     Words words;
     for (std::string word; stream >> word;) {
         words.push_back(word);
@@ -123,6 +136,26 @@ std::string Commands::bus(const Words& words) {
     const bool on = choice(words[0], {"on", "off"}) == 0;
     watchBus_(on);
     return fmt::format("bus transfers {}", on ? "shown" : "not shown");
+}
+
+std::string Commands::record(const Words& words) {
+    std::string text = recorded(lab_, deeds_);
+    if (words.empty() || rehearsal_) {
+        text.pop_back();
+        return text;
+    }
+    writeFile(words[0], text);
+    return fmt::format("a scenario of what was done is written to {}", words[0]);
+}
+
+std::string Commands::heal(const Words&) {
+    std::vector<std::string> done;
+    for (const Finding& finding : findings(lab_)) {
+        if (!finding.cure.empty() && perform(finding.cure).ok) {
+            done.push_back(finding.cure);
+        }
+    }
+    return done.empty() ? "nothing to heal" : fmt::format("healed: {}", fmt::join(done, ", "));
 }
 
 std::string Commands::show(const Words&) {

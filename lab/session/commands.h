@@ -3,6 +3,7 @@
 // its control socket.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "lab/session/lab.h"
+#include "lab/session/record.h"
 
 namespace enclab {
 
@@ -31,7 +33,7 @@ class Commands {
     void rehearse() { rehearsal_ = true; }
 
     // Does the command, or nothing and says why. An empty line is no error.
-    Result run(std::string_view line);
+    Result run(const std::string& line);
 
   private:
     using Words = std::vector<std::string>;
@@ -72,10 +74,13 @@ class Commands {
     std::string daemon(const Words& words);
     std::string clock(const Words& words);
     std::string disk(const Words& words);
+    std::string record(const Words& words);
+    std::string heal(const Words& words);
     std::string show(const Words& words);
     std::string help(const Words& words);
     std::string quit(const Words& words);
 
+    Result perform(const std::string& line);
     void sensorSet(int sensor, std::optional<double> degrees);
     void railSet(const std::string& name, double volts);
 
@@ -84,7 +89,11 @@ class Commands {
     std::function<void(bool)> watchBus_;
     std::optional<std::uint64_t> seed_;
     bool rehearsal_ = false;
+    std::vector<Deed> deeds_;
 };
+
+// Throws std::invalid_argument with a text fit for the user.
+void writeFile(const std::filesystem::path& path, const std::string& text);
 
 // State of the lab as a table of lines.
 std::string labState(Lab& lab);

@@ -32,6 +32,14 @@ void loadDumps(Chassis& chassis, const std::vector<DumpFile>& files) {
     }
 }
 
+void writeFile(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream file(path);
+    file << text;
+    if (!file.flush()) {
+        refuse(fmt::format("cannot write {}: {}", path.native(), std::strerror(errno)));
+    }
+}
+
 // "CHIP", "CHIP FILE"
 std::string Commands::dump(const Words& words) {
     std::string text = dumpText(readAll(lab_.chassis().chip(words[0])));
@@ -39,11 +47,7 @@ std::string Commands::dump(const Words& words) {
         text.pop_back();
         return text;
     }
-    std::ofstream file(words[1]);
-    file << text;
-    if (!file.flush()) {
-        refuse(fmt::format("cannot write {}: {}", words[1], std::strerror(errno)));
-    }
+    writeFile(words[1], text);
     return fmt::format("registers of {} written to {}", words[0], words[1]);
 }
 

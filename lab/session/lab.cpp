@@ -134,6 +134,7 @@ void Lab::startDaemon() {
             onDaemonExit_();
         }
     });
+    daemonBegan_ = daemonBegan_.value_or(time());
     if (onDaemonStart_) {
         onDaemonStart_();
     }

@@ -114,6 +114,8 @@ class Lab {
     SesInitiator& sesInitiator() { return sesInitiator_; }
     Child& daemon() { return *daemon_; }
     bool daemonStarted() const { return daemon_ != nullptr; }
+    // Lab time of its first start.
+    std::optional<double> daemonBegan() const { return daemonBegan_; }
     bool daemonRunning() const { return daemon_ && daemon_->running(); }
     // Of the chassis, in the lab.
     std::string chassisName() const;
@@ -163,6 +165,7 @@ class Lab {
     double lastTick_ = 0;  // time()
     SesInitiator sesInitiator_;
     std::unique_ptr<Child> daemon_;
+    std::optional<double> daemonBegan_;
     std::deque<Received> received_;
     std::deque<std::string> daemonOutput_;
     MessageSwitch::Observer onMessage_;

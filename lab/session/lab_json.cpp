@@ -118,6 +118,9 @@ Json chassisJson(Lab& lab) {
 }
 
 Json peersJson(Lab& lab) {
+    // The words of the commands `startup` and `shutdown`.
+    constexpr const char* kAnswers[] = {"answer", "error", "silent"};
+    constexpr const char* kWays[] = {"ignore", "perform", "refuse"};
     const StartupProcess& startup = lab.startupProcess();
     Json events = Json::object();
     for (const auto& [id, count] : lab.eventManager().counts()) {
@@ -130,7 +133,11 @@ Json peersJson(Lab& lab) {
             {"events", events},
             {"clients", lab.messageSwitch().connections(MMSG_E_EPID_ENVIRONMP) +
                             lab.messageSwitch().connections(MMSG_E_EPID_VOLMGRMP)},
-            {"undelivered", lab.messageSwitch().undelivered()}};
+            {"undelivered", lab.messageSwitch().undelivered()},
+            {"startupAnswer", kAnswers[static_cast<std::size_t>(startup.answer())]},
+            {"shutdownWay", kWays[static_cast<std::size_t>(startup.shutdown())]},
+            {"switchPlain", lab.daemonLink().isPlain()},
+            {"delivery", lab.daemonLink().describe()}};
 }
 
 Json personalityJson(const Lab& lab) {

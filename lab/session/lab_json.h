@@ -17,7 +17,7 @@ namespace enclab {
 //     slots [present, faultLed], leds [name, lit]
 // "plant": inlet (degrees), heat (percent by slot), watts (by zone); null without a plant
 // "peers": compositeLed, ledRequests, mails, shutdownRequests, events {id: count}, clients,
-//     undelivered
+//     undelivered, startupAnswer, shutdownWay, switchPlain, delivery (in words)
 // "personality": each number the personality file gives, by its key
 // "chips" [name, address, cut, registers (hexadecimal, from register 0),
 //     lastWrite [register, value]]

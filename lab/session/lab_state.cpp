@@ -6,6 +6,7 @@
 #include <numeric>
 
 #include "lab/session/commands.h"
+#include "lab/session/findings.h"
 
 namespace enclab {
 
@@ -160,6 +161,11 @@ std::string labState(Lab& lab) {
         add(lines, "plant", plantText(lab));
     }
     addFitted(lines, chassis);
+    for (const Finding& finding : findings(lab)) {
+        add(lines, "wrong",
+            fmt::format("{} {}{}", finding.subject, finding.state,
+                        finding.cure.empty() ? "" : "; to mend it: " + finding.cure));
+    }
     add(lines, "devices", deviceText(chassis));
     add(lines, "switch", lab.daemonLink().describe());
     add(lines, "requests", requestText(lab.startupProcess()));

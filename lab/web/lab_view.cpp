@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "lab/session/findings.h"
 #include "lab/session/lab_json.h"
 
 namespace enclab {
@@ -41,7 +42,48 @@ nlohmann::json LabView::state() {
     for (const std::string& name : selectableChassis()) {
         json["choices"].push_back({{"name", name}, {"title", chassisTitle(name)}});
     }
+    json["verdict"] = verdict();
     return json;
+}
+
+// The newest event that begins so and came since then.
+static nlohmann::json eventSince(const EventManager& events, const std::string& begin,
+                                 double since) {
+    nlohmann::json said;
+    double newest = since;
+    for (const EventGroup& group : events.groups()) {
+        if (!begin.empty() && group.text.starts_with(begin) && group.last >= newest) {
+            newest = group.last;
+            said = group.text;
+        }
+    }
+    return said;
+}
+
+static std::string keyOf(const Finding& finding) {
+    return finding.subject + finding.cure;
+}
+
+void LabView::noteFindings() {
+    std::map<std::string, double> since;
+    for (const Finding& finding : findings(lab_)) {
+        const auto known = since_.find(keyOf(finding));
+        since[keyOf(finding)] = known != since_.end() ? known->second : lab_.time();
+    }
+    since_ = std::move(since);
+}
+
+nlohmann::json LabView::verdict() {
+    noteFindings();
+    nlohmann::json list = nlohmann::json::array();
+    for (const Finding& finding : findings(lab_)) {
+        const double since = since_.at(keyOf(finding));
+        list.push_back({{"what", finding.subject + " " + finding.state},
+                        {"since", since},
+                        {"cure", finding.cure},
+                        {"said", eventSince(lab_.eventManager(), finding.event, since)}});
+    }
+    return {{"findings", list}, {"reactions", reactions(lab_)}};
 }
 
 nlohmann::json LabView::history() const {
@@ -52,6 +94,7 @@ void LabView::tick() {
     if (ticks_++ % kTicksPerSample == 0) {
         sample();
     }
+    noteFindings();
     if (live_.readers() > 0) {
         live_.putState(state().dump());
     }

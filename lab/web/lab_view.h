@@ -6,6 +6,7 @@
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
 #include <deque>
+#include <map>
 #include <nlohmann/json.hpp>
 
 #include "lab/web/live.h"
@@ -26,12 +27,16 @@ class LabView {
     Metrics& metrics() { return metrics_; }
     const PanelControls& controls() const { return controls_; }
 
-    // The state with what the panel adds: the chassis to choose from, the commands there are.
+    // The state with what the panel adds: "choices", the chassis to choose from, and "verdict":
+    //     findings [what, since (lab time), cure, said (the daemon's newest event about it, or
+    //     null)], reactions of the daemon.
     nlohmann::json state();
     // Rows of time, the temperatures, the fan loads; the oldest first.
     nlohmann::json history() const;
 
   private:
+    void noteFindings();
+    nlohmann::json verdict();
     void tick();
     void sample();
 
@@ -43,6 +48,7 @@ class LabView {
     asio::steady_timer timer_;
     std::deque<std::vector<double>> history_;
     int ticks_ = 0;
+    std::map<std::string, double> since_;  // lab time at which a finding came, by subject and cure
 };
 
 }  // namespace enclab

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What can be broken beside the enclosure's own parts: the bus, the message switch, the peers, the
 // daemon; and the command line for everything there is.
-import {$, act, button, commands, el, offered, setText} from '/dom.js';
+import {$, act, button, commands, el, offered, setAttribute, setText} from '/dom.js';
 
 const ACTIONS = [
   ['nak', 'not acknowledged'], ['timeout', 'times out'], ['stuck', 'bus stuck'],
@@ -18,10 +18,13 @@ const option = ([value, text]) => el('option', {value}, text);
 const select = (label, options, attributes = {}) =>
     el('select', {'aria-label': label, ...attributes}, ...options.map(option));
 const group = (title, ...list) => [el('h3', {}, title), el('div', {class: 'tools'}, ...list)];
-// A choice that is done at once.
-const choice = (label, command, options) =>
-    el('label', {}, label,
-       select(label, options, {onchange: (event) => act(`${command} ${event.target.value}`)}));
+// A choice that is done at once, and shows how things stand.
+const choices = {};
+function choice(label, command, options) {
+  choices[command] =
+      select(label, options, {onchange: (event) => act(`${command} ${event.target.value}`)});
+  return el('label', {}, label, choices[command]);
+}
 
 const device = select('Device', [['any', 'any device']]);
 const direction =
@@ -85,6 +88,18 @@ function showRules(faults) {
           `${fault.fired} times${fault.over ? ', over' : ''}`));
 }
 
+function showChoice(command, value) {
+  const select = choices[command];
+  if (document.activeElement !== select && select.value !== value) select.value = value;
+}
+
+// A delivery that was typed may be none of those offered.
+function showDelivery({switchPlain, delivery}) {
+  const select = choices['switch'];
+  if (switchPlain) showChoice('switch', 'plain');
+  setAttribute(select, 'title', delivery);
+}
+
 export function showFaults(state) {
   if ($('faults').childElementCount === 0) build();
   const names = ['any', ...state.chips.map((chip) => chip.name)].join();
@@ -93,6 +108,9 @@ export function showFaults(state) {
     device.replaceChildren(
         ...names.split(',').map((name) => option([name, name === 'any' ? 'any device' : name])));
   }
+  showChoice('startup', state.peers.startupAnswer);
+  showChoice('shutdown', state.peers.shutdownWay);
+  showDelivery(state.peers);
   showRules(state.bus.faults);
 }
 

@@ -6,6 +6,7 @@ import {showFaults} from '/controls.js';
 import {addLine, clearLines, showChips, showPage} from '/details.js';
 import {$, el, getJson, loadCommands, post, setText} from '/dom.js';
 import {alarmSound, showPicture} from '/picture.js';
+import {showVerdict} from '/verdict.js';
 
 let state = null;
 let page = null;  // the status page read last
@@ -157,6 +158,7 @@ $('sound').addEventListener('click', (event) => {
 // ---- the stream ----
 
 function show() {
+  showVerdict(state);
   showFacts();
   showDaemonGone();
   showChoices();
