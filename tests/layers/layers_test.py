@@ -31,7 +31,7 @@ class LayersTest(unittest.TestCase):
     def test_calls_go_down_and_not_in_circles(self):
         definer, used = {}, {}
         for file in OBJECTS:
-            library, name = re.search(r"CMakeFiles/(\w+)\.dir/(.*)\.\w+\.o$", file).groups()
+            library, name = re.search(r"CMakeFiles/(\w+)\.dir/(?:\./)?(.*)\.\w+\.o$", file).groups()
             name = name if library == "esaservice" else "libs/" + name
             listed = subprocess.run([NM, "-P", file], stdout=subprocess.PIPE, text=True, check=True)
             symbols = re.findall(r"^(\S+) (\S)", listed.stdout, re.M)
