@@ -23,7 +23,7 @@
 
 namespace {
 
-int device = -1;
+int device = -1, unread = 0;
 char** arguments;
 
 unsigned long number() {
@@ -119,7 +119,7 @@ long waits() {
     val = {ms, 0};
     const bool found =
         write(ends[1], &letter, 1) == 1 && select(ends[0] + 1, &in, nullptr, nullptr, &val) == 1;
-    return found ? val.tv_sec : -1;
+    return found ? static_cast<int>(val.tv_sec) : -1;
 }
 const struct {
     const char* name;
@@ -134,6 +134,7 @@ const struct {
     {"smbus", smbus},
     {"funcs", functions},
     {"set", set},
+    {"unread", [] { return long{ioctl(device, FIONREAD, &unread)}; }},
     {"wall", []() -> long { return static_cast<int>(time(nullptr)); }},
     {"waits", waits},
 };
