@@ -114,7 +114,7 @@ TEST_F(RunTest, AllMistakesAreToldWithTheirLinesBeforeAnythingPlays) {
     const std::pair<std::string, const char*> cases[] = {
         {"", "1: a scenario has a title"},
         {t + "steps = 1", "3: unknown key 'steps'( .did you mean 'step'..)?;.*"},
-        {"title = 't'\nchassis = 'vsc56'", "2: no chassis 'vsc56' .did you mean 'vsc055'...;.*"},
+        {"title = 't'\nchassis = 'vsc56'", "2: no chassis 'vsc56' .did you mean 'vsc055'..;.*"},
         {step, "3: a step has something to do, to expect or to check"},
         {step + "do = '{fan}'", "5: nothing stands for '.fan.' here; there is: .., .controller.*"},
         {step + "check = 'mails not 5..1'", "5: '5..1' is not LOW..HIGH"},
@@ -124,12 +124,12 @@ TEST_F(RunTest, AllMistakesAreToldWithTheirLinesBeforeAnythingPlays) {
              "[[step]]\nat = 9\nexpects = 'mail'\n"
              "[[step]]\nat = 9\nexpect = '3x mial*'\ncheck = 'fan load = 5'",
          "5: psu: 'lsot' where 'lost' or 'good' is expected\n"
-         "6: no command 'fna' .did you mean 'fan'...;[^\n]*\n"
-         "7: the status page has no 'fans/77/rmp' .did you mean 'rpm'...;[^\n]*, rpm, [^\n]*\n"
+         "6: no command 'fna' .did you mean 'fan'..;[^\n]*\n"
+         "7: the status page has no 'fans/77/rmp' .did you mean 'rpm'..;[^\n]*, rpm, [^\n]*\n"
          "8: the chassis has no status LED 'nix'\n"
-         "11: unknown key 'expects' .did you mean 'expect'...;[^\n]*\n"
-         "14: no message begins with 'mial' .did you mean 'mail'...;[^\n]*\n"
-         "15: nothing to check by 'fan load' .did you mean 'fans load'...; there is: [^\n]*"},
+         "11: unknown key 'expects' .did you mean 'expect'..;[^\n]*\n"
+         "14: no message begins with 'mial' .did you mean 'mail'..;[^\n]*\n"
+         "15: nothing to check by 'fan load' .did you mean 'fans load'..; there is: [^\n]*"},
     };
     for (const auto& [text, mistakes] : cases) {
         EXPECT_EQ(run(text, {.check = true}), 2);
