@@ -52,12 +52,24 @@ fs::path LabDirectory::defaultPath(const std::string& name) {
     return fs::path(fmt::format("/tmp/enclab-{}", getuid())) / name;
 }
 
+// Others must not be able to put their files in the lab's place: the directory is ours, the one it
+// stands in ours or the system's.
+static void checkOwner(const fs::path& path, bool systemToo) {
+    struct stat found = {};
+    const bool there = lstat(path.c_str(), &found) == 0;
+    if (there && found.st_uid != geteuid() && !(systemToo && found.st_uid == 0)) {
+        throw std::runtime_error(fmt::format("{} belongs to another user", path.native()));
+    }
+}
+
 LabDirectory::LabDirectory(fs::path path) : path_(fs::absolute(path).lexically_normal()) {
     if (path_.native().size() + sizeof kLongestSocket > sizeof(sockaddr_un::sun_path)) {
         throw std::runtime_error(
             fmt::format("the path {} is too long for the sockets in it", path_.native()));
     }
     fs::create_directories(path_);
+    checkOwner(path_.parent_path(), true);
+    checkOwner(path_, false);
     if (!fs::exists(path_ / "lock") && !fs::is_empty(path_)) {
         throw std::runtime_error(fmt::format("{} is not empty and not a lab's", path_.native()));
     }

@@ -35,6 +35,10 @@ constexpr std::chrono::seconds kLabPatience{60};
 constexpr char kJson[] = "application/json";
 constexpr char kText[] = "text/plain; charset=utf-8";
 constexpr char kTokenHeader[] = "X-Panel-Token";
+// The page's own files only; the chart library sets styles of its own.
+constexpr char kContentPolicy[] =
+    "default-src 'self'; style-src 'self' 'unsafe-inline'; img-src 'self' data:; "
+    "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 // Of Debian's packages: the chart library.
 constexpr char kChartFiles[] = "/usr/share/javascript/dygraphs";
 
@@ -144,7 +148,8 @@ void WebPanel::prepare() {
     server_.set_default_headers({{"Cache-Control", "no-store"},
                                  {"X-Content-Type-Options", "nosniff"},
                                  {"Referrer-Policy", "no-referrer"},
-                                 {"X-Frame-Options", "DENY"}});
+                                 {"X-Frame-Options", "DENY"},
+                                 {"Content-Security-Policy", kContentPolicy}});
     server_.set_pre_routing_handler([this](const Request& request, Response& response) {
         return allowed(request, response) ? httplib::Server::HandlerResponse::Unhandled
                                           : httplib::Server::HandlerResponse::Handled;
@@ -171,7 +176,8 @@ void WebPanel::prepare() {
         });
     });
     server_.Get("/api/events", [this](const Request&, Response& response) { events(response); });
-    server_.Get("/api/page", [this](const Request&, Response& response) { page(response); });
+    // It makes the daemon work, which a GET never does.
+    server_.Post("/api/page", [this](const Request&, Response& response) { page(response); });
     server_.Post("/api/command", [this](const Request& request, Response& response) {
         ask(response, [line = request.body](LabView& view) {
             const Commands::Result result = view.controls().command(line);

@@ -26,7 +26,14 @@ export function setAttribute(node, name, value) {
   if (node.getAttribute(name) !== value) node.setAttribute(name, value);
 }
 
-const token = new URLSearchParams(location.search).get('token') ?? '';
+// The token leaves the address bar for the tab's own store: a reload finds it, a shared link has
+// none.
+const given = new URLSearchParams(location.search).get('token');
+if (given) {
+  sessionStorage.setItem('token', given);
+  history.replaceState(null, '', location.pathname);
+}
+const token = sessionStorage.getItem('token') ?? '';
 
 // Text of the answer; throws an Error with the lab's own line.
 export async function post(path, body) {
@@ -40,6 +47,7 @@ export async function post(path, body) {
   if (!response.ok) throw new Error(text);
   return text;
 }
+export const postJson = async (path) => JSON.parse(await post(path, ''));
 export async function getJson(path) {
   const response = await fetch(path);
   if (!response.ok) throw new Error((await response.text()).trim());

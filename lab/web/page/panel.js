@@ -4,7 +4,7 @@
 import {showHeat} from '/charts.js';
 import {showFaults} from '/controls.js';
 import {addLine, clearLines, showChips, showPage} from '/details.js';
-import {$, el, getJson, loadCommands, post, setText} from '/dom.js';
+import {$, el, loadCommands, post, postJson, setText} from '/dom.js';
 import {alarmSound, showPicture} from '/picture.js';
 import {showVerdict} from '/verdict.js';
 
@@ -97,7 +97,7 @@ async function readPage() {
   reading = true;
   setText($('page-state'), 'reading …');
   try {
-    page = await getJson('/api/page');
+    page = await postJson('/api/page');
     showPage(page);
     setText(
         $('page-state'),

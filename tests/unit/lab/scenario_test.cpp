@@ -118,11 +118,10 @@ TEST_F(RunTest, AllMistakesAreToldWithTheirLinesBeforeAnythingPlays) {
         {step, "3: a step has something to do, to expect or to check"},
         {step + "do = '{fan}'", "5: nothing stands for '.fan.' here; there is: .., .controller.*"},
         {step + "check = 'mails not 5..1'", "5: '5..1' is not LOW..HIGH"},
-        {step +
-             "do = ['daemon kill', 'psu lsot',\n'fna 1 pull']\n"
-             "check = ['page fans/77/rmp = 1',\n'led nix = on', 'page fans/77/rpm > 0']\n"
-             "[[step]]\nat = 9\nexpects = 'mail'\n"
-             "[[step]]\nat = 9\nexpect = '3x mial*'\ncheck = 'fan load = 5'",
+        {step + "do = ['daemon kill', 'psu lsot',\n'fna 1 pull']\n"
+                "check = ['page fans/77/rmp = 1',\n'led nix = on', 'page fans/77/rpm > 0']\n"
+                "[[step]]\nat = 9\nexpects = 'mail'\n"
+                "[[step]]\nat = 9\nexpect = '3x mial*'\ncheck = 'fan load = 5'",
          "5: psu: 'lsot' where 'lost' or 'good' is expected\n"
          "6: no command 'fna' .did you mean 'fan'..;[^\n]*\n"
          "7: the status page has no 'fans/77/rmp' .did you mean 'rpm'..;[^\n]*, rpm, [^\n]*\n"
