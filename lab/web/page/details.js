@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The details: event list, mailbox, register files, the SES status page beside its bytes.
 import {$, button, el, setAttribute, setText} from '/dom.js';
+import {registersOf} from '/registers.js';
 
 // ---- events and mails ----
 
@@ -81,7 +82,8 @@ let chipsKey = '';
 const hex = (value) => value.toString(16).padStart(2, '0');
 
 function registerTable(count) {
-  const cells = Array.from({length: count}, (_, n) => el('td', {title: `register 0x${hex(n)}`}));
+  const cells =
+      Array.from({length: count}, (_, n) => el('td', {tabindex: n === 0 ? 0 : -1, 'data-n': n}));
   const columns = Math.min(16, count);
   const head =
       el('tr', {}, el('th'),
@@ -90,22 +92,69 @@ function registerTable(count) {
   for (let n = 0; n < count; n += columns) {
     body.push(el('tr', {}, el('th', {scope: 'row'}, hex(n)), ...cells.slice(n, n + columns)));
   }
-  return {table: el('table', {class: 'registers'}, head, ...body), cells};
+  return {table: el('table', {class: 'registers'}, head, ...body), cells, columns};
+}
+
+// What the register under the mouse, or the one with the focus, is called, is for and says. One
+// stop for the tab key; arrows go from cell to cell.
+function explain(view) {
+  const known = registersOf(view.name);
+  let shown = null;
+  view.explainNow = () => {
+    if (shown === null) return;
+    const byte = parseInt(view.bytes[shown], 16);
+    const {name, meaning, says} = known.get(shown) ?? {name: 'not used', meaning: '', says: null};
+    const text = [`0x${hex(shown)} ${name}`, meaning, says?.(byte)].filter(Boolean).join(' · ');
+    setText(view.meaning, text);
+  };
+  const show = (event) => {
+    const cell = event.target.closest('td');
+    if (!cell) return;
+    shown = Number(cell.dataset.n);
+    view.explainNow();
+    setAttribute(cell, 'aria-label', view.meaning.textContent);
+  };
+  view.table.addEventListener('mouseover', show);
+  view.table.addEventListener('focusin', show);
+  view.table.addEventListener('keydown', (event) => {
+    const step = {ArrowLeft: -1, ArrowRight: 1, ArrowUp: -view.columns, ArrowDown: view.columns};
+    const from = Number(event.target.dataset.n);
+    const to = view.cells[from + step[event.key]];
+    if (!to) return;
+    event.preventDefault();
+    view.cells[from].tabIndex = -1;
+    to.tabIndex = 0;
+    to.focus();
+  });
 }
 
 function buildChip(chip, first) {
-  const {table, cells} = registerTable(chip.registers.length / 2);
+  const {table, cells, columns} = registerTable(chip.registers.length / 2);
   const state = el('span', {class: 'quiet'});
+  const meaning = el('p', {class: 'quiet meaning'}, 'Point at a register.');
   const cut = button('', () => `${cut.dataset.cut === 'true' ? 'mend' : 'cut'} ${chip.name}`);
   const node = el(
       'details', {class: 'chip', id: `chip-${chip.name}`, open: first},
       el('summary', {}, el('span', {class: 'chip-name'}, chip.name),
          el('span', {class: 'quiet'}, `0x${hex(chip.address)}`), state),
       el('div', {class: 'buttons'}, cut, button('Fail its next transfer', `fail ${chip.name} 1`)),
-      el('div',
-         {class: 'scroll', tabindex: 0, role: 'region', 'aria-label': `Registers of ${chip.name}`},
-         table));
-  return {node, cells, state, cut, bytes: [], hotUntil: new Map()};
+      el('div', {class: 'scroll', role: 'region', 'aria-label': `Registers of ${chip.name}`},
+         table),
+      meaning);
+  const view = {
+    name: chip.name,
+    node,
+    table,
+    cells,
+    columns,
+    state,
+    cut,
+    meaning,
+    bytes: [],
+    hotUntil: new Map(),
+  };
+  explain(view);
+  return view;
 }
 
 function updateChip(view, chip) {
@@ -123,6 +172,7 @@ function updateChip(view, chip) {
         [byte === '00' ? 'zero' : '', hot ? 'hot' : '', n === last ? 'last' : ''].join(' ').trim();
     if (cell.className !== kind) cell.className = kind;
   });
+  view.explainNow();
   const written =
       chip.lastWrite ? `last written 0x${hex(last)} = ${hex(chip.lastWrite[1])}` : 'never written';
   setText(view.state, chip.cut ? 'does not answer' : written);
