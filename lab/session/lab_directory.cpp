@@ -52,12 +52,10 @@ fs::path LabDirectory::defaultPath(const std::string& name) {
     return fs::path(fmt::format("/tmp/enclab-{}", getuid())) / name;
 }
 
-// Others must not be able to put their files in the lab's place: the directory is ours, the one it
-// stands in ours or the system's.
-static void checkOwner(const fs::path& path, bool systemToo) {
+// In /tmp somebody else may have made the directory first, to put his own files in its place.
+static void checkOwner(const fs::path& path) {
     struct stat found = {};
-    const bool there = lstat(path.c_str(), &found) == 0;
-    if (there && found.st_uid != geteuid() && !(systemToo && found.st_uid == 0)) {
+    if (lstat(path.c_str(), &found) == 0 && found.st_uid != geteuid()) {
         throw std::runtime_error(fmt::format("{} belongs to another user", path.native()));
     }
 }
@@ -68,8 +66,10 @@ LabDirectory::LabDirectory(fs::path path) : path_(fs::absolute(path).lexically_n
             fmt::format("the path {} is too long for the sockets in it", path_.native()));
     }
     fs::create_directories(path_);
-    checkOwner(path_.parent_path(), true);
-    checkOwner(path_, false);
+    checkOwner(path_);
+    if (const fs::path usual = defaultPath("name").parent_path(); path_.parent_path() == usual) {
+        checkOwner(usual);
+    }
     if (!fs::exists(path_ / "lock") && !fs::is_empty(path_)) {
         throw std::runtime_error(fmt::format("{} is not empty and not a lab's", path_.native()));
     }
