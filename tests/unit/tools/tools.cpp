@@ -5,7 +5,6 @@
 #include <fmt/ranges.h>
 
 #include <regex>
-#include <set>
 
 #include "tools/altevent/cli.h"
 #include "tools/doctor/cli.h"
@@ -36,11 +35,6 @@ const std::map<std::string, int (*)(int, const char* const*, std::ostream&, std:
      {"esaparams", esaparams::run},
      {"personality", personality::run},
      {"sesctl", sesctl::run}};
-
-std::set<std::string> optionsIn(const std::string& text) {
-    const std::regex option("--[a-z]+");
-    return {std::sregex_token_iterator(text.begin(), text.end(), option), {}};
-}
 
 }  // namespace
 
@@ -95,18 +89,6 @@ ToolPlayer::ToolPlayer() {
             }
         }
     };
-    commands["documented"] = [this](const Words& words) {
-        const std::string page =
-            std::regex_replace(contentOf(SOURCES + words[1]), std::regex(R"(\\f.|\\)"), "");
-        std::string help = told(words[2] + " --help").out;
-        for (std::size_t n = 3; n < words.all.size(); n++) {
-            help += told(words[2] + " " + words[n] + " --help").out;
-        }
-        Lines only;
-        std::ranges::set_symmetric_difference(optionsIn(help), optionsIn(page + " --help"),
-                                              std::back_inserter(only));
-        say(only);
-    };
 }
 
 void ToolPlayer::tell(const Told& all) {
@@ -119,7 +101,7 @@ void ToolPlayer::tell(const Told& all) {
 }
 
 void ToolPlayer::sayWrapped(const std::string& line) {
-    say(std::regex_replace(line, std::regex("(.{100,140}) "), "$1\n    "));
+    say(std::regex_replace(line, std::regex("(.{110,140}) (?=.{14})"), "$1\n    "));
 }
 
 // Whether a value says these bits; a text has no more than letters, rows of bytes are hexadecimal.
@@ -174,12 +156,6 @@ void expectDecoded(const Decode& decode, const Bytes& base, std::size_t at, cons
             EXPECT_EQ(Json::diff(before, after), Json::array());
         }
         bit += bits.size();
-    }
-}
-
-TEST(Tools, TellTheirVersion) {
-    for (const auto& [name, run] : TOOLS) {
-        EXPECT_EQ(told(name + " --version").out, name + " " ESA_VERSION "\n");
     }
 }
 

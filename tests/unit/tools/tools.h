@@ -52,7 +52,6 @@ class Place {
 // Knows the tools by their names, and
 //   full LINE                      with an output that takes nothing
 //   wrong TOOL | WORDS | WORDS     nothing, where each is refused in one line
-//   documented PAGE TOOL [WORD...] options only the help or only that page of ours knows
 class ToolPlayer : public Player {
   public:
     ToolPlayer();
