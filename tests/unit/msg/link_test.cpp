@@ -251,9 +251,8 @@ class LinkHistory : public Link {
         said();
         state = DOWN;
         lost.clear();
-        undelivered.clear();
         waitedInVain = false;
-        attempt();
+        attempt(1000000);
         if (state != UP) {
             expected = {systemCalls.nextSocket != 0
                             ? "esaInit(): Linux socket function fails for ESA socket!"
@@ -264,22 +263,19 @@ class LinkHistory : public Link {
         }
         EXPECT_EQ(esaLinkOpen(), state == UP);
         EXPECT_TRUE(state != UP || listener.accept());
-        EXPECT_TRUE(connectWait == -1 || connectWait == 1000000) << connectWait;
     }
-    // What is lost waits for nothing but the pass: in each while the switch is short of room, else
-    // in every tenth.
+    // What is lost waits for hardly more than the pass: in each while the switch is short of room,
+    // else in every tenth.
     void pass() {
         waitedInVain = false;
         const bool due = state == CONNECTING || (state == DOWN && ++passesDown == 10);
         if (due) {
-            attempt();
+            attempt(1);
         }
-        EXPECT_EQ(esaLinkPass(), due && state == UP);
-        EXPECT_TRUE(!due || (connectWait != 0 && connectWait < 100000)) << connectWait;
-        if (due && state == UP) {
-            EXPECT_TRUE(listener.accept());
-            expected = {"The link to MSM is up again with socket [N]."};
-        }
+        const bool comesUp = due && state == UP;
+        EXPECT_EQ(esaLinkPass(), comesUp);
+        EXPECT_TRUE(!comesUp || listener.accept());
+        expected.assign(comesUp ? 1 : 0, "The link to MSM is up again with socket [N].");
     }
     void down() {
         if (state != DOWN) {
@@ -291,70 +287,57 @@ class LinkHistory : public Link {
     }
     // Events are told apart by their id, other messages by their type; what has no bit is one kind.
     void send() {
-        const int protocol = random.of({8, 12, 12, 13, 18}),
+        const int protocol = random.of({8, 12, 13, 18}),
                   number = random.of({1, 7, 8, 14, 16, 30, 31, 40}),
-                  type = protocol == 8 ? 1 : number;
+                  type = protocol == 8 ? 1 : number, size = random.of({64, 360});
         const std::pair kind(protocol, std::min(number, 31));
-        const int size = random.of({64, 360});
         esaMmsgHeaderInit(message, static_cast<MMSG_PROTOCOL>(protocol), static_cast<U32_t>(type),
                           static_cast<U32_t>(size));
         wireView<EsaEvent_t>(message + 1)->header.evId = static_cast<U16_t>(number);
         const std::string fault =
             text("sender(): Linux send function fails, sendSize = [", size, "] is wrong");
-        const std::string again = text("MMSG with opcode [0x", std::hex, protocol << 24 | type,
-                                       "] is not sent, the link to MSM is down.");
         int result = -1;
         systemCalls.sendFlags = -1;
         const int flags = state != UP ? -1 : waitedInVain ? MSG_DONTWAIT : 0;
         if (state == UP) {
-            const int error =
-                script(&systemCalls.sendErrors, {0, 0, 0, 0, EAGAIN, ENOBUFS, ENOMEM, EPIPE,
-                                                 ECONNRESET, ENOTCONN, EBADF, -10, -10});
+            const int error = script(&systemCalls.sendErrors,
+                                     {0, 0, 0, EAGAIN, ENOBUFS, ENOMEM, EPIPE, EBADF, -10});
             result = error == 0 ? size : error < 0 ? -error : -1;
             waitedInVain = waitedInVain || error == EAGAIN;
-            expected = error == 0 ? Lines() : Lines{fault};
+            expected.assign(error == 0 ? 0 : 1, fault);
             if (error < 0 || (error > 0 && !passes(error))) {
                 down();
                 lost = {kind};  // it has been reported
             }
         } else {
-            expected = {lost.insert(kind).second ? fault : again};
-        }
-        if (protocol == 12) {
-            result == size ? undelivered.erase(kind.second)
-                           : undelivered.insert(kind.second).second;
+            expected = {lost.insert(kind).second
+                            ? fault
+                            : text("MMSG with opcode [0x", std::hex, protocol << 24 | type,
+                                   "] is not sent, the link to MSM is down.")};
         }
         EXPECT_EQ(esaMmsgSend({"sender", "sender()", 1}), result);
         EXPECT_EQ(systemCalls.sendFlags, flags);
         const Bytes whole(esaControl.esaWorkSpace, esaControl.esaWorkSpace + size);
         EXPECT_EQ(listener.take(), std::vector<Bytes>(result == size ? 1 : 0, whole));
     }
+    // Every call that was to be made was made, and a link that is down has no descriptor.
     void check() {
-        ASSERT_EQ(said(), std::exchange(expected, {}));
-        ASSERT_EQ(esaLinkIsUp(), state == UP);
-        ASSERT_EQ(esaControl.socketFdMSM >= 0, state != DOWN);
-        for (const int type : {1, 7, 8, 14, 16, 30, 31, 40}) {
-            ASSERT_EQ(esaMmsgIsUndelivered(static_cast<SUS_MMSG>(type)),
-                      undelivered.contains(std::min(type, 31)))
-                << type;
-        }
-        ASSERT_TRUE(state != UP || waitOf(esaControl.socketFdMSM) == 1000000);
-        // Every call that was to be made was made, and a link that is down has no descriptor.
-        ASSERT_TRUE(systemCalls.connectErrors.empty() && systemCalls.sendErrors.empty());
-        ASSERT_EQ(systemCalls.nextSocket, 0);
-        ASSERT_TRUE(state != DOWN || descriptor < 0 || fcntl(descriptor, F_GETFD) == -1);
+        EXPECT_EQ(said(), std::exchange(expected, {}));
+        EXPECT_EQ(esaLinkIsUp(), state == UP);
+        EXPECT_EQ(esaControl.socketFdMSM >= 0, state != DOWN);
+        EXPECT_TRUE(state != UP || waitOf(esaControl.socketFdMSM) == 1000000);
+        EXPECT_TRUE(systemCalls.connectErrors.empty() && systemCalls.sendErrors.empty());
+        EXPECT_EQ(systemCalls.nextSocket, 0);
+        EXPECT_TRUE(state != DOWN || descriptor < 0 || fcntl(descriptor, F_GETFD) == -1);
         descriptor = esaControl.socketFdMSM;
     }
 
     enum { DOWN, CONNECTING, UP } state = DOWN;
-    int passesDown = 0;
+    int passesDown = 0, descriptor = -1;
     bool waitedInVain = false;           // a send of this pass
     std::set<std::pair<int, int>> lost;  // kinds of message, since the link went down
-    std::set<int> undelivered;           // latest requests to the start-up process
     Lines expected;
     MMCH_t* const message = wireView<MMCH_t>(esaControl.esaWorkSpace);
-    int descriptor = -1;
-    long connectWait = -1;  // of the latest attempt; -1: there was none
 
   private:
     // What a call waits at most, in microseconds.
@@ -366,27 +349,29 @@ class LinkHistory : public Link {
     }
     // How the next calls fail: interrupted or not, then as one of `ends`.
     int script(std::deque<int>* errors, std::initializer_list<int> ends) {
-        errors->assign(random.onceIn(4) ? 1 + random.below(2) : 0, EINTR);
+        errors->assign(random.below(3), EINTR);
         errors->push_back(random.of(ends));
         return errors->back();
     }
-    void attempt() {
+    // The kernel rounds a wait up to its own clock's next tick; 0 would be without end.
+    void attempt(long wait) {
         passesDown = 0;
-        connectWait = -1;
-        systemCalls.onConnect = [this](int fd) { connectWait = waitOf(fd); };
+        systemCalls.onConnect = [=](int fd) {
+            EXPECT_TRUE(waitOf(fd) > 0 && waitOf(fd) / 100000 == wait / 100000);
+        };
         systemCalls.nextSocket = state == CONNECTING ? 0 : random.of({0, 0, 0, -1, 1024, 5000});
         if (systemCalls.nextSocket == 0) {
-            const int error = script(&systemCalls.connectErrors,
-                                     {0, 0, EAGAIN, ENOBUFS, ENOMEM, ECONNREFUSED, ENOENT});
+            const int error =
+                script(&systemCalls.connectErrors, {0, 0, EAGAIN, ENOBUFS, ENOMEM, ECONNREFUSED});
             state = error == 0 ? UP : passes(error) ? CONNECTING : DOWN;
         }
     }
 };
 
 TEST_F(LinkHistory, OfTheLinkAndOfWhatIsLostIsKnownWhatTheRulesSay) {
-    for (int round = 0; round < 16000; ++round) {
+    for (int round = 0; round < 8000 && !HasFailure(); ++round) {
         SCOPED_TRACE(round);
-        const std::size_t what = round % 100 == 0 ? 0 : 1 + random.below(20);
+        const std::size_t what = round % 50 == 0 ? 0 : 1 + random.below(20);
         if (what == 0) {
             open();
         } else if (what == 1) {
@@ -395,19 +380,16 @@ TEST_F(LinkHistory, OfTheLinkAndOfWhatIsLostIsKnownWhatTheRulesSay) {
         } else {
             (state == UP ? !random.onceIn(5) : what < 8) ? send() : pass();
         }
-        ASSERT_NO_FATAL_FAILURE(check());
-        ASSERT_FALSE(HasFailure());
+        check();
     }
 }
 
 // ... of at most 97 characters, whatever stands behind it in the area.
 TEST_F(Link, ADirectoryThatFitsTheAddressIsConnectedTo) {
     const std::string path = listener.directory();
-    for (const std::size_t length :
-         {path.size(), std::size_t{97}, std::size_t{98}, std::size_t{128}}) {
-        params = {};
-        (std::string(length - path.size(), '/') + path).copy(params.mmsgDirectory, 128);
-        params.nonVolatileDirectory[0] = 'x';
+    for (const std::size_t length : {path.size(), std::size_t{97}, std::size_t{98}}) {
+        std::string(128, 'x').copy(params.mmsgDirectory, 128);
+        (std::string(length - path.size(), '/') + path + '\0').copy(params.mmsgDirectory, 128);
         systemCalls.connects = 0;
         EXPECT_EQ(esaLinkOpen(), length < 98) << length;
         EXPECT_EQ(systemCalls.connects, length < 98 ? 1 : 0) << length;
