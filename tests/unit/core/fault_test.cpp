@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // A critical fault: the box and the dump of a random state in the trace, and the four records.
-#include <fmt/format.h>
+#include <fmt/printf.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <regex>
-#include <span>
 
 #include "state/esa_control.h"
 #include "state/esa_fault.h"
@@ -16,107 +15,85 @@
 
 namespace {
 
-// ---- what is dumped, and stands in the record of the state ----
-
-enum class Form { DECIMAL, BARE, HEX, TEXT, BYTES, SENSORS, RECORD_ONLY };
-
+// A field's numbers, of so many bytes each.
 struct Row {
-    std::string name;  // with the blanks in front of the equals sign, where they are not padded
-    Form form;
-    const void* data;
-    std::size_t width, count;  // of numbers, in bytes; width 1 for raw bytes
+    std::string name;    // in the dump; of bytes with the blanks in front of the equals sign
+    std::string format;  // of a number; none: they are bytes
+    std::size_t width;
+    std::vector<int> values;
 };
-
-#define ROW(name, form, field, count) \
-    { name, Form::form, &esaControl.field, sizeof esaControl.field / (count), count }
-#define NUMBER(form, field) ROW(#field, form, field, 1)
-#define RAW(field, blanks) ROW(#field blanks, BYTES, field, sizeof esaControl.field)
-#define ELEMENTS(type, blanks)                                         \
-    NUMBER(DECIMAL, type##ControlOverall), RAW(type##Control, blanks), \
-        NUMBER(DECIMAL, type##StatusOverall), RAW(type##Status, blanks)
-
-// In the record each stands behind the one before, at a multiple of its width, and no buffer does.
-const Row ROWS[] = {NUMBER(DECIMAL, socketFdMSM),
-                    NUMBER(RECORD_ONLY, socketAddressMSM.sun_family),
-                    ROW("socketAddressMSM.sun_path", TEXT, socketAddressMSM.sun_path, 108),
-                    NUMBER(DECIMAL, i2cFileFd),
-                    NUMBER(DECIMAL, enclosureType),
-                    NUMBER(DECIMAL, elementTypeMaxNumber),
-                    NUMBER(DECIMAL, deviceMaxNumber),
-                    NUMBER(DECIMAL, powerSupplyMaxNumber),
-                    NUMBER(DECIMAL, coolingMaxNumber),
-                    NUMBER(DECIMAL, temperatureSensorMaxNumber),
-                    NUMBER(DECIMAL, audibleAlarmMaxNumber),
-                    NUMBER(DECIMAL, pageCodeInRecentSndDiagCmd),
-                    RAW(sesTypeDescriptorList, " "),
-                    ELEMENTS(deviceElement, " "),
-                    NUMBER(HEX, driveFaultLedStatus0),
-                    NUMBER(HEX, driveFaultLedStatus1),
-                    ELEMENTS(powerSupplyElement, "  "),
-                    NUMBER(HEX, powerSupplyStatus),
-                    ELEMENTS(coolingElement, "  "),
-                    RAW(coolingElementOnOff, "  "),
-                    NUMBER(HEX, fanFaultStatus),
-                    ROW("temperatureSensor", SENSORS, temperatureSensor, 8),
-                    ROW("temperatureReportStatus", SENSORS, temperatureReportStatus, 8),
-                    ELEMENTS(audibleAlarmElement, "  "),
-                    NUMBER(BARE, alarmState),
-                    NUMBER(HEX, compositeFaultStatus),
-                    NUMBER(DECIMAL, esaDebug),
-                    RAW(vitesse.vsc055GPD, "  "),
-                    RAW(vitesse.vsc055DDP, "  "),
-                    RAW(vitesse.vsc055FSC, "  "),
-                    ROW("", RECORD_ONLY, vitesse.vsc055PWMC, 8),
-                    NUMBER(DECIMAL, selectTimeout.sec),
-                    NUMBER(RECORD_ONLY, selectTimeout.usec),
-                    NUMBER(DECIMAL, pollTimeout.sec),
-                    NUMBER(RECORD_ONLY, pollTimeout.usec),
-                    {"esaInMsg  ", Form::BYTES, esaControl.esaInMsg, 1, 256},
-                    {"esaWorkSpace  ", Form::BYTES, esaControl.esaWorkSpace, 1, 256}};
-
 template <typename Number>
-int valueOf(const U8_t* at) {
-    Number number;
-    std::memcpy(&number, at, sizeof number);
-    return static_cast<int>(number);
+Row rowOf(const std::string& name, const std::string& format, const Number* numbers,
+          std::size_t size) {
+    return {name, format, sizeof(Number), {numbers, numbers + size / sizeof(Number)}};
 }
 
-// Two bytes carry a sign.
-int numberAt(const Row& row, std::size_t n = 0) {
-    const U8_t* const at = static_cast<const U8_t*>(row.data) + n * row.width;
-    return row.width == 1 ? *at : row.width == 2 ? valueOf<S16_t>(at) : valueOf<U32_t>(at);
+#define NUMBER(field, format) rowOf(#field, format, &c.field, sizeof c.field)
+#define SENSORS(field) rowOf(#field, "%d", c.field, sizeof c.field)
+#define RAW(field, blanks) \
+    rowOf(#field blanks, "", reinterpret_cast<const U8_t*>(&c.field), sizeof c.field)
+#define ELEMENTS(type, blanks)                                        \
+    NUMBER(type##ControlOverall, "[%d]"), RAW(type##Control, blanks), \
+        NUMBER(type##StatusOverall, "[%d]"), RAW(type##Status, blanks)
+#define RECORD_ONLY(data) rowOf("", "", data, sizeof *(data))
+
+// What is dumped, and stands in the record of the state: there each stands behind the one before,
+// at a multiple of its width.
+std::vector<Row> rowsOf(const EsaControl_t& c, const std::string& path) {
+    return {NUMBER(socketFdMSM, "[%d]"),
+            RECORD_ONLY(&c.socketAddressMSM.sun_family),
+            rowOf("socketAddressMSM.sun_path", "[" + path + "]", c.socketAddressMSM.sun_path, 108),
+            NUMBER(i2cFileFd, "[%d]"),
+            NUMBER(enclosureType, "[%d]"),
+            NUMBER(elementTypeMaxNumber, "[%d]"),
+            NUMBER(deviceMaxNumber, "[%d]"),
+            NUMBER(powerSupplyMaxNumber, "[%d]"),
+            NUMBER(coolingMaxNumber, "[%d]"),
+            NUMBER(temperatureSensorMaxNumber, "[%d]"),
+            NUMBER(audibleAlarmMaxNumber, "[%d]"),
+            NUMBER(pageCodeInRecentSndDiagCmd, "[%d]"),
+            RAW(sesTypeDescriptorList, " "),
+            ELEMENTS(deviceElement, " "),
+            NUMBER(driveFaultLedStatus0, "[0x%x]"),
+            NUMBER(driveFaultLedStatus1, "[0x%x]"),
+            ELEMENTS(powerSupplyElement, "  "),
+            NUMBER(powerSupplyStatus, "[0x%x]"),
+            ELEMENTS(coolingElement, "  "),
+            RAW(coolingElementOnOff, "  "),
+            NUMBER(fanFaultStatus, "[0x%x]"),
+            SENSORS(temperatureSensor),
+            SENSORS(temperatureReportStatus),
+            ELEMENTS(audibleAlarmElement, "  "),
+            NUMBER(alarmState, "%d"),
+            NUMBER(compositeFaultStatus, "[0x%x]"),
+            NUMBER(esaDebug, "[%d]"),
+            RAW(vitesse.vsc055GPD, "  "),
+            RAW(vitesse.vsc055DDP, "  "),
+            RAW(vitesse.vsc055FSC, "  "),
+            rowOf("", "", c.vitesse.vsc055PWMC, sizeof c.vitesse.vsc055PWMC),
+            NUMBER(selectTimeout.sec, "[%d]"),
+            RECORD_ONLY(&c.selectTimeout.usec),
+            NUMBER(pollTimeout.sec, "[%d]"),
+            RECORD_ONLY(&c.pollTimeout.usec)};
 }
 
-Lines textsOf(const Row& row) {
-    const auto line = [&](const std::string& value) {
-        return Lines{fmt::format("esaControl.{:34}= {}", row.name, value)};
-    };
-    const auto* const bytes = static_cast<const U8_t*>(row.data);
-    Lines lines;
-    switch (row.form) {
-        case Form::DECIMAL:
-            return line(fmt::format("[{}]", numberAt(row)));
-        case Form::BARE:
-            return line(fmt::format("{}", numberAt(row)));
-        case Form::HEX:
-            return line(fmt::format("[{:#x}]", static_cast<unsigned>(numberAt(row))));
-        case Form::TEXT:
-            return line("[" + std::string(bytes, std::find(bytes, bytes + row.count, 0)) + "]");
-        case Form::BYTES:  // 32 in a row, in groups of eight, behind an address that is left out
-            lines = {"esaControl." + row.name + "="};
-            for (std::size_t n = 0; n < row.count; ++n) {
-                n % 32 == 0 ? lines.emplace_back() : lines.back();
-                lines.back() += fmt::format("{}{:02X}", n % 8 == 0 ? " " : "", bytes[n]);
-            }
-            return lines;
-        case Form::SENSORS:
-            for (std::size_t n = 0; n < row.count; ++n) {
-                const std::string name = fmt::format("{}[{}]", row.name, n);
-                lines.push_back(fmt::format("esaControl.{:29}= {}", name, numberAt(row, n)));
-            }
-            return lines;
-        case Form::RECORD_ONLY:
-            return {};
+// Bytes are 32 in a row, in groups of eight, behind an address that is left out; eight numbers are
+// the sensors'.
+Lines dumpOf(const Row& row) {
+    const bool isBytes = row.format.empty();
+    Lines lines(isBytes ? 1 : 0, "esaControl." + row.name + "=");
+    for (std::size_t n = 0; n < row.values.size(); ++n) {
+        const int value = row.values[n];
+        if (isBytes) {
+            lines.resize(2 + n / 32);
+            lines.back() += fmt::format("{}{:02X}", n % 8 == 0 ? " " : "", value);
+        } else if (row.values.size() == 8) {
+            const std::string name = fmt::format("{}[{}]", row.name, n);
+            lines.push_back(fmt::format("esaControl.{:29}= {}", name, value));
+        } else if (n == 0) {
+            lines.push_back(fmt::format("esaControl.{:34}= ", row.name) +
+                            fmt::sprintf(row.format, value));
+        }
     }
     return lines;
 }
@@ -129,27 +106,28 @@ void put(Bytes* bytes, std::size_t at, std::size_t width, U32_t value) {
     }
 }
 
-Bytes stateRecord() {
+Bytes stateRecord(const std::vector<Row>& rows) {
     Bytes payload(524);
     std::size_t at = 0;
-    for (const Row& row : std::span(ROWS).first(std::size(ROWS) - 2)) {
+    for (const Row& row : rows) {
         at = (at + row.width - 1) / row.width * row.width;
-        for (std::size_t n = 0; n < row.count; ++n, at += row.width) {
-            put(&payload, at, row.width, static_cast<U32_t>(numberAt(row, n)));
+        for (const int value : row.values) {
+            put(&payload, at, row.width, static_cast<U32_t>(value));
+            at += row.width;
         }
     }
     return payload;
 }
 
 // Texts are cut at 64 bytes and padded with zeros.
-Bytes errorRecord(std::string file, std::string function, U32_t line, std::string message) {
-    Bytes payload;
-    for (std::string* text : {&file, &function, &message}) {
-        text->resize(64);
-        payload.insert(payload.end(), text->begin(), text->end());
-    }
-    payload.insert(payload.begin() + 128, 4, 0);
+Bytes errorRecord(const std::string& file, const std::string& function, U32_t line,
+                  const std::string& message) {
+    Bytes payload(196);
+    char* const texts = reinterpret_cast<char*>(payload.data());
+    file.copy(texts, 64);
+    function.copy(texts + 64, 64);
     put(&payload, 128, 4, line);
+    message.copy(texts + 132, 64);
     return payload;
 }
 
@@ -173,8 +151,8 @@ TEST(Fault, LeavesABoxADumpAndFourRecords) {
         TraceCapture trace(isTraced ? 0x0001 | TRACE_K_FILE | TRACE_K_FUNCTION : 0x0010);
         const Bytes state = random.bytes(sizeof esaControl);
         std::memcpy(&esaControl, state.data(), state.size());
-        char* const path = esaControl.socketAddressMSM.sun_path;
-        std::memset(path, round % 2 == 0 ? 'p' : 0, 108);  // up to its end
+        const std::string path(round % 2 == 0 ? 108 : 0, 'p');  // up to its end
+        std::strncpy(esaControl.socketAddressMSM.sun_path, path.c_str(), 108);
         EsaControl_t after = esaControl;
         after.esaDebug = TRUE;
         const std::string file(round, 'f'), function(140 - round, 'g'), message(round * 8, 'm');
@@ -183,8 +161,9 @@ TEST(Fault, LeavesABoxADumpAndFourRecords) {
         EXPECT_EQ(std::memcmp(&after, &esaControl, sizeof after), 0);
         EXPECT_EQ(std::strlen(esaDebugMsg), std::min<std::size_t>(message.size(), 1023));
 
+        std::vector<Row> rows = rowsOf(esaControl, path);
         const auto records = takeAltRecords();
-        const Bytes payloads[] = {errorRecord(file, function, line, message), stateRecord(),
+        const Bytes payloads[] = {errorRecord(file, function, line, message), stateRecord(rows),
                                   Bytes(esaControl.esaInMsg, esaControl.esaInMsg + 256),
                                   Bytes(esaControl.esaWorkSpace, esaControl.esaWorkSpace + 256)};
         ASSERT_EQ(records.size(), 4U);
@@ -194,15 +173,16 @@ TEST(Fault, LeavesABoxADumpAndFourRecords) {
             EXPECT_EQ(records[n].argument, n < 3 ? 0 : -1);
         }
 
-        const std::string stars(22, '*'), frame(59, '*');
-        Lines lines = {stars + " Critical Error " + stars.substr(1),
+        rows.push_back(rowOf("esaInMsg  ", "", esaControl.esaInMsg, 256));
+        rows.push_back(rowOf("esaWorkSpace  ", "", esaControl.esaWorkSpace, 256));
+        Lines lines = {"********************** Critical Error *********************",
                        "| File:      " + file,
                        "| Function:  " + function,
                        text("| Line:      ", static_cast<int>(line)),
                        "| Message:   " + message.substr(0, 1010),
-                       frame};
-        for (const Row& row : ROWS) {
-            std::ranges::move(textsOf(row), std::back_inserter(lines));
+                       std::string(59, '*')};
+        for (const Row& row : rows) {
+            std::ranges::move(row.name.empty() ? Lines() : dumpOf(row), std::back_inserter(lines));
         }
         lines.insert(lines.end(),
                      {"", "Finish the Enclosure Services Adapter internal data dump."});
