@@ -53,8 +53,6 @@ EsaChassisTable_t esaChassisTable() {
     static const auto watched = [](EsaChassis_t row) {
         if (row.init) {
             row.init = bringUp;
-            row.initSuccessText = "Bring-up succeeds.";
-            row.initFailureText = "Bring-up fails, %s.";
             row.poll = poll;
         }
         return row;
