@@ -45,7 +45,11 @@ class Loop : public Core {
 
     // What happens between two passes.
     void disturb() {
-        const auto what = random.below(18);
+        esaControl.enclosureType = random.of<U8_t>({1, 2, 3, 5, 5, 5, 9});
+        esaControl.i2cConnected = random.of<U8_t>({0, 1, 1, 1, 2});
+        esaControl.compositeFaultStatus = random.of<U32_t>({0, 0, 0x80000004, 0x80000013, 0x8});
+        stage.isManaged = !random.onceIn(20);
+        const auto what = random.below(14);
         if (isHalf) {
             isHalf = false;
             listener.send(Bytes(length - 40));
@@ -56,24 +60,16 @@ class Loop : public Core {
         } else if (what < 8) {
             request(random.of({"init", "led", "mail"}));
         } else if (what == 8) {
-            esaControl.compositeFaultStatus =
-                random.of<U32_t>({0, 0x80000004, 0x80000013, 0x8, 0xC000000E});
-        } else if (what == 9) {
-            esaControl.enclosureType = random.of<U8_t>({1, 2, 3, 5, 5, 9});
-            esaControl.i2cConnected = random.of<U8_t>({0, 1, 1, 1, 2});
-        } else if (what == 10) {
             pass = random.of<std::int64_t>({1000000, 1000000, 700000, 2345678});
             esaControl.selectTimeout = timeOf(pass);
-        } else if (what == 11) {
+        } else if (what == 9) {
             reportSeconds = random.of<U32_t>({0, 0, 3, 5});
             report = std::int64_t{reportSeconds} * 1000000;
             esaControl.reportTimeoutUserInput = reportSeconds;
             esaControl.reportTimeout = timeOf(report);
-        } else if (what == 12) {
+        } else if (what == 10) {
             poll = pass + random.of({-1, 0, 1, 5000000});
             esaControl.pollTimeout = timeOf(poll);
-        } else if (what == 13) {
-            stage.isManaged = !random.onceIn(4);
         }
     }
 

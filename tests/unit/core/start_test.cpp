@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <utility>
 
 #include "esa_evl.h"
@@ -78,23 +79,6 @@ const Key KEYS[] = {
     KEY(fanPwmLoadMinimum, "Fan PWM Load Minimum"),
 };
 
-// Names and keys with their values, and what is nearly one.
-std::string anyText(Random& random) {
-    std::string all(random.onceIn(9) ? 8192 - random.below(200) : 0, ' ');
-    for (std::size_t left = random.below(14); left > 0; --left) {
-        const std::string name = text('"', NAMES[random.below(std::size(NAMES))].name, '"'),
-                          key = text('"', KEYS[random.below(std::size(KEYS))].name, '"'),
-                          number = random.of({"0", "7", "8", "9", "44", "255", "256", " 7",
-                                              "7 fans", "0x10", "", "-1", "65537", "2147483648",
-                                              "-2147483649", "99999999999999999999"}),
-                          whole = key + " value=\"" + number + "\"/>";
-        all += random.of<std::string>({whole, whole, whole, whole, whole, whole, name,
-                                       name.substr(1), name.substr(0, name.size() - 1), key,
-                                       whole.substr(1), "value=", "value", " valu", "values "});
-    }
-    return all;
-}
-
 // What initialisation makes of a personality file.
 struct InitModel {
     InitModel() {
@@ -109,12 +93,7 @@ struct InitModel {
         control.pollTimeout = {10, 0};
     }
 
-    // The first name of the table counts, then each key.
-    void read(const std::string& content) {
-        const Name& name = *std::ranges::find_if(NAMES, [&](const Name& each) {
-            return each.traced == nullptr ||
-                   content.find(text('"', each.name, '"')) != content.npos;
-        });
+    void nameRead(const Name& name) {
         control.enclosureType = name.setup.type;
         control.deviceMaxNumber = name.setup.drives;
         control.powerSupplyMaxNumber = name.setup.supplies;
@@ -125,32 +104,15 @@ struct InitModel {
         traced.push_back(name.traced == nullptr
                              ? "No Enclosure Type in XML File!"
                              : text("Enclosure Type in XML File = [", name.traced, "]"));
-        for (const Key& key : KEYS) {
-            keyRead(content, key);
-        }
-        if (control.enclosureType != 1 && control.overheatTemperatureLimit == 0) {
-            traced.push_back(
-                "Overheat Temperature Limit is 0, every temperature above it is an overheat.");
-        }
     }
 
-    // The first one with its quotes counts, and behind it the first "value" and seven characters.
-    void keyRead(const std::string& xml, const Key& key) {
-        const std::string quoted = text('"', key.name, '"');
-        const std::size_t at = xml.find(quoted), value = xml.find("value", at);
-        if (at == xml.npos) {
-            return;
-        }
-        if (value == xml.npos || value + 7 > xml.size()) {
-            traced.push_back("The key " + quoted + " in the XML File has no value.");
-            return;
-        }
-        const long long number = std::strtoll(&xml[value + 7], nullptr, 10);
+    void keyRead(const Key& key, const std::string& written) {
+        const long long number = std::strtoll(written.c_str(), nullptr, 10);
         const S32_t stored = key.store(
             &control, static_cast<S32_t>(std::clamp(number, -2147483648LL, 2147483647LL)));
         kept[&key - KEYS] = static_cast<U32_t>(stored);
         traced.push_back(text(key.traced, " = [", stored, "]."));
-        if (stored > 8 && quoted.find("MaxNumber") != quoted.npos) {
+        if (stored > 8 && std::strstr(key.name, "MaxNumber") != nullptr) {
             traced.push_back(text(key.traced, " [", stored, "] exceeds the 8 elements handled."));
         }
     }
@@ -176,25 +138,25 @@ struct InitModel {
 
 class Start : public Core {
   protected:
-    // A file or none, or a directory, which counts as empty; and what the model makes of it. Gives
-    // what peers are told.
-    U32_t fileMake(InitModel* model) {
-        std::string content = anyText(random);
-        std::filesystem::remove_all(dir.file());
-        model->traced.push_back("Personality Toolkit XML File Path = [" + dir.path() + "].");
-        if (random.onceIn(20)) {
-            model->traced.push_back("No Personality Toolkit XML file.");
-            model->traced.push_back("esaControl.enclosureType = [KORVO_E_CHASSIS_NONE]");
-            return 10;
+    // A name or none, and some of the keys; what is nearly one is judged with the tools.
+    std::string contentMake(InitModel* model) {
+        const Name& name = NAMES[random.below(std::size(NAMES))];
+        std::string content = text('"', name.name, '"');
+        model->nameRead(name);
+        for (const Key& key : KEYS) {
+            const std::string number =
+                random.of({"0", "7", "8", "9", "44", "255", "256", " 7", "7 fans", "0x10", "", "-1",
+                           "65537", "2147483648", "-2147483649", "99999999999999999999"});
+            if (!random.onceIn(4)) {
+                content += text(" \"", key.name, "\" value=\"", number);
+                model->keyRead(key, number);
+            }
         }
-        const bool isDirectory = random.onceIn(20);
-        isDirectory ? void(std::filesystem::create_directory(dir.file())) : dir.write(content);
-        content.resize(isDirectory ? 0 : std::min<std::size_t>(content.size(), 8192));
-        model->traced.push_back(text("Personality Toolkit XML File with size [",
-                                     isDirectory ? "-1" : text(content.size()), "] = [", content,
-                                     "]."));
-        model->read(content);
-        return 11;
+        if (model->control.enclosureType != 1 && model->control.overheatTemperatureLimit == 0) {
+            model->traced.push_back(
+                "Overheat Temperature Limit is 0, every temperature above it is an overheat.");
+        }
+        return content;
     }
 
     // The process as far as the first wait of its loop, or its end: what it did and printed.
@@ -220,6 +182,8 @@ class Start : public Core {
     }
 };
 
+const std::string KEY_WITHOUT_VALUE =
+    R"(The key "fanPwmLoadMinimum" in the XML File has no value.)";
 const std::string BEGIN = "main(): Start the Enclosure Services Adapter.";
 
 TEST_F(Start, InitialisationDoesWhatThePersonalityFileSays) {
@@ -227,28 +191,39 @@ TEST_F(Start, InitialisationDoesWhatThePersonalityFileSays) {
     for (int round = 0; round < 1000; ++round) {
         SCOPED_TRACE(round);
         std::memset(&esaControl, 0xEE, sizeof esaControl);
-        const bool hasDevice = !random.onceIn(20);
+        const bool hasDevice = !random.onceIn(20), hasFile = hasDevice && !random.onceIn(20),
+                   isLong = random.onceIn(5);
         systemCalls.enclosureDevice = hasDevice ? "/dev/null" : "";
         InitModel model;
-        const U32_t information = fileMake(&model);
-        if (!hasDevice) {
-            model = {};
-            model.traced = {"Failed to open the i2c device."};
+        std::string content = hasFile ? contentMake(&model) : "";
+        content.insert(0, isLong ? 8192 - content.size() : 0, ' ');
+        std::filesystem::remove(dir.file());
+        if (hasFile) {
+            dir.write(content + (isLong ? "99" : ""));
+            model.traced.insert(model.traced.begin(),
+                                text("Personality Toolkit XML File with size [", content.size(),
+                                     "] = [", content, "]."));
         }
         EXPECT_EQ(esaInit(), hasDevice ? 360 : -1);
-        model.traced.insert(model.traced.begin(),
-                            {"esaDebug set to TRUE",
-                             text("Enclosure Services Adapter connects to MSM with socket [",
-                                  esaControl.socketFdMSM, "]")});
-        Lines said = trace.take();
-        for (Lines* lines : {&said, &model.traced}) {
-            std::ranges::for_each(*lines, [](auto& line) { line = line.substr(0, 150); });
+        Lines said = trace.take(),
+              lines = {"esaDebug set to TRUE",
+                       text("Enclosure Services Adapter connects to MSM with socket [",
+                            esaControl.socketFdMSM, "]"),
+                       hasDevice ? "Personality Toolkit XML File Path = [" + dir.path() + "]."
+                                 : "Failed to open the i2c device."};
+        std::ranges::move(model.traced, std::back_inserter(lines));
+        if (hasDevice && !hasFile) {
+            lines.insert(lines.end(), {"No Personality Toolkit XML file.",
+                                       "esaControl.enclosureType = [KORVO_E_CHASSIS_NONE]"});
         }
-        ASSERT_EQ(said, model.traced);
+        for (Lines* both : {&said, &lines}) {
+            std::ranges::for_each(*both, [](auto& line) { line = line.substr(0, 150); });
+        }
+        ASSERT_EQ(said, lines);
         ASSERT_TRUE(listener.accept());
         const std::vector<Bytes> messages = listener.take();
         ASSERT_EQ(messageNames(messages), Lines(hasDevice ? 1 : 0, "event 10/1"));
-        const EsaEventData_t data = model.event(information);
+        const EsaEventData_t data = model.event(hasFile ? 11 : 10);
         ASSERT_TRUE(!hasDevice || std::memcmp(&messages[0][216], &data, sizeof data) == 0);
         EsaControl_t& expected = model.control;
         expected.socketFdMSM = esaControl.socketFdMSM;
@@ -276,32 +251,40 @@ TEST_F(Start, ThePathBeginsWithStartup) {
               Lines{"Personality Toolkit XML File Path = [/../web/OEM/EnvPersonalityParams.xml]."});
 }
 
-TEST_F(Start, ItsStepsRunInOrderAndAreTraced) {
-    area.flags = MPU_K_FLAG_RCP_COMPLETE | MPU_K_FLAG_TRACE_VERBOSE;
-    dir.write("\"Korvo Standard");
-    EXPECT_EQ(run({"/a/esa", "100"}), (Lines{"area of key 100", "ready", BEGIN, ""}));
-    EXPECT_EQ(systemCalls.selectMicroseconds, 1000000);
-    Lines lines;
-    std::ifstream log(listener.directory() + "/esa_01.log");
-    for (std::string line; std::getline(log, line);) {
-        lines.push_back(line.substr(line.find(":  ") + 3));
-    }
-    lines.erase(lines.begin(), std::ranges::find(lines, "No Enclosure Type in XML File!"));
-    EXPECT_EQ(lines,
-              (Lines{"No Enclosure Type in XML File!",
-                     "Finish initializing the Enclosure Services Adapter internal data structures.",
-                     "ESA finishes initialization and sends the message to the Startup process.",
-                     "RCP Complete flag is marked now.", "rcpWaitRetryCount = [0]"}));
-    ASSERT_TRUE(listener.accept());
-    EXPECT_EQ(sent(), (Lines{"event 10/1", "init", "event 10/1"}));
+TEST_F(Start, WhatCannotBeReadCountsAsEmpty) {
+    std::filesystem::create_directory(dir.file());
+    EXPECT_TRUE(esaPersonalityFileRead(dir.path().c_str()));
+    EXPECT_STREQ(esPersonalityToolkitXmlFilePtr, "");
 }
 
-TEST_F(Start, WithoutASwitchItGoesOnToTheLoopAndWithoutTheFlagItTracesNothing) {
-    systemCalls.connectErrors = {ECONNREFUSED};
-    dir.write("\"PeltoTolvex\"");
-    EXPECT_EQ(run({"esa", "0x64"}), (Lines{"area of key 100", "ready", "bring-up", BEGIN, ""}));
-    EXPECT_EQ(std::filesystem::file_size(listener.directory() + "/esa_01.log"), 0U);
-    EXPECT_EQ(takeFaults().size(), 3U) << "the link's, and of what is not sent";
+// ... with or without a switch.
+TEST_F(Start, ItsStepsRunInOrderAndAreTracedWhereTheAreaAsksForIt) {
+    dir.write("\"PeltoTolvex\" \"fanPwmLoadMinimum\" value=");
+    for (const bool isVerbose : {true, false}) {
+        area.flags = MPU_K_FLAG_RCP_COMPLETE | (isVerbose ? MPU_K_FLAG_TRACE_VERBOSE : 0);
+        systemCalls.connectErrors.assign(isVerbose ? 0 : 1, ECONNREFUSED);
+        EXPECT_EQ(run({"/a/esa", isVerbose ? "100" : "0x64"}),
+                  (Lines{"area of key 100", "ready", "bring-up", BEGIN, ""}));
+        EXPECT_EQ(systemCalls.selectMicroseconds, 1000000);
+        Lines lines;
+        std::ifstream log(listener.directory() + "/esa_01.log");
+        for (std::string line; std::getline(log, line);) {
+            lines.push_back(line.substr(line.find(":  ") + 3));
+        }
+        lines.erase(lines.begin(), std::ranges::find(lines, KEY_WITHOUT_VALUE));
+        const Lines all = {
+            KEY_WITHOUT_VALUE,
+            "Overheat Temperature Limit is 0, every temperature above it is an overheat.",
+            "Finish initializing the Enclosure Services Adapter internal data structures.",
+            "ESA finishes initialization and sends the message to the Startup process.",
+            "RCP Complete flag is marked now.",
+            "rcpWaitRetryCount = [0]",
+            "Finish initializing for the Vsc055 based Enclosure."};
+        EXPECT_EQ(lines, isVerbose ? all : Lines());
+        EXPECT_EQ(listener.accept(), isVerbose);
+        EXPECT_EQ(sent(), isVerbose ? Lines({"event 10/1", "init", "event 10/1"}) : Lines());
+        esaLinkDown();
+    }
 }
 
 TEST_F(Start, ArgumentsDecideHowFarItGoes) {
@@ -345,25 +328,19 @@ TEST_F(Start, PlatformIsWaitedFor) {
 TEST_F(Start, TheOutcomeOfTheBackEndIsTracedAndReported) {
     ASSERT_TRUE(esaLinkOpen() && listener.accept());
     TraceCapture trace(0x0010);
-    const char* const names[] = {"",
-                                 "",
-                                 "Xyratex",
-                                 "Vsc055 based",
-                                 "Chenbro",
-                                 "Vsc055 based",
-                                 "W83782d based",
-                                 "W83792AD based",
-                                 ""};
-    for (std::size_t type = 0; type < std::size(names); ++type) {
-        for (const auto result : {ESA_E_OK, ESA_E_GENERR, ESA_E_GENERR_I2C_UNAVAILABLE}) {
+    const std::map<int, const char*> names = {{2, "Xyratex"},       {3, "Vsc055 based"},
+                                              {4, "Chenbro"},       {5, "Vsc055 based"},
+                                              {6, "W83782d based"}, {7, "W83792AD based"}};
+    for (int type = 0; type < 9; ++type) {
+        for (const auto result : {ESA_E_OK, ESA_E_GENERR}) {
             esaControl.enclosureType = static_cast<U8_t>(type);
             stage.initResult = result;
             esaBackendInit();
-            const bool isFitted = *names[type] != '\0', isGood = result == ESA_E_OK;
-            const std::string enclosure = text("nitializing for the ", names[type], " Enclosure"),
-                              line = isGood ? "Finish i" + enclosure + "."
-                                            : "I" + enclosure + " fails.";
-            EXPECT_EQ(trace.take(), Lines(isFitted ? 1 : 0, line));
+            const bool isFitted = names.contains(type), isGood = result == ESA_E_OK;
+            const std::string what =
+                "nitializing for the " + text(isFitted ? names.at(type) : "") + " Enclosure";
+            EXPECT_EQ(trace.take(), Lines(isFitted ? 1 : 0, isGood ? "Finish i" + what + "."
+                                                                   : "I" + what + " fails."));
             EXPECT_EQ(sent(), Lines(!isFitted || isGood ? 1 : 0,
                                     type % 8 == 0 ? "event 10/2" : "event 10/1"));
         }
