@@ -63,7 +63,7 @@ Bytes served(const Bytes& request) {
     return replyTo(request, request[15] == 29 ? Bytes(4) : body);
 }
 
-// "with CHANGES | COMMAND": the command against a switch with other pages or replies.
+// What CHANGES of the pages and replies are made of:
 //   1:57=03 2:3=80  bytes of the configuration and of the status page
 //   15=01           a byte of each reply
 //   body= control=  what stands behind the header of replies, to control pages and to others
@@ -73,21 +73,27 @@ class SesctlPlayer : public ToolPlayer {
   public:
     SesctlPlayer() {
         std::filesystem::create_directory("mmsg");
-        commands["with"] = [this](const Words& words) {
-            const auto bar = std::ranges::find(words.all, "|");
-            changes_.assign(words.all.begin() + 1, bar);
-            const std::string line = fmt::format("{}", fmt::join(bar + 1, words.all.end(), " "));
-            play(line + (line.find("--timeout") == line.npos ? " --timeout 600" : ""));
-        };
-        // The bytes that are not 0 of what was sent last; a handle is the client's affair.
-        commands["sent"] = [this](const Words&) {
-            std::string line;
-            for (std::size_t at = 0; at < requests_.back().size(); at++) {
-                const Byte byte = requests_.back()[at];
-                const bool isTold = byte != 0 && (at < 40 || at > 43);
-                line += isTold ? fmt::format("{}={:02X} ", at, byte) : "";
+        // with CHANGES | LINE...: the line against a switch with other pages or replies
+        commands["with"] = [this](const Words& words) { playAll(words.from(1)); };
+        // sends CHANGES | LINE...: the bytes from 80 on that are not 0 of what was sent last
+        commands["sends"] = [this](const Words& words) {
+            const Lines parts = split(words.from(1));
+            for (std::size_t n = 1; n < parts.size(); n++) {
+                playAll(parts[0] + "|" + parts[n]);
+                const Bytes& request = requests_.back();
+                std::string line;
+                for (std::size_t at = 80; at < request.size(); at++) {
+                    line += request[at] != 0 ? fmt::format("{}={:02X} ", at, request[at]) : "";
+                }
+                say(squeezed(line));
             }
-            say(squeezed(line));
+        };
+        // each LINE | CHANGES...
+        commands["each"] = [this](const Words& words) {
+            const Lines parts = split(words.from(1));
+            for (std::size_t n = 1; n < parts.size(); n++) {
+                playAll(parts[n] + "|" + parts[0]);
+            }
         };
         commands["environment"] = [](const Words& words) {
             setenv("ESA_MMSG_DIR", words[1].c_str(), 1);
@@ -96,6 +102,20 @@ class SesctlPlayer : public ToolPlayer {
     ~SesctlPlayer() override { unsetenv("ESA_MMSG_DIR"); }
 
   private:
+    static Lines split(const std::string& text) {
+        Lines parts;
+        std::istringstream stream(text);
+        for (std::string part; std::getline(stream, part, '|');) {
+            parts.push_back(squeezed(part));
+        }
+        return parts;
+    }
+    // CHANGES | LINE
+    void playAll(const std::string& text) {
+        const Lines parts = split(text);
+        changes_ = Words(parts[0]).all;
+        play(parts[1] + (parts[1].find("--timeout") == parts[1].npos ? " --timeout 600" : ""));
+    }
     void play(const std::string& line) {
         sockaddr_un address = {AF_UNIX, "mmsg/environ"};
         std::filesystem::remove(address.sun_path);
@@ -175,11 +195,6 @@ TEST(Sesctl, TellsEachBitOfAStatusPage) {
     for (const auto& record : records) {
         expectDecoded(statusOf, PAGES[1], record.at, record.path, record.layout);
     }
-}
-
-TEST(Sesctl, WritesAPageAsHexadecimal) {
-    EXPECT_EQ(sesctl::pageHex(hexBytes("000102030405060708090A0B0C0D0E0FFF"), "a page"),
-              "# a page\n00 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f\nff\n");
 }
 
 TEST(Sesctl, NamesStatusCodes) {
