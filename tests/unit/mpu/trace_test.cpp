@@ -12,6 +12,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
 
 #include "tests/support/laws.h"
 #include "tests/support/trace_capture.h"
@@ -110,9 +111,30 @@ class Trace : public testing::Test {
         fs::remove_all(root);
         timeIs = 0;
     }
-    static void init(const MPU_PARAMS_t* params, const char* pattern = "esa_%02d.log") {
+    static void init(const MPU_PARAMS_t* params, const char* pattern) {
         static const char* const names[] = {"ESA", "I2C"};
         TRACE__init(params, pattern, 2, names);
+    }
+    // Opens the log there; what came of it on standard error.
+    std::string open(const std::string& directory, const char* pattern = "esa_%02d.log") {
+        area.params = {};
+        directory.copy(area.params.logDirectory, sizeof area.params.logDirectory);
+        testing::internal::CaptureStderr();
+        traceData.numModLevels == 0 ? init(&area.params, pattern)
+                                    : TRACE__redirect(&area.params, pattern);
+        TRACE__statement(0, "", "", 0, "text");
+        return testing::internal::GetCapturedStderr();
+    }
+    static std::string name() {
+        char name[TRACE_K_NAME_SIZE];
+        TRACE__getLogName(name);
+        return name;
+    }
+    static std::ptrdiff_t descriptors() {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    }
+    static std::string content(const std::string& file) {
+        return {std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}};
     }
     Statement statement() {
         const auto some = [this](char letter) {
@@ -144,12 +166,10 @@ class Trace : public testing::Test {
     } area;
 };
 
-}  // namespace
-
 // Into a pipe of packets, which shows that a line is one write.
 TEST_F(Trace, ALineHasWhatTheLevelWantsAndIsOneWrite) {
     setenv("TZ", "XYZ-05:30", 1);
-    init(nullptr);
+    init(nullptr, "");
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_DIRECT | O_NONBLOCK), 0);
     traceData.fd = fdopen(ends[1], "w");
@@ -158,15 +178,14 @@ TEST_F(Trace, ALineHasWhatTheLevelWantsAndIsOneWrite) {
         const Statement next = statement();
         traceData.logWriteCount = 0;
         next.write();
-        ASSERT_EQ(traceData.logWriteCount, next.writes()) << round;
-        std::string got;
-        int packets = 0;
+        ASSERT_EQ(traceData.logWriteCount, next.writes());
+        Lines packets;
         char packet[4096];
-        for (ssize_t size; (size = read(ends[0], packet, sizeof packet)) > 0; ++packets) {
-            got.append(packet, static_cast<std::size_t>(size));
+        for (ssize_t size; (size = read(ends[0], packet, sizeof packet)) > 0;) {
+            packets.emplace_back(packet, static_cast<std::size_t>(size));
         }
-        ASSERT_EQ(got, next.written()) << round;
-        ASSERT_TRUE(next.kind == Statement::DUMP || packets == 1) << packets;
+        ASSERT_EQ(std::accumulate(packets.begin(), packets.end(), std::string()), next.written());
+        ASSERT_TRUE(next.kind == Statement::DUMP || packets.size() == 1);
     }
     // By the caller's own hand: a length beyond the text's buffer, and output that is off.
     for (const bool on : {true, false}) {
@@ -192,7 +211,7 @@ TEST_F(Trace, ALineHasWhatTheLevelWantsAndIsOneWrite) {
 }
 
 TEST_F(Trace, LevelsAreKeptForEachModuleAndRefusedForOthers) {
-    init(nullptr);
+    init(nullptr, "");
     EXPECT_EQ(std::string(traceData.modNames[0]) + traceData.modNames[1], "ESAI2C");
     for (const int index : {1, 0, 2, -1, 256}) {
         const bool good = index == 0 || index == 1;
@@ -205,11 +224,6 @@ TEST_F(Trace, LevelsAreKeptForEachModuleAndRefusedForOthers) {
                          "ERROR !! TRACE__getTraceLevel: Invalid trace MODULE INDEX \n");
         EXPECT_EQ(TRACE__getTraceLevel(0), index == 1 ? 0 : 0xC0F0);
     }
-}
-
-static int traced() {
-    TRACE_STATEMENT(0, 0x10, "f", "inner");
-    return 5;
 }
 
 // Before the log is open and when it is closed all are off. An argument may be traced itself.
@@ -229,6 +243,10 @@ TEST(TraceStatement, EvaluatesNothingWhileItIsOff) {
                     testing::ElementsAre(testing::MatchesRegex("f:operator..:[0-9]+:  1"),
                                          testing::MatchesRegex("f:operator..:[0-9]+: 2")));
         TRACE__setTraceLevel(0, 0x10);
+        const auto traced = [] {
+            TRACE_STATEMENT(0, 0x10, "f", "inner");
+            return 5;
+        };
         TRACE_STATEMENT(0, 0x10, "f", "outer %d", traced());
         EXPECT_EQ(log.take(), (Lines{"inner", "outer 5"}));
     }
@@ -236,36 +254,7 @@ TEST(TraceStatement, EvaluatesNothingWhileItIsOff) {
     EXPECT_EQ(evaluated, 2);
 }
 
-namespace {
-
-class TraceFiles : public Trace {
-  protected:
-    // Opens the log there; what came of it on standard error.
-    std::string open(const std::string& directory, const char* pattern = "esa_%02d.log") {
-        area.params = {};
-        directory.copy(area.params.logDirectory, sizeof area.params.logDirectory);
-        testing::internal::CaptureStderr();
-        traceData.numModLevels == 0 ? init(&area.params, pattern)
-                                    : TRACE__redirect(&area.params, pattern);
-        TRACE__statement(0, "", "", 0, "text");
-        return testing::internal::GetCapturedStderr();
-    }
-    static std::string name() {
-        char name[TRACE_K_NAME_SIZE];
-        TRACE__getLogName(name);
-        return name;
-    }
-    static std::ptrdiff_t descriptors() {
-        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-    }
-    static std::string content(const std::string& file) {
-        return {std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}};
-    }
-};
-
-}  // namespace
-
-TEST_F(TraceFiles, AreWhereTheAreaSaysUnlessItSaysNothing) {
+TEST_F(Trace, FilesAreWhereTheAreaSaysUnlessItSaysNothing) {
     const std::ptrdiff_t before = descriptors();
     const std::string longest(128, 'd');
     for (const std::string& directory : {std::string("./100%s%n%02d"), longest}) {
@@ -295,7 +284,7 @@ TEST_F(TraceFiles, AreWhereTheAreaSaysUnlessItSaysNothing) {
 }
 
 // Only plain files with one name are written, at the start and when it is the next one's turn.
-TEST_F(TraceFiles, WhatIsInTheirWayLeavesStandardError) {
+TEST_F(Trace, WhatIsInTheWayOfFilesLeavesStandardError) {
     std::ofstream("victim") << "kept";
     fs::create_symlink("victim", "symlink");
     fs::create_hard_link("victim", "link_04");
@@ -305,9 +294,9 @@ TEST_F(TraceFiles, WhatIsInTheirWayLeavesStandardError) {
                       failed = "TRACE_openLog: Failed to open logfile ./";
     const std::ptrdiff_t before = descriptors();
     EXPECT_EQ(open("./missing"), failed + "missing/esa_01.log" + error + "text\n");
-    for (const std::string name : {"symlink", "link_04", "fifo", "directory"}) {
-        EXPECT_EQ(open(".", name.c_str()), failed + name + error + "text\n");
-        EXPECT_EQ(this->name(), "<stderr>");
+    for (const char* other : {"symlink", "link_04", "fifo", "directory"}) {
+        EXPECT_EQ(open(".", other), failed + other + error + "text\n");
+        EXPECT_EQ(name(), "<stderr>");
     }
     open(".", "link_%02d");
     traceData.logInstanceNumber = 3;
@@ -319,7 +308,7 @@ TEST_F(TraceFiles, WhatIsInTheirWayLeavesStandardError) {
 }
 
 // Sizes are looked at every so many lines, or when somebody asks.
-TEST_F(TraceFiles, FollowEachOtherBySize) {
+TEST_F(Trace, FilesFollowEachOtherBySize) {
     open(".");
     const std::ptrdiff_t before = descriptors();
     for (const auto& [last, next, asked] :
@@ -342,3 +331,5 @@ TEST_F(TraceFiles, FollowEachOtherBySize) {
         EXPECT_EQ(descriptors(), before);
     }
 }
+
+}  // namespace
