@@ -29,52 +29,56 @@ Row rowOf(const std::string& name, const std::string& format, const Number* numb
 }
 
 #define NUMBER(field, format) rowOf(#field, format, &c.field, sizeof c.field)
+#define DECIMAL(field) NUMBER(field, "[%d]")
+#define HEX(field) NUMBER(field, "[0x%x]")
 #define SENSORS(field) rowOf(#field, "%d", c.field, sizeof c.field)
 #define RAW(field, blanks) \
     rowOf(#field blanks, "", reinterpret_cast<const U8_t*>(&c.field), sizeof c.field)
-#define ELEMENTS(type, blanks)                                        \
-    NUMBER(type##ControlOverall, "[%d]"), RAW(type##Control, blanks), \
-        NUMBER(type##StatusOverall, "[%d]"), RAW(type##Status, blanks)
+#define ELEMENTS(type, blanks)                                                               \
+    DECIMAL(type##ControlOverall), RAW(type##Control, blanks), DECIMAL(type##StatusOverall), \
+        RAW(type##Status, blanks)
 #define RECORD_ONLY(data) rowOf("", "", data, sizeof *(data))
 
 // What is dumped, and stands in the record of the state: there each stands behind the one before,
 // at a multiple of its width.
 std::vector<Row> rowsOf(const EsaControl_t& c, const std::string& path) {
-    return {NUMBER(socketFdMSM, "[%d]"),
-            RECORD_ONLY(&c.socketAddressMSM.sun_family),
-            rowOf("socketAddressMSM.sun_path", "[" + path + "]", c.socketAddressMSM.sun_path, 108),
-            NUMBER(i2cFileFd, "[%d]"),
-            NUMBER(enclosureType, "[%d]"),
-            NUMBER(elementTypeMaxNumber, "[%d]"),
-            NUMBER(deviceMaxNumber, "[%d]"),
-            NUMBER(powerSupplyMaxNumber, "[%d]"),
-            NUMBER(coolingMaxNumber, "[%d]"),
-            NUMBER(temperatureSensorMaxNumber, "[%d]"),
-            NUMBER(audibleAlarmMaxNumber, "[%d]"),
-            NUMBER(pageCodeInRecentSndDiagCmd, "[%d]"),
-            RAW(sesTypeDescriptorList, " "),
-            ELEMENTS(deviceElement, " "),
-            NUMBER(driveFaultLedStatus0, "[0x%x]"),
-            NUMBER(driveFaultLedStatus1, "[0x%x]"),
-            ELEMENTS(powerSupplyElement, "  "),
-            NUMBER(powerSupplyStatus, "[0x%x]"),
-            ELEMENTS(coolingElement, "  "),
-            RAW(coolingElementOnOff, "  "),
-            NUMBER(fanFaultStatus, "[0x%x]"),
-            SENSORS(temperatureSensor),
-            SENSORS(temperatureReportStatus),
-            ELEMENTS(audibleAlarmElement, "  "),
-            NUMBER(alarmState, "%d"),
-            NUMBER(compositeFaultStatus, "[0x%x]"),
-            NUMBER(esaDebug, "[%d]"),
-            RAW(vitesse.vsc055GPD, "  "),
-            RAW(vitesse.vsc055DDP, "  "),
-            RAW(vitesse.vsc055FSC, "  "),
-            rowOf("", "", c.vitesse.vsc055PWMC, sizeof c.vitesse.vsc055PWMC),
-            NUMBER(selectTimeout.sec, "[%d]"),
-            RECORD_ONLY(&c.selectTimeout.usec),
-            NUMBER(pollTimeout.sec, "[%d]"),
-            RECORD_ONLY(&c.pollTimeout.usec)};
+    return {
+        DECIMAL(socketFdMSM),
+        RECORD_ONLY(&c.socketAddressMSM.sun_family),
+        rowOf("socketAddressMSM.sun_path", "[" + path + "]", c.socketAddressMSM.sun_path, 108),
+        DECIMAL(i2cFileFd),
+        DECIMAL(enclosureType),
+        DECIMAL(elementTypeMaxNumber),
+        DECIMAL(deviceMaxNumber),
+        DECIMAL(powerSupplyMaxNumber),
+        DECIMAL(coolingMaxNumber),
+        DECIMAL(temperatureSensorMaxNumber),
+        DECIMAL(audibleAlarmMaxNumber),
+        DECIMAL(pageCodeInRecentSndDiagCmd),
+        RAW(sesTypeDescriptorList, " "),
+        ELEMENTS(deviceElement, " "),
+        HEX(driveFaultLedStatus0),
+        HEX(driveFaultLedStatus1),
+        ELEMENTS(powerSupplyElement, "  "),
+        HEX(powerSupplyStatus),
+        ELEMENTS(coolingElement, "  "),
+        RAW(coolingElementOnOff, "  "),
+        HEX(fanFaultStatus),
+        SENSORS(temperatureSensor),
+        SENSORS(temperatureReportStatus),
+        ELEMENTS(audibleAlarmElement, "  "),
+        NUMBER(alarmState, "%d"),
+        HEX(compositeFaultStatus),
+        DECIMAL(esaDebug),
+        RAW(vitesse.vsc055GPD, "  "),
+        RAW(vitesse.vsc055DDP, "  "),
+        RAW(vitesse.vsc055FSC, "  "),
+        rowOf("", "", c.vitesse.vsc055PWMC, sizeof c.vitesse.vsc055PWMC),
+        DECIMAL(selectTimeout.sec),
+        RECORD_ONLY(&c.selectTimeout.usec),
+        DECIMAL(pollTimeout.sec),
+        RECORD_ONLY(&c.pollTimeout.usec),
+    };
 }
 
 // Bytes are 32 in a row, in groups of eight, behind an address that is left out; eight numbers are
