@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <map>
+#include <span>
 
 #include "i2c.h"
 #include "tests/support/hex.h"
@@ -28,45 +29,35 @@ static std::string data(bool reads, const U8_t* bytes, std::size_t size) {
     return reads ? text(" reads ", size) : " " + hexLine({bytes, bytes + size});
 }
 
-static std::string messagesHandle(const i2c_rdwr_ioctl_data& transfer) {
-    std::string ask;
-    for (U32_t n = 0; n < transfer.nmsgs; ++n) {
-        const i2c_msg& message = transfer.msgs[n];
-        const bool reads = message.flags == I2C_M_RD;
-        ask += text("[", message.addr, " flags ", message.flags,
-                    data(reads, message.buf, message.len), "]");
-        std::copy_n(adapter.answer.begin(), reads ? message.len : 0, message.buf);
-    }
-    return ask;
-}
-
-static std::string byteHandle(const i2c_smbus_ioctl_data& transfer) {
-    const bool reads = transfer.read_write == I2C_SMBUS_READ;
-    const std::string ask = text("SMBus ", transfer.size, " register ", transfer.command,
-                                 data(reads, &transfer.data->byte, 1));
-    transfer.data->byte = reads ? adapter.answer[0] : U8_t{0};
-    return ask;
-}
-
 extern "C" int ioctl(int, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
     void* const argument = va_arg(arguments, void*);
     va_end(arguments);
+    std::string ask = text(request, " ", reinterpret_cast<std::uintptr_t>(argument));
     int result = 0;
     if (request == I2C_FUNCS) {
-        adapter.asked.emplace_back("functions");
+        ask = "functions";
         *static_cast<unsigned long*>(argument) =
             I2C_FUNC_SMBUS_BYTE_DATA | (adapter.plain ? I2C_FUNC_I2C : 0);
     } else if (request == I2C_RDWR) {
         const auto& transfer = *static_cast<i2c_rdwr_ioctl_data*>(argument);
-        adapter.asked.push_back(messagesHandle(transfer));
+        ask.clear();
+        for (const i2c_msg& message : std::span(transfer.msgs, transfer.nmsgs)) {
+            const bool reads = message.flags == I2C_M_RD;
+            ask += text("[", message.addr, " flags ", message.flags,
+                        data(reads, message.buf, message.len), "]");
+            std::copy_n(adapter.answer.begin(), reads ? message.len : 0, message.buf);
+        }
         result = std::min(adapter.done, static_cast<int>(transfer.nmsgs));
     } else if (request == I2C_SMBUS) {
-        adapter.asked.push_back(byteHandle(*static_cast<i2c_smbus_ioctl_data*>(argument)));
-    } else {
-        adapter.asked.push_back(text(request, " ", reinterpret_cast<std::uintptr_t>(argument)));
+        const auto& transfer = *static_cast<i2c_smbus_ioctl_data*>(argument);
+        const bool reads = transfer.read_write == I2C_SMBUS_READ;
+        ask = text("SMBus ", transfer.size, " register ", transfer.command,
+                   data(reads, &transfer.data->byte, 1));
+        transfer.data->byte = reads ? adapter.answer[0] : U8_t{0};
     }
+    adapter.asked.push_back(ask);
     errno = adapter.errors[request];
     return errno != 0 ? -1 : result;
 }
