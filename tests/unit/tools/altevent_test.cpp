@@ -84,7 +84,7 @@ class AlteventPlayer : public ToolPlayer {
             expectDecoded(decode, record_, payload_ + static_cast<std::size_t>(words.value(1)),
                           words[2], words.from(3));
         };
-        // set OFFSET=BYTES...: the fields that change, or how they begin
+        // set OFFSET=BYTES...: the fields that change
         commands["set"] = [this](const Words& words) {
             const Lines known = all();
             for (const std::string& word : words.all) {
@@ -92,7 +92,7 @@ class AlteventPlayer : public ToolPlayer {
             }
             for (const std::string& line : all()) {
                 const bool isNew = std::ranges::count(known, line) == 0;
-                say(isNew && !line.starts_with("bytes") ? line.substr(0, 150) : "");
+                sayShort(isNew && !line.starts_with("bytes") ? line : "");
             }
         };
         // values FIELD OFFSET BYTES...: what the field's values are called

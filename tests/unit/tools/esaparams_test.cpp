@@ -69,23 +69,19 @@ TEST_F(EsaparamsTest, WhatCannotBeIsSaidAndLeavesNothing) {
 }
 
 TEST_F(EsaparamsTest, WhatIsNoAreaIsLeftAlone) {
-    const struct {
-        std::size_t size;
-        U32_t version;
-        const char* error;
-    } others[] = {{748, 15, "version 15, not 16"},
-                  {748, 0x10000000, "version 268435456, not 16 (made in the other byte order)"},
-                  {749, 16, "a segment of 749 bytes is no parameter area, which has 748"}};
-    for (const auto& other : others) {
-        auto* const area =
-            static_cast<U32_t*>(shmat(shmget(KEY, other.size, IPC_CREAT | 0600), nullptr, 0));
-        area[0] = other.version;
+    for (const auto& [version, error] :
+         {std::pair(15U, "version 15, not 16"),
+          {0x10000000U, "version 268435456, not 16 (made in the other byte order)"},
+          {16U, "a segment of 749 bytes is no parameter area, which has 748"}}) {
+        const int id = shmget(KEY, version == 16 ? 749 : 748, IPC_CREAT | 0600);
+        auto* const area = static_cast<U32_t*>(shmat(id, nullptr, 0));
+        area[0] = version;
         for (const char* command : {"show KEY", "trace KEY on", "rcp KEY complete", "remove KEY"}) {
-            EXPECT_EQ(esaparams(command), said_ + other.error + "\n1") << command;
+            EXPECT_EQ(esaparams(command), said_ + error + "\n1") << command;
         }
         EXPECT_EQ(area[1], 0U);
         shmdt(area);
-        shmctl(shmget(KEY, 0, 0), IPC_RMID, nullptr);
+        shmctl(id, IPC_RMID, nullptr);
     }
 }
 

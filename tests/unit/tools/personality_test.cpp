@@ -34,10 +34,7 @@ class PersonalityPlayer : public ToolPlayer {
         std::filesystem::create_directory("startup");
         setenv("STARTUP", "./startup", 1);
         write(good());
-        commands["chassis"] = [this](const Words& words) {
-            chassis_ = words.from(1);
-            find(good());
-        };
+        commands["chassis"] = [this](const Words& words) { chassis_ = words.from(1); };
         commands["set"] = [this](const Words& words) { find(good(words.from(1))); };
         // around KEY VALUE...: the checks of those that are not fine; "!" is unusable
         commands["around"] = [this](const Words& words) {
@@ -53,7 +50,7 @@ class PersonalityPlayer : public ToolPlayer {
                 EXPECT_EQ(one.code == 6, report["verdict"] == "unusable");
                 all.insert(all.end(), one.code == 0 ? 0 : 1, line + (one.code == 6 ? "!" : ""));
             }
-            sayWrapped(fmt::format("{}", fmt::join(all, ", ")));
+            say(fmt::format("{}", fmt::join(all, ", ")));
         };
         commands["replace"] = [this](const Words& words) {
             const std::string line = words.from(1), text = good();
@@ -62,9 +59,8 @@ class PersonalityPlayer : public ToolPlayer {
         };
         // size BYTES [ZERO]: filled up with blanks or zeros
         commands["size"] = [this](const Words& words) {
-            std::string text = good();
-            text.resize(words.u32(1), words[2].empty() ? ' ' : '\0');
-            find(text);
+            const std::string text = good();
+            find(text + std::string(words.u32(1) - text.size(), words[2].empty() ? ' ' : '\0'));
         };
         commands["ladder"] = [this](const Words&) {
             const Lines lines = linesIn(told("personality").out);
@@ -93,12 +89,12 @@ class PersonalityPlayer : public ToolPlayer {
     static void write(const std::string& text) {
         std::ofstream("web/OEM/EnvPersonalityParams.xml") << text;
     }
-    void find(const std::string& text) {
-        write(text);
+    void find(const std::string& file) {
+        write(file);
         const Json report = Json::parse(told("personality --json").out);
         for (const Json& finding : report["findings"]) {
-            const std::string line = finding["check"].get<std::string>() + ": ";
-            sayWrapped(line + finding["text"].get<std::string>());
+            sayShort(text(finding["check"].get<std::string>(), ": ",
+                          finding["text"].get<std::string>()));
         }
     }
     std::string chassis_ = "Vitesse VSC055 Custom";

@@ -100,8 +100,9 @@ void ToolPlayer::tell(const Told& all) {
     }
 }
 
-void ToolPlayer::sayWrapped(const std::string& line) {
-    say(std::regex_replace(line, std::regex("(.{110,140}) (?=.{14})"), "$1\n    "));
+void ToolPlayer::sayShort(const std::string& line) {
+    const bool isLong = line.size() > 150;
+    say(isLong ? line.substr(0, 70) + "..." + line.substr(line.size() - 76) : line);
 }
 
 // Whether a value says these bits; a text has no more than letters, rows of bytes are hexadecimal.

@@ -59,7 +59,8 @@ class ToolPlayer : public Player {
   protected:
     // The output, and "exit 3: what it complains of".
     void tell(const Told& all);
-    void sayWrapped(const std::string& line);
+    // A long one by how it begins and ends.
+    void sayShort(const std::string& line);
     bool isFull_ = false;
     const Place place_;
 };
