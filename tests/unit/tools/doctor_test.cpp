@@ -7,8 +7,7 @@
 #include <linux/i2c.h>
 #include <sys/ioctl.h>
 #include <sys/shm.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/stat.h>
 
 #include <cstdarg>
 #include <set>
@@ -88,13 +87,6 @@ class DoctorPlatformTest : public testing::Test {
         return found;
     }
 
-    void bindSocket() const {
-        sockaddr_un address = {AF_UNIX, "mmsg/esadapter"};
-        const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
-        ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        close(fd);
-        fs::permissions(address.sun_path, fs::perms(0666));
-    }
     void createArea(const std::string& group) const {
         const std::string& root = place_.directory;
         esaparams::create(key_, {root + "/mmsg", root + "/nv", root + "/log", group});
@@ -117,11 +109,11 @@ TEST_F(DoctorPlatformTest, EachMissingStepIsNamedWithItsCure) {
     EXPECT_EQ(says("start-up"), "ok start-up complete, trace on\n");
 
     EXPECT_THAT(says("message switch"), HasSubstr("unusable message switch $/mmsg/esadapter: No"));
-    bindSocket();
+    mknod("mmsg/esadapter", S_IFSOCK, 0);
+    fs::permissions("mmsg/esadapter", fs::perms(0666));
     EXPECT_EQ(says("message switch"), "ok message switch $/mmsg/esadapter\n");
     fs::permissions("mmsg", fs::perms(0700));
     EXPECT_THAT(says("message switch"), HasSubstr("$/mmsg: nobody may not use it"));
-    EXPECT_THAT(says("message switch", "root"), HasSubstr("ok "));
     fs::permissions("mmsg", fs::perms(0755));
 
     EXPECT_THAT(says("trace log"), HasSubstr("warning trace log $/log: nobody"));

@@ -198,15 +198,15 @@ TEST(Sesctl, TellsEachBitOfAStatusPage) {
 }
 
 TEST(Sesctl, NamesStatusCodes) {
-    const Lines names = {
-        "unsupported",   "OK",      "critical",      "non-critical", "unrecoverable",
-        "not installed", "unknown", "not available", "reserved 8"};
-    for (unsigned code = 0; code < names.size(); code++) {
+    std::string names;
+    for (unsigned code = 0; code < 9; code++) {
         Bytes page = PAGES[1];
         page[12] = static_cast<Byte>(code);
         const Json status = statusOf(page);
-        EXPECT_EQ(status["devices"][0]["statusCode"], code);
-        EXPECT_EQ(status["devices"][0]["status"], names[code]);
-        EXPECT_EQ(status["fault"], code >= 2 && code <= 4);
+        names += text(status["devices"][0]["status"].get<std::string>(),
+                      status["fault"] == true ? "!, " : ", ");
     }
+    EXPECT_EQ(names,
+              "unsupported, OK, critical!, non-critical!, unrecoverable!, not installed, unknown, "
+              "not available, reserved 8, ");
 }
