@@ -37,48 +37,30 @@ Row rowOf(const std::string& name, const std::string& format, const Number* numb
 #define ELEMENTS(type, blanks)                                                               \
     DECIMAL(type##ControlOverall), RAW(type##Control, blanks), DECIMAL(type##StatusOverall), \
         RAW(type##Status, blanks)
-#define RECORD_ONLY(data) rowOf("", "", data, sizeof *(data))
+#define RECORD_ONLY(number) rowOf("", "", &number, sizeof number)
 
 // What is dumped, and stands in the record of the state: there each stands behind the one before,
 // at a multiple of its width.
 std::vector<Row> rowsOf(const EsaControl_t& c, const std::string& path) {
+    // clang-format off
     return {
-        DECIMAL(socketFdMSM),
-        RECORD_ONLY(&c.socketAddressMSM.sun_family),
+        DECIMAL(socketFdMSM), RECORD_ONLY(c.socketAddressMSM.sun_family),
         rowOf("socketAddressMSM.sun_path", "[" + path + "]", c.socketAddressMSM.sun_path, 108),
-        DECIMAL(i2cFileFd),
-        DECIMAL(enclosureType),
-        DECIMAL(elementTypeMaxNumber),
-        DECIMAL(deviceMaxNumber),
-        DECIMAL(powerSupplyMaxNumber),
-        DECIMAL(coolingMaxNumber),
-        DECIMAL(temperatureSensorMaxNumber),
-        DECIMAL(audibleAlarmMaxNumber),
-        DECIMAL(pageCodeInRecentSndDiagCmd),
-        RAW(sesTypeDescriptorList, " "),
-        ELEMENTS(deviceElement, " "),
-        HEX(driveFaultLedStatus0),
-        HEX(driveFaultLedStatus1),
-        ELEMENTS(powerSupplyElement, "  "),
-        HEX(powerSupplyStatus),
-        ELEMENTS(coolingElement, "  "),
-        RAW(coolingElementOnOff, "  "),
-        HEX(fanFaultStatus),
-        SENSORS(temperatureSensor),
-        SENSORS(temperatureReportStatus),
-        ELEMENTS(audibleAlarmElement, "  "),
-        NUMBER(alarmState, "%d"),
-        HEX(compositeFaultStatus),
-        DECIMAL(esaDebug),
-        RAW(vitesse.vsc055GPD, "  "),
-        RAW(vitesse.vsc055DDP, "  "),
-        RAW(vitesse.vsc055FSC, "  "),
+        DECIMAL(i2cFileFd), DECIMAL(enclosureType), DECIMAL(elementTypeMaxNumber),
+        DECIMAL(deviceMaxNumber), DECIMAL(powerSupplyMaxNumber), DECIMAL(coolingMaxNumber),
+        DECIMAL(temperatureSensorMaxNumber), DECIMAL(audibleAlarmMaxNumber),
+        DECIMAL(pageCodeInRecentSndDiagCmd), RAW(sesTypeDescriptorList, " "),
+        ELEMENTS(deviceElement, " "), HEX(driveFaultLedStatus0), HEX(driveFaultLedStatus1),
+        ELEMENTS(powerSupplyElement, "  "), HEX(powerSupplyStatus),
+        ELEMENTS(coolingElement, "  "), RAW(coolingElementOnOff, "  "), HEX(fanFaultStatus),
+        SENSORS(temperatureSensor), SENSORS(temperatureReportStatus),
+        ELEMENTS(audibleAlarmElement, "  "), NUMBER(alarmState, "%d"),
+        HEX(compositeFaultStatus), DECIMAL(esaDebug), RAW(vitesse.vsc055GPD, "  "),
+        RAW(vitesse.vsc055DDP, "  "), RAW(vitesse.vsc055FSC, "  "),
         rowOf("", "", c.vitesse.vsc055PWMC, sizeof c.vitesse.vsc055PWMC),
-        DECIMAL(selectTimeout.sec),
-        RECORD_ONLY(&c.selectTimeout.usec),
-        DECIMAL(pollTimeout.sec),
-        RECORD_ONLY(&c.pollTimeout.usec),
-    };
+        DECIMAL(selectTimeout.sec), RECORD_ONLY(c.selectTimeout.usec),
+        DECIMAL(pollTimeout.sec), RECORD_ONLY(c.pollTimeout.usec)};
+    // clang-format on
 }
 
 // Bytes are 32 in a row, in groups of eight, behind an address that is left out; eight numbers are

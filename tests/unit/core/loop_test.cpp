@@ -22,8 +22,8 @@ using State = std::tuple<int, bool, bool, U32_t>;
 std::string words(const State& state) {
     const auto& [type, isPolled, isUp, faults] = state;
     const char* const titles[] = {
-        "none", "none", "Xyratex 2U12ATX", "TolVex", "none", "VSC055", "none", "none",
-        "none", "none"};
+        "",       "none",    "Xyratex 2U12ATX", "TolVex", "Chenbro 3U16ATX",
+        "VSC055", "W83782D", "W83792AD",        "none",   "none"};
     const char* const names[] = {" supply voltage", " supply redundancy", " fan", " overheat",
                                  " I2C"};
     std::string line = text(titles[type], isPolled ? "" : ", not polled", ", link ",
@@ -45,7 +45,7 @@ class Loop : public Core {
 
     // What happens between two passes.
     void disturb() {
-        esaControl.enclosureType = random.of<U8_t>({1, 2, 3, 5, 5, 5, 9});
+        esaControl.enclosureType = static_cast<U8_t>(random.onceIn(2) ? 5 : 1 + random.below(9));
         esaControl.i2cConnected = random.of<U8_t>({0, 1, 1, 1, 2});
         esaControl.compositeFaultStatus = random.of<U32_t>({0, 0, 0x80000004, 0x80000013, 0x8});
         stage.isManaged = !random.onceIn(20);
@@ -60,7 +60,7 @@ class Loop : public Core {
         } else if (what < 8) {
             request(random.of({"init", "led", "mail"}));
         } else if (what == 8) {
-            pass = random.of<std::int64_t>({1000000, 1000000, 700000, 2345678});
+            pass = random.of<std::int64_t>({1000000, 990000, 999999, 2345678});
             esaControl.selectTimeout = timeOf(pass);
         } else if (what == 9) {
             reportSeconds = random.of<U32_t>({0, 0, 3, 5});

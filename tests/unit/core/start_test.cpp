@@ -31,19 +31,17 @@ struct Name {
 };
 // In the order in which they win; the last is none.
 constexpr char PREQUALIFIED[] = "VSC055 Based Prequalified Enclosure";
+// clang-format off
 const Name NAMES[] = {
     {"Korvo Standard", "ESA_K_NAME_STRING_KORVO_STANDARD", 1},
     {"Xyratex 2U12ATX", "ESA_K_NAME_STRING_XYRATEX_2U12ATX", 2},
-    {"PeltoTolvex", PREQUALIFIED, 5},
-    {"ChenbroRM325", PREQUALIFIED, 5},
-    {"ChenbroRM326", PREQUALIFIED, 5},
-    {"ASUSi104", PREQUALIFIED, 5},
-    {"ASUSi316", PREQUALIFIED, 5},
-    {"Accusys3U16ATX", PREQUALIFIED, 5},
+    {"PeltoTolvex", PREQUALIFIED, 5}, {"ChenbroRM325", PREQUALIFIED, 5},
+    {"ChenbroRM326", PREQUALIFIED, 5}, {"ASUSi104", PREQUALIFIED, 5},
+    {"ASUSi316", PREQUALIFIED, 5}, {"Accusys3U16ATX", PREQUALIFIED, 5},
     {"Vitesse VSC055 Custom", "ESA_K_NAME_STRING_VITESSE_VSC055_CUSTOM", 5},
     {"Winbond W83792AD Custom", "ESA_K_NAME_STRING_WINBOND_W83792AD_CUSTOM", 7},
-    {"Enclosure", nullptr, 1},
-};
+    {"Enclosure", nullptr, 1}};
+// clang-format on
 
 // A field keeps of a number what it has room for.
 struct Key {
@@ -91,15 +89,30 @@ struct InitModel {
         control.pollTimeout = {10, 0};
     }
 
-    void nameRead(const Name& name) {
+    // A name or none, and some of the keys; what is nearly one is judged with the tools.
+    void write(Random* random) {
+        const Name& name = NAMES[random->below(std::size(NAMES))];
+        content = text('"', name.name, '"');
         control.enclosureType = name.type;
         traced.push_back(name.traced == nullptr
                              ? "No Enclosure Type in XML File!"
                              : text("Enclosure Type in XML File = [", name.traced, "]"));
+        for (const Key& key : KEYS) {
+            if (!random->onceIn(4)) {
+                keyWrite(key, random->of({"0", "7", "8", "9", "44", "255", "256", " 7", "7 fans",
+                                          "0x10", "", "-1", "65537", "2147483648", "-2147483649",
+                                          "99999999999999999999"}));
+            }
+        }
+        if (control.enclosureType != 1 && control.overheatTemperatureLimit == 0) {
+            traced.push_back(
+                "Overheat Temperature Limit is 0, every temperature above it is an overheat.");
+        }
     }
 
-    void keyRead(const Key& key, const std::string& written) {
-        const long long number = std::strtoll(written.c_str(), nullptr, 10);
+    void keyWrite(const Key& key, const char* written) {
+        content += text(" \"", key.name, "\" value=\"", written);
+        const long long number = std::strtoll(written, nullptr, 10);
         const S32_t stored = key.store(
             &control, static_cast<S32_t>(std::clamp(number, -2147483648LL, 2147483647LL)));
         kept[&key - KEYS] = static_cast<U32_t>(stored);
@@ -123,6 +136,7 @@ struct InitModel {
         return data;
     }
 
+    std::string content;
     EsaControl_t control;
     U32_t kept[std::size(KEYS)] = {};
     Lines traced;
@@ -130,27 +144,6 @@ struct InitModel {
 
 class Start : public Core {
   protected:
-    // A name or none, and some of the keys; what is nearly one is judged with the tools.
-    std::string contentMake(InitModel* model) {
-        const Name& name = NAMES[random.below(std::size(NAMES))];
-        std::string content = text('"', name.name, '"');
-        model->nameRead(name);
-        for (const Key& key : KEYS) {
-            const std::string number =
-                random.of({"0", "7", "8", "9", "44", "255", "256", " 7", "7 fans", "0x10", "", "-1",
-                           "65537", "2147483648", "-2147483649", "99999999999999999999"});
-            if (!random.onceIn(4)) {
-                content += text(" \"", key.name, "\" value=\"", number);
-                model->keyRead(key, number);
-            }
-        }
-        if (model->control.enclosureType != 1 && model->control.overheatTemperatureLimit == 0) {
-            model->traced.push_back(
-                "Overheat Temperature Limit is 0, every temperature above it is an overheat.");
-        }
-        return content;
-    }
-
     // The process as far as the first wait of its loop, or its end: what it did and printed.
     static Lines run(std::vector<std::string> arguments) {
         std::vector<char*> argv(arguments.size() + 1);
@@ -187,10 +180,11 @@ TEST_F(Start, InitialisationDoesWhatThePersonalityFileSays) {
                    isLong = random.onceIn(5);
         systemCalls.enclosureDevice = hasDevice ? "/dev/null" : "";
         InitModel model;
-        std::string content = hasFile ? contentMake(&model) : "";
-        content.insert(0, isLong ? 8192 - content.size() : 0, ' ');
         std::filesystem::remove(dir.file());
         if (hasFile) {
+            model.write(&random);
+            std::string& content = model.content;
+            content.insert(0, isLong ? 8192 - content.size() : 0, ' ');
             dir.write(content + (isLong ? "99" : ""));
             model.traced.insert(model.traced.begin(),
                                 text("Personality Toolkit XML File with size [", content.size(),
