@@ -91,7 +91,8 @@ class Loop : public Core {
         } else {
             esaCompositeFaultMmsgToStartupSend(isLit() ? ESA_E_GENERR : ESA_E_OK);
         }
-        isUp ? expectMessage(name) : undelivered.insert(name).second;
+        undelivered.insert(name);
+        expectDelivery();
     }
 
     // ---- the model ----
@@ -100,9 +101,11 @@ class Loop : public Core {
     static MPU_TIME_t timeOf(std::int64_t us) {
         return {static_cast<U32_t>(us / 1000000), static_cast<U32_t>(us % 1000000)};
     }
-    bool expectMessage(const std::string& name) {
-        messages.push_back(name != "led" ? name : isLit() ? "led on" : "led off");
-        return true;
+    void expectDelivery() {
+        while (isUp && !undelivered.empty()) {
+            const std::string name = undelivered.extract(undelivered.begin()).value();
+            messages.push_back(name != "led" ? name : isLit() ? "led on" : "led off");
+        }
     }
 
     // Half a message is waited for as long as the pass has left, in steps of 10 ms.
@@ -123,8 +126,7 @@ class Loop : public Core {
         expectTimers();
         if (!isUp && ++passesDown == 10) {
             isUp = true;
-            std::ranges::for_each(std::exchange(undelivered, {}),
-                                  [this](const auto& name) { expectMessage(name); });
+            expectDelivery();
         }
         expectManager();
     }
