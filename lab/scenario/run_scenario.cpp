@@ -75,8 +75,8 @@ class Run {
             showLog();
             return !goesOn_;
         };
-        lab_.runUntil(over,
-                      std::chrono::milliseconds(std::lround((before_ + scenario_.end) * 1000)));
+        const long end = std::lround((before_ + scenario_.end) * 1000);
+        lab_.runUntil(over, std::chrono::milliseconds(end + 1));  // the last moment is in it
         if (!goesOn_) {
             giveUp();
         }

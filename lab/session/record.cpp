@@ -16,6 +16,8 @@ namespace {
 constexpr double kPoll = 11;
 // A message that comes so soon after a command may be about what was done before.
 constexpr double kSoon = 1;
+// What is there when the daemon starts is done so long before: too short for anything to change.
+constexpr double kBefore = 0.001;
 
 struct Chapter {
     double at;  // seconds after the daemon's first start
@@ -59,34 +61,45 @@ double tenths(double seconds) {
     return std::round(seconds * 10) / 10;
 }
 
-// The daemon's messages are put to the chapter they belong to, the first of all to its start.
-std::vector<Chapter> chaptersOf(Lab& lab, const std::vector<Deed>& deeds,
-                                std::vector<std::string>& start) {
-    const double begin = lab.daemonBegan().value_or(lab.time());
-    std::vector<Chapter> chapters;
+double secondsOf(Lab& lab) {
+    return lab.time() - lab.daemonBegan().value_or(lab.time());
+}
+
+// The first is the daemon's first start with what was done before it. The daemon's messages are put
+// to the chapter they belong to.
+std::vector<Chapter> chaptersOf(Lab& lab, const std::vector<Deed>& deeds) {
+    const double begin = lab.time() - secondsOf(lab);
+    std::vector<Chapter> chapters = {{-kBefore, {}, {}, 0}};
     for (const Deed& deed : deeds) {
-        const double at = deed.time <= begin ? -1 : tenths(deed.time - begin);
-        if (chapters.empty() || chapters.back().at != at) {
+        const double at = tenths(deed.time - begin);
+        if (deed.time > begin && chapters.back().at != at) {
             chapters.push_back({at, {}, {}, at});
         }
-        chapters.back().deeds.push_back(deed.line);
+        (deed.time > begin ? chapters.back() : chapters.front()).deeds.push_back(deed.line);
     }
     for (const Received& received : lab.received()) {
         const double time = received.time - begin;
         if (received.message.kind() == Kind::reply || time < 0) {
             continue;
         }
-        const auto later = std::ranges::find_if(
-            chapters, [time](const Chapter& chapter) { return chapter.at > time - kSoon; });
-        const std::string pattern = patternOf(describe(received.message));
-        if (later == chapters.begin() || std::prev(later)->at < 0) {
-            start.push_back(pattern);
-        } else {
-            std::prev(later)->messages.push_back(pattern);
-            std::prev(later)->last = time;
-        }
+        const auto later =
+            std::find_if(chapters.begin() + 1, chapters.end(),
+                         [time](const Chapter& chapter) { return chapter.at > time - kSoon; });
+        std::prev(later)->messages.push_back(patternOf(describe(received.message)));
+        std::prev(later)->last = time;
     }
     return chapters;
+}
+
+// Where time is real, the last messages may come a poll later, too.
+double endOf(Lab& lab, const std::vector<Chapter>& chapters) {
+    double end = secondsOf(lab);
+    for (const Chapter& chapter : chapters) {
+        if (lab.virtualTime() == nullptr && !chapter.messages.empty()) {
+            end = std::max(end, chapter.last + kPoll);
+        }
+    }
+    return tenths(end);
 }
 
 std::string headOf(Lab& lab) {
@@ -104,9 +117,12 @@ std::string headOf(Lab& lab) {
             changed.push_back(fmt::format("{} = {}", key.name, *value));
         }
     }
-    return changed.empty()
-               ? text
-               : text + fmt::format("personality = {{ {} }}\n", fmt::join(changed, ", "));
+    if (!changed.empty()) {
+        text += fmt::format("personality = {{ {} }}\n", fmt::join(changed, ", "));
+    }
+    // A later start says it among what it leads to.
+    text += "start = []\n";
+    return lab.count(Kind::reply) == 0 ? text : text + "allow = \"reply*\"\n";
 }
 
 }  // namespace
@@ -119,13 +135,13 @@ bool worthRecording(const std::string& line) {
 }
 
 std::string recorded(Lab& lab, const std::vector<Deed>& deeds) {
-    std::vector<std::string> start;
-    const std::vector<Chapter> chapters = chaptersOf(lab, deeds, start);
-    const double end = tenths(lab.time() - lab.daemonBegan().value_or(lab.time()));
-    std::string text = headOf(lab);
-    addList(text, "start", start);
-    text += fmt::format("end = {}\n", end);
+    const std::vector<Chapter> chapters = chaptersOf(lab, deeds);
+    const double end = endOf(lab, chapters);
+    std::string text = headOf(lab) + fmt::format("end = {}\n", end);
     for (const Chapter& chapter : chapters) {
+        if (chapter.deeds.empty() && chapter.messages.empty()) {
+            continue;
+        }
         text += fmt::format("\n[[step]]\nat = {}\n", chapter.at);
         addList(text, "do", chapter.deeds);
         addList(text, "expect", chapter.messages);

@@ -12,6 +12,7 @@
 
 #include "lab/scenario/judge.h"
 #include "lab/scenario/run_command.h"
+#include "lab/session/commands.h"
 #include "tests/unit/lab/random.h"
 
 namespace enclab {
@@ -139,6 +140,41 @@ TEST_F(RunTest, AllMistakesAreToldWithTheirLinesBeforeAnythingPlays) {
     EXPECT_EQ(out, "") << "nothing played";
     EXPECT_EQ(run(kFanPulled, {.check = true}), 0);
     EXPECT_EQ(out, "2 scenarios, no mistake\n");
+}
+
+// Commands at any time, a few of them refused.
+TEST_F(RunTest, TheRecordOfAnyLifePlaysAsItWas) {
+    const std::string all =
+        "fan # pull;fan # return;fan # lock;fan # wear 4#;temp # 5#;temp all auto;inlet 4#;heat 9#;"
+        "psu lost;psu good;rail 5 lost;rail 12 1#;drive # absent;cut lm75-#;mend lm75-#;fault "
+        "clear;"
+        "fault add lm75-# act=nak heal=2#;switch close;switch open;switch stop;switch go;"
+        "switch glue 2;switch delay 90#;switch die 2#;switch flood 1#/s 3;startup error;"
+        "startup silent;shutdown perform;ses page 2;ses drive # fault on;raw first 64 10=003f;"
+        "daemon kill;daemon start;clock 9#;disk log full;heal;heal";
+    const std::regex semicolon(";"), digit("#");
+    const std::vector<std::string> any(
+        std::sregex_token_iterator(all.begin(), all.end(), semicolon, -1), {});
+    for (const std::string& chassis : selectableChassis()) {
+        for (const bool plant : {false, true}) {
+            Lab lab({.directory = kPlace.native() + ".lab",
+                     .personality = personalityOf(chassis).xml(),
+                     .plant = plant,
+                     .virtualTime = true});
+            Commands commands(
+                lab, [] {}, [](bool) {});
+            for (double time = 1; time < 200; time += 0.1 * below(150)) {
+                lab.schedule().after(Schedule::Seconds(time), [&] {
+                    const std::string& line = any[numbers() % any.size()];
+                    commands.run(std::regex_replace(line, digit, std::to_string(below(4))));
+                });
+            }
+            lab.startDaemon();
+            lab.runFor(std::chrono::seconds(200));
+            const std::string scenario = commands.run("record").text;
+            EXPECT_EQ(run(scenario), 0) << scenario << error << out;
+        }
+    }
 }
 
 // A daemon that never waits: time stands still.

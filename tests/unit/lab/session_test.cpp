@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "lab/session/commands.h"
+#include "lab/session/findings.h"
 #include "lab/session/lab.h"
 #include "tests/support/script.h"
 #include "tests/unit/lab/random.h"
@@ -62,14 +63,18 @@ TEST_F(SessionTest, ChildIsGoneEvenWhenItIgnoresTheTermination) {
     EXPECT_EQ(kill(pid, 0), -1);
 }
 
-TEST_F(SessionTest, AnyCommandIsDoneOrRefusedInOneLineWithNothingChanged) {
+TEST_F(SessionTest, AnyCommandIsDoneOrRefusedInOneLineWithNothingChangedAndHealMendsAll) {
     const Words all(
         "fan temp heat inlet psu rail drive cut mend fail fault bus switch startup shutdown clock "
         "disk raw show mail pull return lock wear stall all auto lost good present on off add "
         "remove list lm75-0 lm75-9 0x41 0x1234 act=nak act=burn prob=0.5 delay split flood glue "
-        "die late perform 0 1 3 4 -1 99999999999 1x nan -inf 200/s log full first zz FAN");
+        "die late perform 0 1 3 4 -1 99999999999 1x nan -inf 200/s log full first zz FAN close "
+        "stop glue 5 5@2 drift nv gone silent refuse");
     for (const bool plant : {false, true}) {
-        Lab lab({.directory = place / "lab", .daemon = "/bin/true", .plant = plant});
+        Lab lab({.directory = place / "lab",
+                 .daemon = "/bin/true",
+                 .chassis = plant ? "vsc055" : "xyratex",  // which has rails
+                 .plant = plant});
         Commands commands(
             lab, [] {}, [](bool) {});
         int refused = 0;
@@ -85,6 +90,11 @@ TEST_F(SessionTest, AnyCommandIsDoneOrRefusedInOneLineWithNothingChanged) {
             const std::string after = labState(lab);
             ASSERT_TRUE(result.ok || after == before) << line << result.text;
             before = after;
+            if (n % 20 == 19) {
+                commands.run("heal");
+                before = labState(lab);
+                EXPECT_TRUE(findings(lab).empty()) << line << "\n" << before;
+            }
         }
         EXPECT_TRUE(refused > 250 && refused < 400) << refused;
     }
