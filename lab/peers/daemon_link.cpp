@@ -48,6 +48,7 @@ void DaemonLink::glue(std::size_t messages) {
 }
 
 void DaemonLink::plain() {
+    cutAfter_.reset();
     delay_ = Seconds(0);
     split_ = 0;
     glue(1);

@@ -13,6 +13,7 @@
 #include "lab/scenario/judge.h"
 #include "lab/scenario/run_command.h"
 #include "lab/session/commands.h"
+#include "lab/session/findings.h"
 #include "tests/unit/lab/random.h"
 
 namespace enclab {
@@ -173,6 +174,8 @@ TEST_F(RunTest, TheRecordOfAnyLifePlaysAsItWas) {
             lab.runFor(std::chrono::seconds(200));
             const std::string scenario = commands.run("record").text;
             EXPECT_EQ(run(scenario), 0) << scenario << error << out;
+            commands.run("heal");
+            EXPECT_TRUE(findings(lab).empty()) << scenario << labState(lab);
         }
     }
 }
