@@ -68,9 +68,10 @@ void LabView::noteFindings() {
     std::map<std::string, double> since;
     for (const Finding& finding : findings(lab_)) {
         const auto known = since_.find(keyOf(finding));
-        since[keyOf(finding)] = known != since_.end() ? known->second : lab_.time();
+        since[keyOf(finding)] = known != since_.end() ? known->second : looked_;
     }
     since_ = std::move(since);
+    looked_ = lab_.time();
 }
 
 nlohmann::json LabView::verdict() {

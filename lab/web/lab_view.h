@@ -49,6 +49,7 @@ class LabView {
     std::deque<std::vector<double>> history_;
     int ticks_ = 0;
     std::map<std::string, double> since_;  // lab time at which a finding came, by subject and cure
+    double looked_ = 0;  // when they were last looked for: what is new came after that
 };
 
 }  // namespace enclab
