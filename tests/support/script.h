@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Tests written as text: "== TITLE" begins a chapter, "> COMMAND" a step, and the lines below it
 // are all that must come of it. Empty lines, and lines that begin with "# ", are the reader's.
-// A chapter ends at its first wrong step.
+// A chapter ends at its first wrong step. With --write the program puts what came into the files.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <concepts>
 #include <cstdint>
 #include <fstream>
@@ -18,7 +19,8 @@
 
 using Lines = std::vector<std::string>;
 
-// The words of a command; what is missing reads as empty, or 0. "a*4" stands for "aaaa".
+// The words of a command; what is missing reads as empty, or 0. A word like "a*4" stands for
+// "aaaa".
 struct Words {
     explicit Words(const std::string& text);
     std::string operator[](std::size_t n) const { return n < all.size() ? all[n] : ""; }
@@ -54,22 +56,27 @@ class Player {
   private:
     static std::string textOf(const std::string& text) { return text; }
     static std::string textOf(std::integral auto number) { return std::to_string(number); }
+    void printed(const std::string& text);
     std::string said_;
 };
 
 struct ScriptStep {
+    int number;         // of its line in the file
     std::string place;  // "print.txt:12: COMMAND, in CHAPTER"
     std::string command;
     Lines expected;
+    std::vector<int> numbers;  // of the lines in the file, one for each expected
 };
 using ScriptChapter = std::vector<ScriptStep>;
 
 // For those that play by themselves. Steps in front of the first title are a chapter, too.
 std::vector<ScriptChapter> scriptRead(const std::string& path);
 
-// The step that is played, for the watchdog; the command of one that is about to be.
-extern char scriptStep[500];
+// The command of a step that is about to be played, which the watchdog is told.
 const std::string& commandOf(const ScriptStep& step);
+
+// The step that is played, for the watchdog.
+extern char scriptStep[500];
 
 // Plays each chapter with a new player, up to its first wrong step.
 void scriptPlayEach(const std::string& path, const std::function<std::unique_ptr<Player>()>& begin);
