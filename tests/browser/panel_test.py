@@ -191,10 +191,7 @@ class PanelTest(unittest.TestCase):
                 until(lambda: self.lab.state()["chassis"]["slots"][3]["faultLed"] is lit, "JSON")
                 pins = bytes.fromhex(self.lab.state()["chips"][0]["registers"])[6]
                 self.assertEqual(pins, 0xF7 if lit else 0xFF)
-                shown, row = (
-                    "#chip-vsc055 td[title='register 0x06']",
-                    "#page tbody tr:nth-child(6)",
-                )
+                shown, row = ("#chip-vsc055 td[data-n='6']", "#page tbody tr:nth-child(6)")
                 until(lambda: self.text(shown) == f"{pins:02x}", "register file")
                 until(lambda: self.has(".bay[data-slot='3'] .led.fault") is lit, "picture")
                 until(lambda: ("fault LED on" in self.text(row)) is lit, "status page")

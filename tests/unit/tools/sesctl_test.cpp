@@ -146,7 +146,7 @@ class SesctlPlayer : public ToolPlayer {
             } else if (name == "size") {
                 reply.resize(std::stoul(value));
             } else if (name[1] == ':' && name[0] - '0' == request[66] && request[15] == 28) {
-                reply.at(65 + std::stoul(name.substr(2))) = hexBytes(value)[0];
+                std::ranges::copy(hexBytes(value), &reply.at(65 + std::stoul(name.substr(2))));
             } else if (name.find_first_not_of("0123456789") == name.npos) {
                 reply.at(std::stoul(name)) = hexBytes(value)[0];
             }
