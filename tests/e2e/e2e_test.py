@@ -197,7 +197,7 @@ class LabTest(unittest.TestCase):
         self.assertEqual(lab.ctl("temp", "all", "-5"), (0, "all sensors at -5 degrees"))
         self.assertEqual(lab.ctl("fan", "7", "pull")[0], 1)
         self.assertEqual(lab.ctl("psu lost"), (0, "supply redundancy lost"))
-        second = run(*EMULATOR, ENCLAB, "--dir", lab.directory)
+        second = run(*EMULATOR, ENCLAB, "--dir", lab.directory, "--daemon", DAEMON)
         self.assertEqual(second.returncode, 1)
         self.assertIn(f"a lab is already running in {lab.directory}", second.stderr)
         self.assertEqual(lab.ctl("quit")[0], 0)

@@ -57,10 +57,13 @@ Bytes replyTo(const Bytes& request, const Bytes& body) {
 
 // The service's: status 0, and the page without its last byte.
 Bytes served(const Bytes& request) {
-    Bytes body = PAGES[request[66] - 1];
+    if (request[15] == 29) {
+        return replyTo(request, Bytes(4));
+    }
+    Bytes body = PAGES[request.at(66) - 1];
     body.insert(body.begin(), 0);
     body.pop_back();
-    return replyTo(request, request[15] == 29 ? Bytes(4) : body);
+    return replyTo(request, body);
 }
 
 // What CHANGES of the pages and replies are made of:
