@@ -24,7 +24,7 @@ using testing::HasSubstr;
 struct Adapter {
     unsigned long functions;
     std::set<unsigned> chips;
-    unsigned address;  // of the chip that is asked
+    std::uintptr_t address;  // of the chip that is asked
 };
 Adapter adapter;
 
@@ -34,7 +34,7 @@ int handle(unsigned long request, void* argument) {
         return adapter.functions != 0 ? 0 : -1;
     }
     if (request == I2C_SLAVE) {
-        adapter.address = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(argument));
+        adapter.address = reinterpret_cast<std::uintptr_t>(argument);
         return 0;
     }
     if (request == I2C_RDWR) {
