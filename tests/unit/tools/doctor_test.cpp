@@ -23,7 +23,7 @@ using testing::HasSubstr;
 
 struct Adapter {
     unsigned long functions;
-    std::set<unsigned> chips;
+    std::set<std::uintptr_t> chips;
     std::uintptr_t address;  // of the chip that is asked
 };
 Adapter adapter;
