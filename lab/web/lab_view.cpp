@@ -3,7 +3,6 @@
 
 #include <cmath>
 
-#include "lab/session/findings.h"
 #include "lab/session/lab_json.h"
 
 namespace enclab {
@@ -64,20 +63,21 @@ static std::string keyOf(const Finding& finding) {
     return finding.subject + finding.cure;
 }
 
-void LabView::noteFindings() {
+std::vector<Finding> LabView::noteFindings() {
+    std::vector<Finding> found = findings(lab_);
     std::map<std::string, double> since;
-    for (const Finding& finding : findings(lab_)) {
+    for (const Finding& finding : found) {
         const auto known = since_.find(keyOf(finding));
         since[keyOf(finding)] = known != since_.end() ? known->second : looked_;
     }
     since_ = std::move(since);
     looked_ = lab_.time();
+    return found;
 }
 
 nlohmann::json LabView::verdict() {
-    noteFindings();
     nlohmann::json list = nlohmann::json::array();
-    for (const Finding& finding : findings(lab_)) {
+    for (const Finding& finding : noteFindings()) {
         const double since = since_.at(keyOf(finding));
         list.push_back({{"what", finding.subject + " " + finding.state},
                         {"since", since},
@@ -95,9 +95,10 @@ void LabView::tick() {
     if (ticks_++ % kTicksPerSample == 0) {
         sample();
     }
-    noteFindings();
     if (live_.readers() > 0) {
         live_.putState(state().dump());
+    } else {
+        noteFindings();
     }
     timer_.expires_after(kTick);
     timer_.async_wait([this](const asio::error_code& error) {

@@ -9,6 +9,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "lab/session/findings.h"
 #include "lab/web/live.h"
 #include "lab/web/metrics.h"
 #include "lab/web/panel.h"
@@ -35,7 +36,8 @@ class LabView {
     nlohmann::json history() const;
 
   private:
-    void noteFindings();
+    // What is wrong now; since when, is noted.
+    std::vector<Finding> noteFindings();
     nlohmann::json verdict();
     void tick();
     void sample();
